@@ -1,0 +1,29 @@
+# What is installed, and the package that a consumer's find_package(ostrel CONFIG) finds.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ostrel)
+
+install(
+  TARGETS ostrel
+  EXPORT ostrel_targets
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(
+  DIRECTORY ${PROJECT_SOURCE_DIR}/include/
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  COMPONENT development)
+install(
+  EXPORT ostrel_targets
+  NAMESPACE ostrel::
+  DESTINATION ${package_dir}
+  COMPONENT development)
+
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ostrelConfig.cmake.in
+                              ${PROJECT_BINARY_DIR}/ostrelConfig.cmake INSTALL_DESTINATION ${package_dir})
+# The C++ namespace carries the whole version: another one is another interface.
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake COMPATIBILITY ExactVersion)
+install(
+  FILES ${PROJECT_BINARY_DIR}/ostrelConfig.cmake ${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake
+  DESTINATION ${package_dir}
+  COMPONENT development)

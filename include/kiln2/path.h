@@ -1,0 +1,48 @@
+// The host toolkit's path value, as far as the library's own interfaces need it.
+#pragma once
+
+#include "ostrel/export.h"
+
+#include <string>
+
+namespace kiln2 {
+
+/// A file-system path as wide text: UTF-16 on Windows, code points on Linux.
+///
+/// A plain value that touches no file unless it says so. Malformed text is dropped when a path meets the file
+/// system.
+class OSTREL_API path_t {
+public:
+    /// The empty path.
+    path_t();
+    path_t(const std::wstring&
+               text); // NOLINT(google-explicit-constructor): a text is a path wherever one is due
+    path_t(const path_t& other);
+    path_t(path_t&& other) noexcept;
+    path_t& operator=(const path_t& other);
+    path_t& operator=(path_t&& other) noexcept;
+    ~path_t();
+
+    /// Joins @p other behind this path with the system's preferred separator, also where @p other begins with
+    /// a separator. Appending the empty path changes nothing.
+    /// @return this path
+    path_t& append(const path_t& other);
+
+    /// The path in the system's preferred separators.
+    const std::wstring& as_string() const;
+
+    bool is_empty() const;
+
+    /// Replaces the extension (from the last dot of the file name on), or adds one where there is none.
+    /// @param extension with or without its dot
+    /// @return this path
+    path_t& change_ext(const std::wstring& extension);
+
+    /// Whether something of that name exists, a file or a folder; false where that cannot be found out.
+    static bool exists(const std::wstring& text);
+
+private:
+    std::wstring m_text;
+};
+
+} // namespace kiln2

@@ -1,0 +1,18 @@
+/* The one place that knows the version: the build system, the namespace and the soname are derived from it.
+ */
+#ifndef OSTREL_VERSION_H
+#define OSTREL_VERSION_H
+
+#define OSTREL_VERSION_MAJOR 1
+#define OSTREL_VERSION_MINOR 5
+#define OSTREL_VERSION_PATCH 6
+
+#define OSTREL_DETAIL_PASTE(major, minor, patch) ostrel_##major##_##minor##_##patch
+#define OSTREL_DETAIL_NAMESPACE(major, minor, patch) OSTREL_DETAIL_PASTE(major, minor, patch)
+
+/* The C++ namespace of everything exported, for example ostrel_1_2_3. A host that wants a short name writes
+   `namespace ostrel = OSTREL_NAMESPACE;` in a source file of its own. */
+#define OSTREL_NAMESPACE                                                                                     \
+    OSTREL_DETAIL_NAMESPACE(OSTREL_VERSION_MAJOR, OSTREL_VERSION_MINOR, OSTREL_VERSION_PATCH)
+
+#endif

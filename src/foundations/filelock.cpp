@@ -1,0 +1,37 @@
+// The inter-process file lock.
+#include "ostrel/filelock.h"
+
+#include "platform/files.h"
+#include "toolkit/kiln2/files.h"
+
+namespace OSTREL_NAMESPACE {
+
+filelock_t::filelock_t(const kiln2::path_t& path)
+    : m_locked(false), m_lock_path(kiln2::path_t(path).change_ext(L"lock")) {}
+
+// Hosts count on plain copies: both objects then believe that they hold the lock.
+filelock_t::filelock_t(const filelock_t& other) = default;
+filelock_t& filelock_t::operator=(const filelock_t& other) = default;
+
+filelock_t::~filelock_t() {
+    unlock();
+}
+
+bool filelock_t::lock() {
+    if (!m_locked)
+        m_locked = ostrel_platform::create_exclusively(m_lock_path.as_string());
+    return m_locked;
+}
+
+void filelock_t::unlock() {
+    if (!m_locked)
+        return;
+    kiln2::remove_file(m_lock_path);
+    m_locked = false;
+}
+
+bool filelock_t::is_locked() const {
+    return m_locked;
+}
+
+} // namespace OSTREL_NAMESPACE

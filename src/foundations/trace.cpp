@@ -1,0 +1,57 @@
+// Diagnostic lines on their way to log4cplus.
+#include "foundations/trace.h"
+
+#include "toolkit/brask/log.h"
+#include "toolkit/brask/tstring.h"
+
+namespace OSTREL_NAMESPACE {
+
+namespace {
+
+log4cplus::Logger configured_logger(const std::wstring& name) {
+    brask_1::log::configureComponentLogger(name);
+    return log4cplus::Logger::getInstance(brask_1::log::to_tstring(name));
+}
+
+} // namespace
+
+component_logger_t::component_logger_t(const wchar_t* name) : m_logger(configured_logger(name)) {}
+
+void component_logger_t::write(log_level_t level, std::wstring_view message, const char* file,
+                               int line) const {
+    m_logger.forcedLog(static_cast<int>(level), brask_1::log::to_tstring(message), file, line);
+}
+
+message_t& message_t::operator<<(std::wstring_view text) {
+    m_text += text;
+    return *this;
+}
+
+message_t& message_t::operator<<(const char* text) {
+    while (*text != '\0')
+        m_text.push_back(static_cast<unsigned char>(*text++));
+    return *this;
+}
+
+call_tracer_t::call_tracer_t(const component_logger_t& logger, std::wstring_view signature, const char* file,
+                             int line)
+    : m_logger(logger), m_signature(signature), m_file(file), m_line(line) {
+    if (m_logger.is_enabled_for(log_level_t::trace))
+        write(L"ENTER: ");
+}
+
+call_tracer_t::~call_tracer_t() {
+    if (!m_logger.is_enabled_for(log_level_t::trace))
+        return;
+    try {
+        // Two blanks, so that the signatures of entry and exit lines stand below each other.
+        write(L"EXIT:  ");
+    } catch (...) { // NOLINT(bugprone-empty-catch): a lost line is better than a host that is terminated
+    }
+}
+
+void call_tracer_t::write(std::wstring_view prefix) const {
+    m_logger.write(log_level_t::trace, std::wstring(prefix).append(m_signature), m_file, m_line);
+}
+
+} // namespace OSTREL_NAMESPACE

@@ -1,0 +1,97 @@
+// Diagnostic lines: loggers of the modules, entry and exit of functions, decisions, values and failures.
+#pragma once
+
+#include "foundations/namespace_text.h"
+
+#include <log4cplus/logger.h>
+
+#include <string>
+#include <string_view>
+
+namespace OSTREL_NAMESPACE {
+
+/// The levels in use, as log4cplus numbers them.
+enum class log_level_t : int {
+    trace = 0,
+    info = 20000,
+    error = 40000,
+};
+
+/// A module's logger. Made when the library is loaded, only read afterwards.
+class component_logger_t {
+public:
+    /// Configures the component's logger and takes it, in that order.
+    explicit component_logger_t(const wchar_t* name);
+
+    /// Asked before any text is built: a site that is off costs no more than this.
+    bool is_enabled_for(log_level_t level) const { return m_logger.isEnabledFor(static_cast<int>(level)); }
+
+    /// Writes whatever the level; @p file is the narrow path of the source.
+    void write(log_level_t level, std::wstring_view message, const char* file, int line) const;
+
+private:
+    log4cplus::Logger m_logger;
+};
+
+/// Joins the pieces of a message: wide and narrow texts, and integers in plain decimal whatever the host's
+/// locale.
+class message_t {
+public:
+    message_t& operator<<(std::wstring_view text);
+    message_t& operator<<(const std::wstring& text) { return *this << std::wstring_view(text); }
+    message_t& operator<<(const wchar_t* text) { return *this << std::wstring_view(text); }
+    message_t& operator<<(const char* text);
+    message_t& operator<<(bool value) { return *this << (value ? L"1" : L"0"); }
+    template <class Integer>
+    message_t& operator<<(Integer value) {
+        return *this << std::to_wstring(value);
+    }
+
+    const std::wstring& text() const { return m_text; }
+
+private:
+    std::wstring m_text;
+};
+
+/// Writes a function's entry line when it is made and its exit line when it goes, also on the way of an
+/// exception. Belongs to the calling thread.
+///
+/// Keeps views: the logger and the three texts must be static.
+class call_tracer_t {
+public:
+    call_tracer_t(const component_logger_t& logger, std::wstring_view signature, const char* file, int line);
+    ~call_tracer_t();
+    call_tracer_t(const call_tracer_t&) = delete;
+    call_tracer_t& operator=(const call_tracer_t&) = delete;
+
+private:
+    void write(std::wstring_view prefix) const;
+
+    const component_logger_t& m_logger;
+    std::wstring_view m_signature;
+    const char* m_file;
+    int m_line;
+};
+
+} // namespace OSTREL_NAMESPACE
+
+// Macros because a line names the source line of its own site, and builds nothing while its level is off.
+
+/// First statement of a traced function.
+#define OSTREL_TRACE_CALL(logger, signature)                                                                 \
+    const OSTREL_NAMESPACE::call_tracer_t ostrel_call_tracer((logger), (signature), __FILE__, __LINE__)
+
+/// Writes the pieces, joined by <<, at a level of log_level_t.
+#define OSTREL_LOG(logger, level, pieces)                                                                    \
+    do {                                                                                                     \
+        using ostrel_level_t = OSTREL_NAMESPACE::log_level_t;                                                \
+        if ((logger).is_enabled_for(ostrel_level_t::level)) {                                                \
+            OSTREL_NAMESPACE::message_t ostrel_message;                                                      \
+            ostrel_message << pieces;                                                                        \
+            (logger).write(ostrel_level_t::level, ostrel_message.text(), __FILE__, __LINE__);                \
+        }                                                                                                    \
+    } while (false)
+
+/// A failure: the pieces, then where in the source it was noticed.
+#define OSTREL_LOG_ERROR(logger, pieces)                                                                     \
+    OSTREL_LOG(logger, error, pieces << L", at file: " << __FILE__ << L":" << __LINE__)

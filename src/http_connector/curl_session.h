@@ -1,0 +1,31 @@
+// Owner of libcurl's global state and of one easy handle.
+#pragma once
+
+#include "ostrel/version.h"
+
+#include <curl/curl.h>
+
+namespace OSTREL_NAMESPACE {
+
+/// One share in libcurl's global state and one handle on it, released in the opposite order.
+class curl_session_t {
+public:
+    curl_session_t() {
+        curl_global_init(CURL_GLOBAL_ALL);
+        m_handle = curl_easy_init();
+    }
+    ~curl_session_t() {
+        curl_easy_cleanup(m_handle);
+        curl_global_cleanup();
+    }
+    curl_session_t(const curl_session_t&) = delete;
+    curl_session_t& operator=(const curl_session_t&) = delete;
+
+    /// Null when libcurl had none to give.
+    CURL* handle() const { return m_handle; }
+
+private:
+    CURL* m_handle = nullptr;
+};
+
+} // namespace OSTREL_NAMESPACE

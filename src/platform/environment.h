@@ -1,0 +1,12 @@
+// The environment of the process.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace ostrel_platform {
+
+/// The value of a variable; nothing when it is undefined. Read afresh at every call.
+std::optional<std::wstring> environment_variable(const std::wstring& name);
+
+} // namespace ostrel_platform

@@ -1,0 +1,10 @@
+// The proxies that the system's settings name: on POSIX there are none beside the environment.
+#include "platform/proxies.h"
+
+namespace ostrel_platform {
+
+std::vector<std::string> system_proxies(const std::string& /*url*/) {
+    return {};
+}
+
+} // namespace ostrel_platform

@@ -1,0 +1,46 @@
+// UTF conversion for every layer, platform code included; malformed input never fails, it is left out.
+#pragma once
+
+#include <boost/locale/utf.hpp>
+
+#include <iterator>
+#include <string>
+#include <string_view>
+
+namespace ostrel_platform {
+
+/// Converts between UTF-8, UTF-16 and UTF-32, told apart by the size of the character type.
+///
+/// Code units that begin no well-formed sequence are dropped one by one, so that the text behind a broken
+/// sequence survives.
+template <class To, class From>
+std::basic_string<To> convert_utf(std::basic_string_view<From> text) {
+    namespace utf = boost::locale::utf;
+    std::basic_string<To> result;
+    result.reserve(text.size());
+    const From* position = text.data();
+    const From* const end = position + text.size();
+    while (position != end) {
+        if (static_cast<std::make_unsigned_t<From>>(*position) < 0x80) {
+            result.push_back(static_cast<To>(*position++));
+            continue;
+        }
+        const From* const start = position;
+        const utf::code_point point = utf::utf_traits<From>::template decode<const From*>(position, end);
+        if (point == utf::illegal || point == utf::incomplete)
+            position = start + 1;
+        else
+            utf::utf_traits<To>::template encode<>(point, std::back_inserter(result));
+    }
+    return result;
+}
+
+inline std::string to_utf8(std::wstring_view text) {
+    return convert_utf<char>(text);
+}
+
+inline std::wstring to_wide(std::string_view text) {
+    return convert_utf<wchar_t>(text);
+}
+
+} // namespace ostrel_platform

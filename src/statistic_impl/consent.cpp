@@ -1,0 +1,62 @@
+// The user's recorded answer.
+#include "statistic_impl/consent.h"
+
+#include "platform/files.h"
+#include "statistic_impl/log.h"
+
+#include <array>
+
+namespace OSTREL_NAMESPACE {
+
+namespace {
+
+constexpr std::string_view white_space = " \t\n\v\f\r";
+constexpr std::size_t block_size = 256;
+
+bool holds_consent(ostrel_platform::shared_file_t& file) {
+    consent_word_t word;
+    std::array<char, block_size> block{};
+    for (;;) {
+        const auto count = file.read(block.data(), block.size());
+        if (!count || *count == 0 || !word.take({block.data(), *count}))
+            return word.is_consent();
+    }
+}
+
+} // namespace
+
+bool consent_word_t::take(std::string_view block) {
+    for (const char c : block) {
+        const bool is_space = white_space.find(c) != std::string_view::npos;
+        if (is_space && !m_word.empty())
+            return false;
+        if (!is_space)
+            m_word.push_back(c);
+        if (m_word.size() > 1)
+            return false;
+    }
+    return true;
+}
+
+virk_state_t read_consent(const std::wstring& path) {
+    auto file = ostrel_platform::shared_file_t::open_for_reading(path);
+    if (!file) {
+        OSTREL_LOG(policy_log, trace, L"virk file missing/not readable");
+        return vsUnknown;
+    }
+    const bool consent = holds_consent(*file);
+    OSTREL_LOG(policy_log, trace, L"virk file content read");
+    if (consent) {
+        OSTREL_LOG(policy_log, trace, L"virk file enables statistic");
+        return vsEnabled;
+    }
+    OSTREL_LOG(policy_log, trace, L"virk file disables statistic");
+    return vsDisabled;
+}
+
+void write_consent(const std::wstring& path, bool enabled) {
+    if (auto file = ostrel_platform::shared_file_t::open_for_writing(path))
+        file->write(enabled ? "1" : "0");
+}
+
+} // namespace OSTREL_NAMESPACE

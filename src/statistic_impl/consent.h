@@ -1,0 +1,31 @@
+// The user's recorded answer, one file for all of the maker's products.
+#pragma once
+
+#include "ostrel/statistic.h"
+
+#include <string>
+#include <string_view>
+
+namespace OSTREL_NAMESPACE {
+
+/// Picks the first word, told by white space, out of text that arrives in blocks. Keeps two characters of it:
+/// more is never needed to tell whether the word is "1".
+class consent_word_t {
+public:
+    /// @return whether more text could change the answer
+    bool take(std::string_view block);
+
+    /// Consent is the word "1" and nothing else: 01, true, or no word at all are refusals.
+    bool is_consent() const { return m_word == "1"; }
+
+private:
+    std::string m_word;
+};
+
+/// vsUnknown when the file is missing or cannot be opened, else what its first word says.
+virk_state_t read_consent(const std::wstring& path);
+
+/// Writes the answer. A file that cannot be written keeps the old one; nothing is reported.
+void write_consent(const std::wstring& path, bool enabled);
+
+} // namespace OSTREL_NAMESPACE

@@ -1,0 +1,137 @@
+// The days on which the product was used.
+#include "statistic_impl/last_active_dates.h"
+
+#include "ostrel/filelock.h"
+#include "platform/clock.h"
+#include "toolkit/kiln2/variant_bag.h"
+
+#include <chrono>
+#include <limits>
+#include <optional>
+#include <thread>
+#include <tuple>
+
+namespace OSTREL_NAMESPACE {
+
+namespace {
+
+constexpr std::size_t days_of_a_regular_user = 4;
+constexpr int lock_attempts = 5;
+constexpr std::chrono::milliseconds lock_pause{200};
+constexpr std::int64_t no_day = std::numeric_limits<std::int64_t>::min();
+
+bool lock_patiently(filelock_t& lock) {
+    for (int attempt = 0; attempt < lock_attempts; ++attempt) {
+        if (lock.lock())
+            return true;
+        std::this_thread::sleep_for(lock_pause);
+    }
+    return false;
+}
+
+std::wstring file_in(const kiln2::path_t& folder) {
+    if (folder.is_empty())
+        return {};
+    return kiln2::path_t(folder).append(std::wstring(L"last_active_dates.xml")).as_string();
+}
+
+std::optional<active_date_t> to_date(const kiln2::variant_bag_t& item) {
+    const auto* const year = std::get_if<std::int32_t>(&item.get(L"Y"));
+    const auto* const month = std::get_if<std::int32_t>(&item.get(L"M"));
+    const auto* const day = std::get_if<std::int32_t>(&item.get(L"D"));
+    if (year == nullptr || month == nullptr || day == nullptr)
+        return std::nullopt;
+    return active_date_t{*year, *month, *day};
+}
+
+kiln2::variant_bag_t to_bag(const std::vector<active_date_t>& dates) {
+    kiln2::variant_bag_t bag;
+    for (const active_date_t& date : dates) {
+        kiln2::variant_bag_t& item = bag.add_bag(L"item");
+        item.put(L"Y", date.year);
+        item.put(L"M", date.month);
+        item.put(L"D", date.day);
+    }
+    return bag;
+}
+
+} // namespace
+
+bool operator==(const active_date_t& left, const active_date_t& right) {
+    return std::tie(left.year, left.month, left.day) == std::tie(right.year, right.month, right.day);
+}
+
+bool operator<(const active_date_t& left, const active_date_t& right) {
+    return std::tie(left.year, left.month, left.day) < std::tie(right.year, right.month, right.day);
+}
+
+bool is_new_regular_user(std::size_t count, const active_date_t& first, const active_date_t& today) {
+    // 29 February stays day 29 of the year before.
+    return count >= days_of_a_regular_user && active_date_t{today.year - 1, today.month, today.day} < first;
+}
+
+last_active_dates_t::last_active_dates_t(const kiln2::path_t& folder)
+    : m_path(file_in(folder)), m_last_day(no_day) {
+    load();
+}
+
+last_active_dates_t::~last_active_dates_t() {
+    try {
+        save();
+    } catch (...) { // NOLINT(bugprone-empty-catch): days that cannot be saved are lost, the host goes on
+    }
+}
+
+active_date_t last_active_dates_t::today() {
+    const std::tm now = ostrel_platform::utc_now();
+    return {now.tm_year + 1900, now.tm_mon + 1, now.tm_mday};
+}
+
+bool last_active_dates_t::load() {
+    if (m_path.empty())
+        return false;
+    filelock_t lock(m_path);
+    kiln2::variant_bag_t bag;
+    if (!lock_patiently(lock) || kiln2::load_variant_bag2(bag, m_path, L"bag", false) != 1)
+        return false;
+    for (const auto& [name, item] : bag.bags())
+        if (const auto date = to_date(item); name == L"item" && date)
+            append(*date);
+    return true;
+}
+
+void last_active_dates_t::append(const active_date_t& date) {
+    m_dates.push_back(date);
+    if (m_dates.size() == 1)
+        m_first = date;
+    m_count.store(m_dates.size(), std::memory_order_release);
+}
+
+void last_active_dates_t::add_today() {
+    const std::int64_t day = ostrel_platform::utc_day_number();
+    if (m_last_day.load(std::memory_order_acquire) == day)
+        return;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const active_date_t date = today();
+    // Only the last day is looked at: after a clock went back, a day stands in the list twice.
+    if (m_dates.empty() || !(m_dates.back() == date)) {
+        append(date);
+        m_dirty = true;
+    }
+    m_last_day.store(day, std::memory_order_release);
+}
+
+bool last_active_dates_t::is_new_regular_user() const {
+    const std::size_t count = m_count.load(std::memory_order_acquire);
+    return count >= days_of_a_regular_user && OSTREL_NAMESPACE::is_new_regular_user(count, m_first, today());
+}
+
+bool last_active_dates_t::save() const {
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    if (m_path.empty() || !m_dirty || m_dates.empty())
+        return false;
+    filelock_t lock(m_path);
+    return lock.lock() && kiln2::save_variant_bag2(to_bag(m_dates), m_path, L"bag");
+}
+
+} // namespace OSTREL_NAMESPACE

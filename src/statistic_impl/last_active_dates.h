@@ -1,0 +1,66 @@
+// The days on which the product was used, to tell a regular user of the current year from others.
+#pragma once
+
+#include "kiln2/path.h"
+#include "ostrel/version.h"
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace OSTREL_NAMESPACE {
+
+/// One day of use, a UTC calendar date.
+struct active_date_t {
+    std::int32_t year = 0;
+    std::int32_t month = 0; ///< from 1
+    std::int32_t day = 0;   ///< from 1
+};
+
+bool operator==(const active_date_t& left, const active_date_t& right);
+bool operator<(const active_date_t& left, const active_date_t& right);
+
+/// At least four days of use, the first strictly later than @p today with its year reduced by one.
+bool is_new_regular_user(std::size_t count, const active_date_t& first, const active_date_t& today);
+
+/// The store of days of use: read when it is made, written when it goes and something changed.
+///
+/// Any thread may add and ask. A day that is recorded already costs a clock reading and one atomic load; only
+/// the first report of a day takes the lock. The number of days is not limited.
+class last_active_dates_t {
+public:
+    /// Loads the file in @p folder. Waits up to a second for a process that holds its lock, and starts empty
+    /// when that does not let go. An empty folder keeps the days in memory only.
+    explicit last_active_dates_t(const kiln2::path_t& folder);
+    /// Saves.
+    ~last_active_dates_t();
+    last_active_dates_t(const last_active_dates_t&) = delete;
+    last_active_dates_t& operator=(const last_active_dates_t&) = delete;
+
+    void add_today();
+
+    bool is_new_regular_user() const;
+
+    /// Writes the file if a day was added. Tries its lock once: a closing process must not wait.
+    /// @return whether it was written
+    bool save() const;
+
+    /// Today's UTC date.
+    static active_date_t today();
+
+private:
+    bool load();
+    void append(const active_date_t& date);
+
+    const std::wstring m_path;
+    mutable std::mutex m_mutex;
+    std::vector<active_date_t> m_dates; ///< guarded by m_mutex
+    bool m_dirty = false;               ///< guarded by m_mutex
+    active_date_t m_first;              ///< written once, before m_count leaves zero
+    std::atomic<std::size_t> m_count{0};
+    std::atomic<std::int64_t> m_last_day; ///< day number known to be recorded last
+};
+
+} // namespace OSTREL_NAMESPACE

@@ -1,0 +1,8 @@
+// The logger of the collection policy.
+#include "statistic_impl/log.h"
+
+namespace OSTREL_NAMESPACE {
+
+const component_logger_t policy_log(L"ostrel.statistic");
+
+} // namespace OSTREL_NAMESPACE

@@ -1,0 +1,34 @@
+// Whether this machine sits inside the maker's corporate network.
+#include "statistic_impl/network_check.h"
+
+#include <algorithm>
+#include <atomic>
+
+namespace OSTREL_NAMESPACE {
+
+namespace {
+
+std::atomic<resolver_t> current_resolver{&ostrel_platform::resolve_host};
+
+} // namespace
+
+network_check_t judge_resolution(const ostrel_platform::host_addresses_t& answer) {
+    using ostrel_platform::resolution_t;
+    if (answer.outcome == resolution_t::unknown_host)
+        return ncNotExcluded;
+    if (answer.outcome == resolution_t::failed)
+        return ncError;
+    const bool inside = std::any_of(answer.ipv4.begin(), answer.ipv4.end(),
+                                    [](const auto& address) { return address[0] == 10; });
+    return inside ? ncExcluded : ncNotExcluded;
+}
+
+network_check_t check_excluded_network(const std::string& domain) {
+    return judge_resolution(current_resolver.load()(domain));
+}
+
+void replace_resolver(resolver_t resolver) {
+    current_resolver = resolver != nullptr ? resolver : &ostrel_platform::resolve_host;
+}
+
+} // namespace OSTREL_NAMESPACE

@@ -1,0 +1,25 @@
+// Where the per-user files lie.
+#pragma once
+
+#include "kiln2/path.h"
+#include "ostrel/version.h"
+
+#include <string>
+
+namespace OSTREL_NAMESPACE {
+
+/// The folders and files of one user and product.
+struct settings_paths_t {
+    kiln2::path_t company_dir;   ///< shared by all of the maker's products
+    kiln2::path_t virk;          ///< the consent file, shared too
+    kiln2::path_t statistic_dir; ///< the product's statistics settings
+    kiln2::path_t uuid;          ///< the machine-id file
+};
+
+/// Lays the paths out below the user's local application-data folder; touches no file.
+settings_paths_t lay_out_settings(const std::wstring& local_app_data, const std::wstring& product_folder);
+
+/// The name of the product's folder: the host's configuration service may name it, else the product id does.
+std::wstring product_folder_name(const std::wstring& product_id);
+
+} // namespace OSTREL_NAMESPACE

@@ -1,0 +1,70 @@
+// Collection policy and local state: whether anything may be collected at all.
+#pragma once
+
+#include "kiln2/path.h"
+#include "ostrel/statistic.h"
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+namespace OSTREL_NAMESPACE {
+
+/// The policy half of a statistic object. Folders and machine id are settled once, in the constructor; the
+/// decision is taken there and again whenever an answer of the user is recorded.
+///
+/// Any thread may call any operation; nothing here takes a lock.
+class statistic_impl_t : public statistic_t {
+public:
+    /// The environment switches, folded.
+    enum env_vars_state_t : std::int32_t {
+        evsEnabled = 0,                ///< no switch is set
+        evsEnabledForced = 1,          ///< forced on by the environment
+        evsEnabledUnconditionally = 2, ///< forced on by the build
+        evsDisabled = 3,               ///< switched off by the environment
+    };
+
+    void reserved_slot_1() override;
+    std::wstring get_uuid() const override;
+    void notify_feature_usage(const std::wstring& feature_name) override;
+    void notify_feature_usage_ex(const std::wstring& feature_name, std::uint64_t value) override = 0;
+    bool reserved_slot_9() override;
+    virk_state_t get_consent_state() const override;
+    void set_statistic_collection_enabled(bool enabled) override;
+
+    /// Reads the switches afresh. A disabling one wins over the forcing one, whatever their texts.
+    static env_vars_state_t get_env_vars_state();
+
+    /// Whether the environment forbids sending files; for users of the class.
+    bool is_send_files_disabled() const; // NOLINT(readability-convert-member-functions-to-static)
+
+    /// Takes the decision afresh; does not change what the object goes by. May block while it resolves a
+    /// name.
+    bool is_enabled() const;
+
+protected:
+    /// Lays out and creates the folders, finds the machine id, decides. Throws when a folder cannot be
+    /// created.
+    statistic_impl_t(const std::wstring& product_id, const std::wstring& product_version);
+
+    bool is_collecting() const { return m_enabled.load(std::memory_order_acquire); }
+    const std::wstring& product_id() const { return m_product_id; }
+    const std::wstring& product_version() const { return m_product_version; }
+    const kiln2::path_t& statistic_dir() const { return m_statistic_dir; }
+    const std::wstring& uuid() const { return m_uuid; }
+
+private:
+    bool init_settings_paths();
+    std::wstring load_uuid();
+
+    std::wstring m_virk_path;
+    std::wstring m_uuid_path;
+    std::wstring m_uuid;
+    std::wstring m_product_id;
+    std::wstring m_product_version;
+    kiln2::path_t m_statistic_dir;
+    std::string m_corporate_domain;
+    std::atomic<bool> m_enabled{false};
+};
+
+} // namespace OSTREL_NAMESPACE

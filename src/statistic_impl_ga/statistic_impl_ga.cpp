@@ -1,0 +1,61 @@
+// The concrete statistic object.
+#include "statistic_impl_ga/statistic_impl_ga.h"
+
+#include "platform/os_name.h"
+#include "statistic_impl/deployment.h"
+#include "statistic_impl_ga/hit.h"
+#include "statistic_impl_ga/log.h"
+
+namespace OSTREL_NAMESPACE {
+
+namespace {
+
+std::wstring get_os_name() {
+    return ostrel_platform::os_product_name().value_or(L"Undefined Windows Version");
+}
+
+} // namespace
+
+statistic_impl_ga_t::statistic_impl_ga_t(const std::wstring& application_name,
+                                         const std::wstring& application_version)
+    : statistic_impl_t(application_name, application_version),
+      m_activity(statistic_dir()),
+      m_connector(collection_url().c_str()) {
+    m_tracking_id = "UA-40271936-07";
+    if (m_tracking_id.empty())
+        return;
+    m_hit_prefix = compose_hit_prefix({m_tracking_id, uuid(), product_id(), product_version(), get_os_name()},
+                                      [this](const std::string& text) { return m_connector.escape(text); });
+    m_enabled_events = load_enabled_events(event_filter_path());
+    m_ready = true;
+}
+
+statistic_impl_ga_t::~statistic_impl_ga_t() = default;
+
+void statistic_impl_ga_t::notify_feature_usage_ex(const std::wstring& feature_name, std::uint64_t value) {
+    OSTREL_TRACE_CALL(analytics_log,
+                      L"void " OSTREL_NAMESPACE_TEXT L"::statistic_impl_ga_t::notify_feature_usage_ex("
+                                                     L"const " OSTREL_WSTRING_TEXT L" &, unsigned __int64)");
+    OSTREL_LOG(analytics_log, info, L"feature_name=" << feature_name << L" value=" << value);
+    // Recorded before the checks: a day of use counts even while collection is off.
+    m_activity.add_today();
+    if (!is_collecting() || !m_ready)
+        return;
+    if (const auto route = route_feature(feature_name, m_enabled_events))
+        send_event(*route);
+}
+
+void statistic_impl_ga_t::send_event(const route_t& route) {
+    m_connector.send(compose_event_hit(m_hit_prefix, route, m_activity.is_new_regular_user(),
+                                       [this](const std::string& text) { return m_connector.escape(text); }));
+}
+
+void statistic_impl_ga_t::reserved_slot_5() {}
+void statistic_impl_ga_t::reserved_slot_6() {}
+void statistic_impl_ga_t::reserved_slot_7() {}
+
+bool statistic_impl_ga_t::flush() {
+    return true;
+}
+
+} // namespace OSTREL_NAMESPACE

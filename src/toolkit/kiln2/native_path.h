@@ -1,0 +1,31 @@
+// Wide text to and from Boost.Filesystem's paths.
+#pragma once
+
+#include "toolkit/quillkit/strings.h"
+
+#include <boost/filesystem/path.hpp>
+
+#include <string>
+#include <type_traits>
+
+namespace kiln2 {
+
+// Boost.Filesystem's own conversion of wide text goes through the C locale on Linux, which knows only ASCII
+// unless the host set another one.
+template <class Path = boost::filesystem::path>
+Path to_native(const std::wstring& text) {
+    if constexpr (std::is_same_v<typename Path::value_type, wchar_t>)
+        return Path(text);
+    else
+        return Path(quillkit::strings::utf16_to_utf8(text));
+}
+
+template <class Path>
+std::wstring from_native(const Path& path) {
+    if constexpr (std::is_same_v<typename Path::value_type, wchar_t>)
+        return path.native();
+    else
+        return quillkit::strings::utf8_to_utf16(path.native());
+}
+
+} // namespace kiln2

@@ -1,0 +1,20 @@
+// The bag itself; its XML form is in variant_bag_xml.cpp.
+#include "toolkit/kiln2/variant_bag.h"
+
+namespace kiln2 {
+
+void variant_bag_t::put(const std::wstring& name, variant_t value) {
+    m_values[name] = std::move(value);
+}
+
+const variant_t& variant_bag_t::get(std::wstring_view name) const {
+    static const variant_t empty;
+    const auto place = m_values.find(name);
+    return place != m_values.end() ? place->second : empty;
+}
+
+variant_bag_t& variant_bag_t::add_bag(const std::wstring& name) {
+    return m_bags.emplace_back(name, variant_bag_t()).second;
+}
+
+} // namespace kiln2

@@ -1,0 +1,59 @@
+// Stand-in for the host toolkit's named tree of typed values, stored as XML.
+#pragma once
+
+#include "kiln2/path.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace kiln2 {
+
+/// A typed value; std::monostate is the empty one.
+using variant_t = std::variant<std::monostate, std::int32_t, std::wstring>;
+
+/// Named values, and nested bags that may share a name and keep the order in which they were added.
+class variant_bag_t {
+public:
+    using nested_t = std::vector<std::pair<std::wstring, variant_bag_t>>;
+    using values_t = std::map<std::wstring, variant_t, std::less<>>;
+
+    /// Sets a value, in place of an earlier one of that name.
+    void put(const std::wstring& name, variant_t value);
+
+    /// The value of that name; the empty one when there is none.
+    const variant_t& get(std::wstring_view name) const;
+
+    /// Adds an empty nested bag; the reference holds until the next one is added to this bag.
+    variant_bag_t& add_bag(const std::wstring& name);
+
+    const values_t& values() const { return m_values; }
+    const nested_t& bags() const { return m_bags; }
+
+private:
+    values_t m_values;
+    nested_t m_bags;
+};
+
+/// Reads a bag from an XML document.
+///
+/// A value is an element whose name is its key: `<Y type="int">2014</Y>` or `<name
+/// type="string">build</name>`; an element that holds only text and has no type is a string too. Every other
+/// element is a nested bag. Files of more than 64 MiB and trees deeper than 64 bags count as malformed.
+/// @param root     the name that the document's root element must have
+/// @param optional a missing file counts as an empty bag
+/// @return 1 when @p bag was filled; otherwise it is left empty: 0 when the file is missing or cannot be
+/// read,
+///         -1 when it is malformed
+int load_variant_bag2(variant_bag_t& bag, const path_t& path, const std::wstring& root, bool optional);
+
+/// Writes a bag whole or not at all, see ostrel_platform::replace_file.
+/// @return false when nothing was written: the file cannot be replaced, or a name or text cannot stand in XML
+bool save_variant_bag2(const variant_bag_t& bag, const path_t& path, const std::wstring& root);
+
+} // namespace kiln2

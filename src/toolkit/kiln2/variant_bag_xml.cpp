@@ -1,0 +1,160 @@
+// The XML form of a bag, and its way to the disk and back.
+#include "toolkit/kiln2/variant_bag.h"
+
+#include "platform/files.h"
+#include "toolkit/quillkit/strings.h"
+
+#include <pugixml.hpp>
+
+#include <charconv>
+#include <optional>
+#include <sstream>
+
+namespace kiln2 {
+
+namespace {
+
+constexpr std::size_t largest_file = std::size_t{64} << 20;
+constexpr int deepest_bag = 64;
+// Texts come back to the letter: no line ends folded, no blanks trimmed.
+constexpr unsigned parse_flags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_ws_pcdata_single;
+
+using quillkit::strings::utf16_to_utf8;
+using quillkit::strings::utf8_to_utf16;
+
+std::optional<std::string> read_file(const path_t& path) {
+    auto file = ostrel_platform::shared_file_t::open_for_reading(path.as_string());
+    if (!file)
+        return std::nullopt;
+    std::string content;
+    std::string block(65536, '\0');
+    while (content.size() <= largest_file) {
+        const auto count = file->read(block.data(), block.size());
+        if (!count)
+            return std::nullopt;
+        if (*count == 0)
+            break;
+        content.append(block, 0, *count);
+    }
+    return content;
+}
+
+std::optional<std::int32_t> parse_integer(std::string_view text) {
+    std::int32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return number;
+}
+
+bool has_element(const pugi::xml_node& element) {
+    for (const auto& child : element.children())
+        if (child.type() == pugi::node_element)
+            return true;
+    return false;
+}
+
+bool is_value(const pugi::xml_node& element) {
+    if (has_element(element))
+        return false;
+    return !element.attribute("type").empty() || !element.text().empty();
+}
+
+// A value of a type that is not known here, or a number that is none, is there but empty.
+variant_t to_value(const pugi::xml_node& element) {
+    const std::string_view type = element.attribute("type").as_string("string");
+    std::string text;
+    for (const auto& child : element.children())
+        text += child.value();
+    if (type == "string")
+        return utf8_to_utf16(text);
+    if (type != "int")
+        return {};
+    const auto number = parse_integer(text);
+    return number ? variant_t(*number) : variant_t();
+}
+
+bool fill(variant_bag_t& bag, const pugi::xml_node& element, int depth) {
+    if (depth > deepest_bag)
+        return false;
+    for (const auto& child : element.children()) {
+        if (child.type() != pugi::node_element)
+            continue;
+        const std::wstring name = utf8_to_utf16(child.name());
+        if (is_value(child))
+            bag.put(name, to_value(child));
+        else if (!fill(bag.add_bag(name), child, depth + 1))
+            return false;
+    }
+    return true;
+}
+
+bool parse(variant_bag_t& bag, std::string& content, const std::wstring& root) {
+    pugi::xml_document document;
+    if (content.size() > largest_file ||
+        !document.load_buffer_inplace(content.data(), content.size(), parse_flags))
+        return false;
+    const auto element = document.document_element();
+    return utf8_to_utf16(element.name()) == root && fill(bag, element, 1);
+}
+
+// The names that need no care in XML; the library's own are all of this kind.
+bool is_plain_name(const std::wstring& name) {
+    const auto is_letter = [](wchar_t c) {
+        return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z') || c == L'_';
+    };
+    const auto is_other = [](wchar_t c) { return (c >= L'0' && c <= L'9') || c == L'-' || c == L'.'; };
+    if (name.empty() || !is_letter(name.front()))
+        return false;
+    for (const wchar_t c : name)
+        if (!is_letter(c) && !is_other(c))
+            return false;
+    return true;
+}
+
+bool write_value(pugi::xml_node element, const variant_t& value) {
+    if (const auto* const number = std::get_if<std::int32_t>(&value)) {
+        element.append_attribute("type") = "int";
+        return element.text().set(*number);
+    }
+    if (const auto* const text = std::get_if<std::wstring>(&value)) {
+        element.append_attribute("type") = "string";
+        return text->find(L'\0') == std::wstring::npos && element.text().set(utf16_to_utf8(*text).c_str());
+    }
+    element.append_attribute("type") = "empty";
+    return true;
+}
+
+bool write_bag(pugi::xml_node element, const variant_bag_t& bag) {
+    for (const auto& [name, value] : bag.values())
+        if (!is_plain_name(name) || !write_value(element.append_child(utf16_to_utf8(name).c_str()), value))
+            return false;
+    for (const auto& [name, nested] : bag.bags())
+        if (!is_plain_name(name) || !write_bag(element.append_child(utf16_to_utf8(name).c_str()), nested))
+            return false;
+    return true;
+}
+
+} // namespace
+
+int load_variant_bag2(variant_bag_t& bag, const path_t& path, const std::wstring& root, bool optional) {
+    bag = variant_bag_t();
+    auto content = read_file(path);
+    if (!content)
+        return optional && !path_t::exists(path.as_string()) ? 1 : 0;
+    if (parse(bag, *content, root))
+        return 1;
+    bag = variant_bag_t();
+    return -1;
+}
+
+bool save_variant_bag2(const variant_bag_t& bag, const path_t& path, const std::wstring& root) {
+    pugi::xml_document document;
+    if (!is_plain_name(root) || !write_bag(document.append_child(utf16_to_utf8(root).c_str()), bag))
+        return false;
+    std::ostringstream text;
+    document.save(text, "  ");
+    return ostrel_platform::replace_file(path.as_string(), text.str());
+}
+
+} // namespace kiln2

@@ -1,0 +1,16 @@
+// Stand-in for the host's portability library: text conversion at the library's borders.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace quillkit::strings {
+
+/// From UTF-8 to the system's wide text (UTF-16 on Windows, code points on Linux). Bytes that are no UTF-8
+/// are dropped.
+std::wstring utf8_to_utf16(std::string_view text);
+
+/// From the system's wide text to UTF-8. Units that are no characters (lone surrogates) are dropped.
+std::string utf16_to_utf8(std::wstring_view text);
+
+} // namespace quillkit::strings
