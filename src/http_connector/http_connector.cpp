@@ -5,8 +5,10 @@
 #include "platform/signals.h"
 
 #include <algorithm>
-#include <cstring>
+#include <array>
 #include <memory>
+#include <string_view>
+#include <utility>
 
 namespace OSTREL_NAMESPACE {
 
@@ -28,9 +30,18 @@ void prepare(CURL* curl, const std::string& url) {
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
 }
 
-bool is_unreserved(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
-           c == '.' || c == '_' || c == '~';
+constexpr std::array<bool, 256> mark_unreserved() {
+    std::array<bool, 256> marks{};
+    for (const char c :
+         std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~"))
+        marks[static_cast<unsigned char>(c)] = true;
+    return marks;
+}
+
+bool is_unreserved(std::string_view text) {
+    static constexpr std::array<bool, 256> unreserved = mark_unreserved();
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return unreserved[static_cast<unsigned char>(c)]; });
 }
 
 } // namespace
@@ -51,9 +62,9 @@ void http_connector_t::send(std::string hit) {
     m_queue.push(std::move(hit));
 }
 
-std::string http_connector_t::escape(const std::string& text) const {
+std::string http_connector_t::escape(std::string text) const {
     // Most names need no escaping, and looking is far cheaper than having libcurl write them anew.
-    if (std::all_of(text.begin(), text.end(), is_unreserved))
+    if (is_unreserved(text))
         return text;
     const std::unique_ptr<char, decltype(&curl_free)> escaped(
         curl_easy_escape(m_curl.handle(), text.c_str(), 0), &curl_free);

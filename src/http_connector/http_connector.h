@@ -31,7 +31,7 @@ public:
 
     /// Percent-encodes @p text up to its first NUL, leaving the unreserved characters of RFC 3986; any
     /// thread.
-    std::string escape(const std::string& text) const;
+    std::string escape(std::string text) const;
 
 private:
     void run();
