@@ -77,9 +77,10 @@ private:
 
 // Macros because a line names the source line of its own site, and builds nothing while its level is off.
 
-/// First statement of a traced function.
+/// First statement of a traced function. The signature is a literal, measured when it is compiled.
 #define OSTREL_TRACE_CALL(logger, signature)                                                                 \
-    const OSTREL_NAMESPACE::call_tracer_t ostrel_call_tracer((logger), (signature), __FILE__, __LINE__)
+    static constexpr std::wstring_view ostrel_signature = signature;                                         \
+    const OSTREL_NAMESPACE::call_tracer_t ostrel_call_tracer((logger), ostrel_signature, __FILE__, __LINE__)
 
 /// Writes the pieces, joined by <<, at a level of log_level_t.
 #define OSTREL_LOG(logger, level, pieces)                                                                    \

@@ -127,8 +127,9 @@ bool last_active_dates_t::is_new_regular_user() const {
 }
 
 bool last_active_dates_t::save() const {
-    const std::lock_guard<std::mutex> guard(m_mutex);
-    if (m_path.empty() || !m_dirty || m_dates.empty())
+    // Only tried: in a forked child the one who held it at the fork may not exist.
+    const std::unique_lock<std::mutex> guard(m_mutex, std::try_to_lock);
+    if (!guard.owns_lock() || m_path.empty() || !m_dirty || m_dates.empty())
         return false;
     filelock_t lock(m_path);
     return lock.lock() && kiln2::save_variant_bag2(to_bag(m_dates), m_path, L"bag");

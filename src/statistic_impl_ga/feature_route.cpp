@@ -1,6 +1,9 @@
 // Which event a feature name becomes, if any.
 #include "statistic_impl_ga/feature_route.h"
 
+#include <algorithm>
+#include <cstddef>
+
 namespace OSTREL_NAMESPACE {
 
 namespace {
@@ -16,12 +19,25 @@ std::optional<route_t> route_run(std::wstring_view feature) {
     return route_t{L"run", rest};
 }
 
+std::size_t shared_length(std::wstring_view left, std::wstring_view right) {
+    const auto end = left.begin() + static_cast<std::ptrdiff_t>(std::min(left.size(), right.size()));
+    return static_cast<std::size_t>(std::mismatch(left.begin(), end, right.begin()).first - left.begin());
+}
+
 } // namespace
 
 std::optional<route_t> route_feature(std::wstring_view feature, const event_set_t& enabled) {
     std::wstring_view key = feature;
-    while (enabled.find(key) == enabled.end()) {
-        const std::size_t dot = key.rfind(L'.');
+    for (;;) {
+        auto nearest = enabled.upper_bound(key);
+        if (nearest == enabled.begin())
+            return route_run(feature);
+        --nearest;
+        if (*nearest == key)
+            break;
+        // Every enabled name that begins the key stands between itself and the key, and so begins its nearest
+        // neighbour too: cuts behind what the two share need not be looked up.
+        const std::size_t dot = key.rfind(L'.', shared_length(key, *nearest));
         if (dot == std::wstring_view::npos)
             return route_run(feature);
         key = key.substr(0, dot);

@@ -6,6 +6,8 @@
 #include "statistic_impl_ga/hit.h"
 #include "statistic_impl_ga/log.h"
 
+#include <utility>
+
 namespace OSTREL_NAMESPACE {
 
 namespace {
@@ -24,8 +26,9 @@ statistic_impl_ga_t::statistic_impl_ga_t(const std::wstring& application_name,
     m_tracking_id = "UA-40271936-07";
     if (m_tracking_id.empty())
         return;
-    m_hit_prefix = compose_hit_prefix({m_tracking_id, uuid(), product_id(), product_version(), get_os_name()},
-                                      [this](const std::string& text) { return m_connector.escape(text); });
+    m_hit_prefix =
+        compose_hit_prefix({m_tracking_id, uuid(), product_id(), product_version(), get_os_name()},
+                           [this](std::string text) { return m_connector.escape(std::move(text)); });
     m_enabled_events = load_enabled_events(event_filter_path());
     m_ready = true;
 }
@@ -33,10 +36,17 @@ statistic_impl_ga_t::statistic_impl_ga_t(const std::wstring& application_name,
 statistic_impl_ga_t::~statistic_impl_ga_t() = default;
 
 void statistic_impl_ga_t::notify_feature_usage_ex(const std::wstring& feature_name, std::uint64_t value) {
+    // Levels are thresholds: where the higher of the two in use is off, none of the lines below is written.
+    if (!analytics_log.is_enabled_for(log_level_t::info))
+        return record(feature_name);
     OSTREL_TRACE_CALL(analytics_log,
                       L"void " OSTREL_NAMESPACE_TEXT L"::statistic_impl_ga_t::notify_feature_usage_ex("
-                                                     L"const " OSTREL_WSTRING_TEXT L" &, unsigned __int64)");
+                      L"const " OSTREL_WSTRING_TEXT L" &, unsigned __int64)");
     OSTREL_LOG(analytics_log, info, L"feature_name=" << feature_name << L" value=" << value);
+    record(feature_name);
+}
+
+void statistic_impl_ga_t::record(const std::wstring& feature_name) {
     // Recorded before the checks: a day of use counts even while collection is off.
     m_activity.add_today();
     if (!is_collecting() || !m_ready)
@@ -46,8 +56,9 @@ void statistic_impl_ga_t::notify_feature_usage_ex(const std::wstring& feature_na
 }
 
 void statistic_impl_ga_t::send_event(const route_t& route) {
-    m_connector.send(compose_event_hit(m_hit_prefix, route, m_activity.is_new_regular_user(),
-                                       [this](const std::string& text) { return m_connector.escape(text); }));
+    m_connector.send(
+        compose_event_hit(m_hit_prefix, route, m_activity.is_new_regular_user(),
+                          [this](std::string text) { return m_connector.escape(std::move(text)); }));
 }
 
 void statistic_impl_ga_t::reserved_slot_5() {}

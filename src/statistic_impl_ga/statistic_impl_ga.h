@@ -26,6 +26,7 @@ public:
     bool flush() override;
 
 private:
+    void record(const std::wstring& feature_name);
     void send_event(const route_t& route);
 
     last_active_dates_t m_activity;
