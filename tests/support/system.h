@@ -21,7 +21,7 @@ public:
     local_app_data_t& operator=(const local_app_data_t&) = delete;
 
 private:
-    std::optional<std::string> m_former;
+    std::optional<std::string> m_former; ///< what is put back, or taken away, at the end
 };
 
 unsigned process_id();

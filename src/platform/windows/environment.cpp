@@ -1,0 +1,23 @@
+// The environment of the process, on Windows.
+#include "platform/environment.h"
+
+#include <windows.h>
+
+namespace ostrel_platform {
+
+std::optional<std::wstring> environment_variable(const std::wstring& name) {
+    // Another thread may change the variable between asking for its size and for its text.
+    std::wstring value;
+    DWORD needed = ::GetEnvironmentVariableW(name.c_str(), nullptr, 0);
+    while (needed > value.size()) {
+        value.resize(needed);
+        ::SetLastError(ERROR_SUCCESS);
+        needed = ::GetEnvironmentVariableW(name.c_str(), value.data(), static_cast<DWORD>(value.size()));
+    }
+    if (needed == 0 && (value.empty() || ::GetLastError() == ERROR_ENVVAR_NOT_FOUND))
+        return std::nullopt;
+    value.resize(needed);
+    return value;
+}
+
+} // namespace ostrel_platform

@@ -1,0 +1,28 @@
+// What the operating system calls itself, on Windows: the registry's ProductName.
+#include "platform/os_name.h"
+
+#include <windows.h>
+
+#include <array>
+
+namespace ostrel_platform {
+
+std::optional<std::wstring> os_product_name() {
+    HKEY key = nullptr;
+    if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", 0,
+                        KEY_QUERY_VALUE, &key) != ERROR_SUCCESS)
+        return std::nullopt;
+    std::array<wchar_t, 256> text{};
+    DWORD type = REG_NONE;
+    DWORD bytes = sizeof text;
+    const LSTATUS status =
+        ::RegQueryValueExW(key, L"ProductName", nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &bytes);
+    ::RegCloseKey(key);
+    if (status != ERROR_SUCCESS || type != REG_SZ)
+        return std::nullopt;
+    // A stored text may lack its terminating zero: only what came back counts.
+    const std::wstring value(text.data(), bytes / sizeof(wchar_t));
+    return value.substr(0, value.find(L'\0'));
+}
+
+} // namespace ostrel_platform

@@ -1,0 +1,78 @@
+// What tests need of the system, on Windows.
+#include "support/system.h"
+
+#include "platform/utf.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace test_support {
+
+namespace {
+
+using ostrel_platform::to_utf8;
+using ostrel_platform::to_wide;
+
+constexpr const wchar_t* shell_folders =
+    L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
+
+std::wstring own_key() {
+    static std::atomic<int> count{0};
+    return L"Software\\ostrel-test\\" + std::to_wstring(process_id()) + L"-" + std::to_wstring(++count);
+}
+
+HKEY create_key(HKEY parent, const std::wstring& name) {
+    HKEY key = nullptr;
+    if (::RegCreateKeyExW(parent, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) != 0)
+        throw std::runtime_error("cannot create a registry key");
+    return key;
+}
+
+} // namespace
+
+void set_variable(const std::string& name, const std::optional<std::string>& value) {
+    const std::wstring wide_name = to_wide(name);
+    const std::wstring wide_value = to_wide(value.value_or(std::string()));
+    // The runtime keeps a copy of the environment and takes an empty value for a removal.
+    ::_wputenv_s(wide_name.c_str(), wide_value.c_str());
+    ::SetEnvironmentVariableW(wide_name.c_str(), value ? wide_value.c_str() : nullptr);
+}
+
+std::optional<std::string> get_variable(const std::string& name) {
+    std::wstring value(32768, L'\0');
+    ::SetLastError(ERROR_SUCCESS);
+    const DWORD length =
+        ::GetEnvironmentVariableW(to_wide(name).c_str(), value.data(), static_cast<DWORD>(value.size()));
+    if (length == 0 && ::GetLastError() == ERROR_ENVVAR_NOT_FOUND)
+        return std::nullopt;
+    return to_utf8(value.substr(0, length));
+}
+
+// The variable LOCALAPPDATA does not move the folder; the registry does, and this process gets one of its
+// own.
+local_app_data_t::local_app_data_t(const std::filesystem::path& folder) {
+    const std::wstring name = own_key();
+    const HKEY own = create_key(HKEY_CURRENT_USER, name);
+    const HKEY folders = create_key(own, shell_folders);
+    const std::wstring text = folder.wstring();
+    ::RegSetValueExW(folders, L"Local AppData", 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                     static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+    ::RegCloseKey(folders);
+    ::RegOverridePredefKey(HKEY_CURRENT_USER, own);
+    ::RegCloseKey(own);
+    m_former = to_utf8(name);
+}
+
+local_app_data_t::~local_app_data_t() {
+    ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, to_wide(*m_former).c_str());
+}
+
+unsigned process_id() {
+    return ::GetCurrentProcessId();
+}
+
+} // namespace test_support
