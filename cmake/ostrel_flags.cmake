@@ -6,3 +6,13 @@ target_compile_options(
   INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
             -ffile-prefix-map=${PROJECT_SOURCE_DIR}/src/=src/ -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
             -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
+
+# A sanitizer has to see every object of a program, so it is switched on for all of them at once.
+set(OSTREL_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
+if(OSTREL_SANITIZE)
+  add_compile_options(-fsanitize=${OSTREL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  if(OSTREL_SANITIZE STREQUAL "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-Wno-tsan) # Asio's fences, in the tests' servers only
+  endif()
+  add_link_options(-fsanitize=${OSTREL_SANITIZE})
+endif()
