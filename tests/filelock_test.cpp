@@ -3,10 +3,8 @@
 
 #include "support/profile.h"
 
-#include <algorithm>
 #include <boost/process/child.hpp>
 #include <gtest/gtest.h>
-#include <thread>
 
 using namespace test_support;
 using OSTREL_NAMESPACE::filelock_t;
@@ -64,17 +62,6 @@ TEST_F(filelock, a_copy_believes_that_it_holds_the_lock_too) {
 
 TEST_F(filelock, a_missing_folder_cannot_be_locked) {
     EXPECT_FALSE(filelock_t(wide(folder.path() / "missing" / "data.xml")).lock());
-}
-
-TEST_F(filelock, of_many_threads_exactly_one_succeeds) {
-    std::vector<filelock_t> locks(8, filelock_t(wide(data)));
-    std::vector<std::thread> threads;
-    for (filelock_t& lock : locks)
-        threads.emplace_back([&lock] { lock.lock(); });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(std::count_if(locks.begin(), locks.end(), [](const auto& lock) { return lock.is_locked(); }),
-              1);
 }
 
 TEST_F(filelock, processes_exclude_each_other) {

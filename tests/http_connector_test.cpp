@@ -13,7 +13,6 @@
 #include <boost/beast/http.hpp>
 #include <chrono>
 #include <gtest/gtest.h>
-#include <thread>
 
 using namespace test_support;
 using boost::asio::ip::tcp;
@@ -161,48 +160,6 @@ TEST_F(http_connector, resets_and_garbage_count_as_failures) {
         }
         EXPECT_EQ(server.waiting(), 0) << bytes.substr(0, 20);
     }
-}
-
-TEST_F(http_connector, the_body_of_an_answer_is_discarded_however_large) {
-    silent_server_t server;
-    http_connector_t connector(server.url().c_str());
-    connector.send("first");
-    server.answer("HTTP/1.1 200 OK\r\n\r\n" + std::string(1000000, 'x'));
-    connector.send("second");
-    server.answer("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
-}
-
-TEST_F(http_connector, a_collector_that_nobody_runs_is_given_up) {
-    std::string url;
-    {
-        const collector_t gone;
-        url = gone.url();
-    }
-    http_connector_t connector(url.c_str());
-    connector.send("hit");
-    connector.send("dropped");
-}
-
-TEST_F(http_connector, callers_may_send_and_escape_from_many_threads_at_once) {
-    const collector_t collector;
-    {
-        http_connector_t connector(collector.url().c_str());
-        std::vector<std::thread> callers;
-        for (int caller = 0; caller < 8; ++caller)
-            callers.emplace_back([&connector, caller] {
-                for (int i = 0; i < 50; ++i)
-                    connector.send(std::to_string(caller) + connector.escape("\xC3\xA9 ") +
-                                   std::to_string(i));
-            });
-        for (std::thread& caller : callers)
-            caller.join();
-    }
-    std::vector<int> next(8);
-    for (const std::string& body : collector.bodies()) {
-        const auto caller = static_cast<std::size_t>(body[0] - '0');
-        EXPECT_EQ(body.substr(1), "%C3%A9%20" + std::to_string(next.at(caller)++));
-    }
-    EXPECT_EQ(next, std::vector<int>(8, 50));
 }
 
 TEST_F(proxy_discovery, the_variable_serves_only_where_the_list_is_empty_and_also_when_it_is) {

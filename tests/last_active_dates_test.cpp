@@ -132,10 +132,3 @@ TEST_F(last_active_dates, a_store_whose_lock_is_held_waits_a_second_and_starts_e
     EXPECT_TRUE(dates.save());
     EXPECT_EQ(stored(), (std::vector<std::string>{today}));
 }
-
-TEST_F(last_active_dates, without_a_folder_the_days_stay_in_memory) {
-    last_active_dates_t dates{kiln2::path_t()};
-    dates.add_today();
-    EXPECT_FALSE(dates.save());
-    EXPECT_FALSE(std::filesystem::exists("last_active_dates.xml"));
-}

@@ -38,6 +38,9 @@ const texts_t no_switch = traced(switches, {"Return 'evsEnabled'"});
 const texts_t forced = traced(switches, {"Return 'evsEnabledForced' - NORVANE_FORCE_FEEDBACK is set"});
 const texts_t disabled = traced(switches, {"Return 'evsDisabled' - NORVANE_DISABLE_FEEDBACK is set"});
 
+const texts_t consent_read = no_switch + texts_t{"virk file content read", "virk file enables statistic"};
+const texts_t refusal_read = no_switch + texts_t{"virk file content read", "virk file disables statistic"};
+
 class policy : public testing::Test {
 protected:
     profile_t profile;
@@ -83,41 +86,30 @@ TEST_F(policy, a_disabling_switch_of_any_value_wins_over_the_forcing_one) {
 }
 
 TEST_F(policy, only_the_first_word_of_the_consent_file_counts) {
-    const struct {
-        std::string content;
-        int state;
-    } cases[] = {
-        {"1", 1},
-        {" \t\r\n1\n", 1},
-        {"1 0", 1},
-        {std::string(5000, '\n') + "1 ", 1},
-        {"0", 2},
-        {"", 2},
-        {" \n", 2},
-        {"01", 2},
-        {"10", 2},
-        {"1.0", 2},
-        {"true", 2},
-        {"\xEF\xBB\xBF"
-         "1",
-         2},
-        {"0 1", 2},
-        {"11", 2},
-        {std::string("1\0", 2), 2},
-        {std::string(1 << 20, '1'), 2},
-    };
+    const texts_t consents{"1", " \t\r\n1\n", "1 0", std::string(5000, '\n') + "1 "};
+    const texts_t refusals{"0",
+                           "01",
+                           "10",
+                           "",
+                           " \n",
+                           std::string("1\0", 2),
+                           std::string(1 << 20, '1'),
+                           "1.0",
+                           "true",
+                           "11",
+                           "0 1",
+                           "\xEF\xBB\xBF\x31"};
     const statistic_impl_ga_t statistic(L"product", L"1");
     log_capture_t capture;
     EXPECT_EQ(statistic.get_consent_state(), 0);
     EXPECT_EQ(capture.texts(), no_switch + texts_t{"virk file missing/not readable"});
-    for (const auto& [content, state] : cases) {
-        write_file(profile.virk(), content);
-        capture.clear();
-        EXPECT_EQ(statistic.get_consent_state(), state) << content.substr(0, 20);
-        EXPECT_EQ(capture.texts(), (no_switch + texts_t{"virk file content read",
-                                                        state == 1 ? "virk file enables statistic"
-                                                                   : "virk file disables statistic"}));
-    }
+    for (const int state : {1, 2})
+        for (const std::string& content : state == 1 ? consents : refusals) {
+            write_file(profile.virk(), content);
+            capture.clear();
+            EXPECT_EQ(statistic.get_consent_state(), state) << content.substr(0, 20);
+            EXPECT_EQ(capture.texts(), state == 1 ? consent_read : refusal_read);
+        }
     std::filesystem::remove(profile.virk());
     std::filesystem::create_directory(profile.virk());
     EXPECT_EQ(statistic.get_consent_state(), 0);
@@ -145,7 +137,18 @@ TEST_F(policy, a_switch_answers_for_the_user_without_touching_the_file) {
 }
 
 TEST_F(policy, the_first_rule_that_fires_decides) {
-    const texts_t consent_read = no_switch + texts_t{"virk file content read"};
+    const host_addresses_t failed{resolution_t::failed, {}};
+    const host_addresses_t no_ipv4{resolution_t::resolved, {}};
+    const host_addresses_t outside{resolution_t::resolved,
+                                   {{{172, 16, 0, 1}}, {{192, 168, 0, 1}}, {{100, 10, 10, 10}}}};
+    const texts_t no_id{"Return 'false' - empty uuid. reporting disabled"};
+    const texts_t off =
+        disabled + texts_t{"Return 'false' - statistic disabled due to environment variables"};
+    const texts_t on =
+        forced + texts_t{"Return 'true' - statistic forcefully enabled by environment variables"};
+    const texts_t excluded = no_switch + texts_t{"Return 'false' - excluded network"};
+    const texts_t error = no_switch + texts_t{"Return 'false' - network error"};
+    const texts_t unanswered = no_switch + no_switch + texts_t{"virk file missing/not readable"};
     const struct {
         std::string id;
         std::string variable;
@@ -155,41 +158,15 @@ TEST_F(policy, the_first_rule_that_fires_decides) {
         texts_t lines;
         std::size_t lookups;
     } cases[] = {
-        {"",
-         "NORVANE_FORCE_FEEDBACK",
-         unknown,
-         "1",
-         false,
-         {"Return 'false' - empty uuid. reporting disabled"},
-         0},
-        {"i", "NORVANE_DISABLE_FEEDBACK", unknown, "1", false,
-         disabled + texts_t{"Return 'false' - statistic disabled due to environment variables"}, 0},
-        {"i", "NORVANE_FORCE_FEEDBACK", inside, "0", true,
-         forced + texts_t{"Return 'true' - statistic forcefully enabled by environment variables"}, 0},
-        {"i", "", inside, "1", false, no_switch + texts_t{"Return 'false' - excluded network"}, 1},
-        {"i",
-         "",
-         {resolution_t::failed, {}},
-         "1",
-         false,
-         no_switch + texts_t{"Return 'false' - network error"},
-         1},
-        {"i",
-         "",
-         {resolution_t::resolved, {{{172, 16, 0, 1}}, {{192, 168, 0, 1}}, {{100, 10, 10, 10}}}},
-         "1",
-         true,
-         no_switch + consent_read + texts_t{"virk file enables statistic"},
-         1},
-        {"i",
-         "",
-         {resolution_t::resolved, {}},
-         "1",
-         true,
-         no_switch + consent_read + texts_t{"virk file enables statistic"},
-         1},
-        {"i", "", unknown, "0", false, no_switch + consent_read + texts_t{"virk file disables statistic"}, 1},
-        {"i", "", unknown, "", false, no_switch + no_switch + texts_t{"virk file missing/not readable"}, 1},
+        {"", "NORVANE_FORCE_FEEDBACK", unknown, "1", false, no_id, 0},
+        {"i", "NORVANE_DISABLE_FEEDBACK", unknown, "1", false, off, 0},
+        {"i", "NORVANE_FORCE_FEEDBACK", inside, "0", true, on, 0},
+        {"i", "", inside, "1", false, excluded, 1},
+        {"i", "", failed, "1", false, error, 1},
+        {"i", "", outside, "1", true, no_switch + consent_read, 1},
+        {"i", "", no_ipv4, "1", true, no_switch + consent_read, 1},
+        {"i", "", unknown, "0", false, no_switch + refusal_read, 1},
+        {"i", "", unknown, "", false, unanswered, 1},
     };
     for (const auto& expected : cases) {
         profile_t own;
