@@ -1,15 +1,16 @@
 // The environment switches with which a user or an administrator decides for the whole process.
+#include "platform/environment.h"
 #include "statistic_impl/log.h"
 #include "statistic_impl/statistic_impl.h"
-#include "toolkit/kiln2/environ.h"
 
 namespace OSTREL_NAMESPACE {
 
 namespace {
 
-// Any non-empty text counts, "0" and "false" included.
+// Any non-empty value counts, "0" and "false" included, and also one that is no text: read as text it would
+// be empty, and a user who switched collection off would be counted all the same.
 bool is_set(const wchar_t* variable) {
-    return !kiln2::get_environ_value(variable).empty();
+    return ostrel_platform::is_variable_set(variable);
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // A user profile of the test's own.
 #include "support/profile.h"
 
+#include "platform/utf.h"
+
 #include <atomic>
 #include <fstream>
 #include <iterator>
@@ -87,6 +89,10 @@ const std::vector<std::string>& profile_t::resolved_names() const {
 void write_file(const fs::path& path, const std::string& content) {
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << content;
+}
+
+std::wstring wide(const fs::path& path) {
+    return ostrel_platform::to_wide(path.u8string());
 }
 
 std::optional<std::string> read_file(const fs::path& path) {

@@ -58,6 +58,8 @@ private:
 
 /// Writes a file, with every missing folder.
 void write_file(const std::filesystem::path& path, const std::string& content);
+/// The path as the library takes it; std::filesystem's own conversion goes through the C locale.
+std::wstring wide(const std::filesystem::path& path);
 /// The file's bytes; nothing when there is no such file.
 std::optional<std::string> read_file(const std::filesystem::path& path);
 

@@ -36,10 +36,11 @@ std::int64_t utc_seconds(std::tm& fields) {
 }
 
 std::optional<std::tm> last_write_time(const std::wstring& path) {
-    // Opened, not only asked for by name: a file that cannot be read has no time to tell.
+    // Opened, not only asked for by name: a file that cannot be read has no time to tell. Nor has a folder,
+    // which only some systems let one open.
     const descriptor_t file(::open(to_utf8(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    if (!file.is_open() || ::fstat(file.get(), &status) != 0)
+    if (!file.is_open() || ::fstat(file.get(), &status) != 0 || S_ISDIR(status.st_mode))
         return std::nullopt;
     return calendar_fields(status.st_mtim.tv_sec);
 }

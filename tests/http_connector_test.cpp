@@ -1,0 +1,180 @@
+// Delivery: the queue, the sending thread, proxy candidates and the switch-off, against real servers.
+#include "http_connector/http_connector.h"
+
+#include "http_connector/proxy_discovery.h"
+#include "support/collector.h"
+#include "support/profile.h"
+
+#include <atomic>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http.hpp>
+#include <chrono>
+#include <gtest/gtest.h>
+
+using namespace test_support;
+using boost::asio::ip::tcp;
+using OSTREL_NAMESPACE::discover_proxies;
+using OSTREL_NAMESPACE::http_connector_t;
+using texts_t = std::vector<std::string>;
+
+namespace {
+
+/// A server that the test plays itself: connections are accepted by the system and wait for the test.
+class silent_server_t {
+public:
+    std::string url() const {
+        return "http://127.0.0.1:" + std::to_string(m_acceptor.local_endpoint().port());
+    }
+
+    /// Takes a request and answers it with these bytes; with none it resets the connection.
+    void answer(const std::string& bytes) {
+        tcp::socket socket = m_acceptor.accept();
+        boost::beast::flat_buffer buffer;
+        boost::beast::http::request<boost::beast::http::string_body> request;
+        boost::beast::http::read(socket, buffer, request);
+        if (bytes.empty())
+            socket.set_option(boost::asio::socket_base::linger(true, 0));
+        // A client that has seen enough hangs up in the middle.
+        boost::system::error_code ignored;
+        boost::asio::write(socket, boost::asio::buffer(bytes), ignored);
+    }
+
+    /// How many connections nobody has taken yet.
+    int waiting() {
+        m_acceptor.non_blocking(true);
+        boost::system::error_code error;
+        int count = 0;
+        for (m_acceptor.accept(error); !error; m_acceptor.accept(error))
+            ++count;
+        return count;
+    }
+
+private:
+    boost::asio::io_context m_context;
+    tcp::acceptor m_acceptor{m_context, {boost::asio::ip::make_address("127.0.0.1"), 0}};
+};
+
+class http_connector : public testing::Test {
+protected:
+    profile_t profile;
+};
+
+using proxy_discovery = http_connector;
+
+} // namespace
+
+TEST_F(http_connector, queued_hits_are_posted_in_order_on_one_connection_before_destruction_returns) {
+    const collector_t collector;
+    texts_t hits;
+    {
+        http_connector_t connector(collector.url().c_str());
+        for (int i = 0; i < 500; ++i)
+            connector.send(hits.emplace_back("hit=" + std::to_string(i)));
+    }
+    EXPECT_EQ(collector.bodies(), hits);
+    for (const request_t& request : collector.requests()) {
+        EXPECT_EQ(request.connection, 1);
+        EXPECT_EQ(request.method + " " + request.target, "POST /collect");
+        EXPECT_EQ(request.content_type, "application/x-www-form-urlencoded");
+        EXPECT_EQ(request.user_agent, "");
+    }
+}
+
+TEST_F(http_connector, every_status_but_200_switches_sending_off_for_good) {
+    for (const unsigned status : {199U, 201U, 204U, 301U, 404U, 500U}) {
+        const collector_t collector(
+            [status](const request_t& request) { return request.body == "second" ? status : 200U; });
+        {
+            http_connector_t connector(collector.url().c_str());
+            for (const char* const hit : {"first", "second", "third", "fourth"})
+                connector.send(hit);
+        }
+        EXPECT_EQ(collector.bodies(), (texts_t{"first", "second"})) << status;
+    }
+}
+
+TEST_F(http_connector, a_failed_candidate_hands_over_to_the_next_which_then_stays_the_first_to_try) {
+    std::atomic<bool> named_fails{false};
+    std::atomic<bool> default_fails{false};
+    const collector_t named([&](const request_t&) { return named_fails ? 500U : 200U; });
+    const collector_t by_default([&](const request_t&) { return default_fails ? 204U : 200U; });
+    profile.set("http_proxy", named.address());
+    {
+        http_connector_t connector("http://collector.example/collect");
+        connector.send("1");
+        ASSERT_TRUE(named.wait_for(1));
+        // The list of candidates is settled by now; the variable only says where the empty one leads.
+        profile.set("http_proxy", by_default.address());
+        named_fails = true;
+        connector.send("2");
+        ASSERT_TRUE(by_default.wait_for(1));
+        connector.send("3");
+        ASSERT_TRUE(by_default.wait_for(2));
+        named_fails = false;
+        default_fails = true;
+        connector.send("4");
+        ASSERT_TRUE(named.wait_for(3));
+        named_fails = true;
+        connector.send("5");
+        connector.send("dropped");
+    }
+    EXPECT_EQ(named.bodies(), (texts_t{"1", "2", "4", "5"}));
+    EXPECT_EQ(by_default.bodies(), (texts_t{"2", "3", "4", "5"}));
+    EXPECT_EQ(named.requests()[0].target, "http://collector.example/collect");
+}
+
+TEST_F(http_connector, an_empty_hit_stops_the_thread) {
+    const collector_t collector;
+    {
+        http_connector_t connector(collector.url().c_str());
+        connector.send("before");
+        connector.send("");
+        connector.send("after");
+    }
+    EXPECT_EQ(collector.bodies(), (texts_t{"before"}));
+}
+
+TEST_F(http_connector, a_server_that_never_answers_costs_one_time_out_whatever_is_queued) {
+    silent_server_t server;
+    std::chrono::steady_clock::time_point begin;
+    {
+        http_connector_t connector(server.url().c_str());
+        for (int i = 0; i < 1000; ++i)
+            connector.send("hit");
+        begin = std::chrono::steady_clock::now();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15));
+    EXPECT_EQ(server.waiting(), 1);
+}
+
+TEST_F(http_connector, resets_and_garbage_count_as_failures) {
+    for (const std::string& bytes : {std::string(), std::string("garbage\r\n\r\n"), std::string(100000, '\0'),
+                                     std::string("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nshort")}) {
+        silent_server_t server;
+        {
+            http_connector_t connector(server.url().c_str());
+            connector.send("fails");
+            connector.send("dropped");
+            server.answer(bytes);
+        }
+        EXPECT_EQ(server.waiting(), 0) << bytes.substr(0, 20);
+    }
+}
+
+TEST_F(proxy_discovery, the_variable_serves_only_where_the_list_is_empty_and_also_when_it_is) {
+    texts_t candidates;
+    discover_proxies("http://collector.example/collect", candidates);
+    EXPECT_EQ(candidates, texts_t{});
+    profile.set("http_proxy", "");
+    discover_proxies("http://collector.example/collect", candidates);
+    EXPECT_EQ(candidates, (texts_t{""}));
+    candidates.clear();
+    profile.set("http_proxy", "http=a:1;https=b:2 \xFF");
+    discover_proxies("http://collector.example/collect", candidates);
+    EXPECT_EQ(candidates, (texts_t{"http=a:1;https=b:2 \xFF"}));
+    discover_proxies("http://collector.example/collect", candidates);
+    EXPECT_EQ(candidates.size(), 1U);
+}
