@@ -3,7 +3,7 @@
 #include "platform/utf.h"
 #include "support/pellar.h"
 
-#include <fstream>
+#include <cstring>
 #include <functional>
 #include <thread>
 
@@ -18,6 +18,14 @@ using lines_t = std::vector<std::string>;
 
 constexpr int remote_monitor = accessor_t::tool_remote_monitor;
 constexpr int pellar = accessor_t::tool_pellar;
+
+/// From the stand-in's spelling of arguments to that of command lines.
+std::string in_quotes(std::string run) {
+    for (const auto& [from, to] : {std::pair("][", "\" \""), std::pair("[", "\""), std::pair("]", "\"")})
+        for (auto at = run.find(from); at != std::string::npos; at = run.find(from))
+            run.replace(at, std::strlen(from), to);
+    return run;
+}
 
 class pellar_accessor : public pellar_test_t {
 protected:
@@ -43,80 +51,56 @@ TEST_F(pellar_accessor, command_lines_quote_every_element_and_escape_nothing) {
 TEST_F(pellar_accessor, every_operation_runs_its_tool_with_its_arguments) {
     const kiln2::path_t file = fresh_file();
     const std::string path = to_utf8(file.as_string());
-    const std::string pid = std::to_string(process_id());
+    const std::string names[] = {"norvaneremotemon.exe", "pellar.exe", "checkVIRKconsent.exe"};
+    const lines_t none;
+    const lines_t aggregated{"I aggregated_file=" + path};
+    const lines_t crash{"I file=" + path};
+    const lines_t code{"I pellar return code=0"};
+    const lines_t answered{code[0], "I return: feedback enabled"};
     struct row_t {
         std::function<void()> call;
-        const char* first_line;
-        int tool;
-        bool sync;
-        const char* name;
-        lines_t arguments;
+        lines_t first_lines;
+        std::size_t tool;
+        std::string run;
+        lines_t last_lines; ///< none for a detached start
     };
-    const std::string file_line = "I file=" + path;
-    const std::string aggregated_line = "I aggregated_file=" + path;
     const row_t rows[] = {
-        {[&] { bridge.send_file(file, false); },
-         aggregated_line.c_str(),
-         0,
-         true,
-         "norvaneremotemon.exe",
-         {"-t", "i", "-e", "statistic", "-m", path}},
-        {[&] { bridge.send_file(file, true); },
-         aggregated_line.c_str(),
-         0,
-         true,
-         "norvaneremotemon.exe",
-         {"-t", "i", "-e", "statistic", "-f", "-m", path}},
-        {[&] { bridge.send_crash_report(file, false); },
-         file_line.c_str(),
-         0,
-         true,
-         "norvaneremotemon.exe",
-         {"-t", "i", "-e", "crash", "-m", path}},
-        {[&] { bridge.send_crash_report(file, true); },
-         file_line.c_str(),
-         0,
-         true,
-         "norvaneremotemon.exe",
-         {"-t", "i", "-e", "crash", "-f", "-m", path}},
-        {[&] { bridge.send_usage_package(); }, nullptr, 0, true, "norvaneremotemon.exe", {"-t", "i", "-b"}},
-        {[&] { bridge.is_feedback_enabled(); }, nullptr, 2, true, "checkVIRKconsent.exe", {"-g"}},
-        {[&] { bridge.notify_gui_start(); }, nullptr, 2, false, "checkVIRKconsent.exe", {"-w", "-s", pid}},
+        {[&] { bridge.send_file(file, false); }, aggregated, 0, "[-t][i][-e][statistic][-m][" + path + "]",
+         code},
+        {[&] { bridge.send_file(file, true); }, aggregated, 0, "[-t][i][-e][statistic][-f][-m][" + path + "]",
+         code},
+        {[&] { bridge.send_crash_report(file, false); }, crash, 0, "[-t][i][-e][crash][-m][" + path + "]",
+         code},
+        {[&] { bridge.send_crash_report(file, true); }, crash, 0, "[-t][i][-e][crash][-f][-m][" + path + "]",
+         code},
+        {[&] { bridge.send_usage_package(); }, none, 0, "[-t][i][-b]", code},
+        {[&] { bridge.is_feedback_enabled(); }, none, 2, "[-g]", answered},
+        {[&] { bridge.notify_gui_start(); }, none, 2, "[-w][-s][" + std::to_string(process_id()) + "]", none},
         {[&] { bridge.check_for_updates(L"{1 2}"); },
-         "I product_guid={1 2}",
+         {"I product_guid={1 2}"},
          1,
-         false,
-         "pellar.exe",
-         {"--product_guid", "{1 2}", "--action", "check"}},
+         "[--product_guid][{1 2}][--action][check]",
+         none},
         {[&] { bridge.check_for_updates(L""); },
-         "I product_guid=",
+         {"I product_guid="},
          1,
-         false,
-         "pellar.exe",
-         {"--product_guid", "", "--action", "check"}},
+         "[--product_guid][][--action][check]",
+         none},
     };
-    std::size_t count = 0;
     for (const row_t& row : rows) {
         log.clear();
+        fs::remove(profile.folder() / "record");
         row.call();
-        std::string quoted = "\"" + tool_path(row.name) + "\"";
-        std::string run;
-        for (const std::string& argument : row.arguments) {
-            quoted += " \"" + argument + "\"";
-            run += "[" + argument + "]";
-        }
-        lines_t expected{"I tool=" + std::to_string(row.tool), row.sync ? "I sync=1" : "I sync=0",
-                         "I pellar location=" + tool_path(row.name),
-                         "I pellar command line='" + quoted + "'"};
-        if (row.first_line != nullptr)
-            expected.insert(expected.begin(), row.first_line);
-        if (row.sync)
-            expected.emplace_back("I pellar return code=0");
-        if (row.name == std::string("checkVIRKconsent.exe") && row.sync)
-            expected.emplace_back("I return: feedback enabled");
+        const std::string location = tool_path(names[row.tool].c_str());
+        lines_t expected = row.first_lines;
+        expected.push_back("I tool=" + std::to_string(row.tool));
+        expected.push_back(row.last_lines.empty() ? "I sync=0" : "I sync=1");
+        expected.push_back("I pellar location=" + location);
+        expected.push_back("I pellar command line='" + in_quotes("[" + location + "]" + row.run) + "'");
+        expected.insert(expected.end(), row.last_lines.begin(), row.last_lines.end());
         EXPECT_EQ(logged(), expected);
-        ASSERT_TRUE(wait_for_runs(++count));
-        EXPECT_EQ(runs().back(), run);
+        ASSERT_TRUE(wait_for_runs(1));
+        EXPECT_EQ(runs(), lines_t{row.run});
     }
 }
 
@@ -178,20 +162,18 @@ TEST_F(pellar_accessor, a_switched_off_bridge_starts_nothing_and_returns_0) {
 }
 
 TEST_F(pellar_accessor, a_tool_that_is_not_found_is_an_error_unless_the_manager_is_expected) {
-    const lines_t silent{"I tool=3", "I sync=1", "I pellar location="};
-    lines_t complaining = silent;
-    complaining.emplace_back("E Failed to find pellar location");
-    EXPECT_EQ(invoke(3, {}, true), -1);
-    EXPECT_EQ(logged(), complaining);
-    settor2::IProductLocations::install(nullptr);
-    log.clear();
-    EXPECT_EQ(invoke(3, {}, true), -1);
-    EXPECT_EQ(logged(), complaining);
+    lines_t expected{"I tool=3", "I sync=1", "I pellar location="};
     locations.manager_expected = true;
-    settor2::IProductLocations::install(&locations);
-    log.clear();
     EXPECT_EQ(invoke(3, {}, true), -1);
-    EXPECT_EQ(logged(), silent);
+    EXPECT_EQ(logged(), expected);
+    expected.emplace_back("E Failed to find pellar location");
+    locations.manager_expected = false;
+    for (settor2::IProductLocations* const service : {&locations, static_cast<locations_t*>(nullptr)}) {
+        settor2::IProductLocations::install(service);
+        log.clear();
+        EXPECT_EQ(invoke(3, {}, true), -1);
+        EXPECT_EQ(logged(), expected);
+    }
     EXPECT_EQ(invoke(-1, {}, false), -1);
 }
 

@@ -29,7 +29,7 @@ int touched_signals() {
     for (int signal = 1; signal <= SIGRTMAX; ++signal) {
         struct sigaction action {};
         count += ::sigismember(&mask, signal) == 1 ? 1 : 0;
-        count += ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_DFL ? 1 : 0;
+        count += ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN ? 1 : 0;
     }
     return count;
 }

@@ -57,9 +57,13 @@ TEST_F(pellar_processes, children_inherit_standard_streams_and_nothing_else) {
     ::sigemptyset(&mask);
     ::sigaddset(&mask, SIGUSR1);
     ::pthread_sigmask(SIG_BLOCK, &mask, nullptr);
-    const int inheritable = ::fcntl(1, F_DUPFD, 700);
+    const int inheritable = ::open(tools().c_str(), O_RDONLY);
+    const int standard_input = ::dup(0);
+    ::dup2(inheritable, 0);
     EXPECT_EQ(invoke(pellar, {result.wstring()}, true), 0);
     EXPECT_EQ(invoke(pellar, {result.wstring()}, false), 0);
+    ::dup2(standard_input, 0);
+    ::close(standard_input);
     ::close(inheritable);
     ::pthread_sigmask(SIG_UNBLOCK, &mask, nullptr);
     ASSERT_TRUE(wait_for_runs(2));
@@ -70,6 +74,17 @@ TEST_F(pellar_processes, children_inherit_standard_streams_and_nothing_else) {
 TEST_F(pellar_processes, arguments_reach_the_tool_whatever_they_hold) {
     EXPECT_EQ(invoke(pellar, {L"", L"a\"b", L"c\\", L"$HOME 'x' *", L"\"q\""}, true), 0);
     EXPECT_EQ(runs(), std::vector<std::string>{"[][a\"b][c\\][$HOME 'x' *][\"q\"]"});
+}
+
+TEST_F(pellar_processes, paths_may_be_long) {
+    fs::path file = profile.folder();
+    while (file.native().size() < 3800)
+        file /= std::string(190, 'x');
+    file /= std::string(4000 - file.native().size() - 1, 'y');
+    write_file(file, "x");
+    EXPECT_FALSE(bridge.send_file(wide(file), false));
+    profile.set("STAND_IN_ACTION", "delete");
+    EXPECT_TRUE(bridge.send_file(wide(file), false));
 }
 
 TEST_F(pellar_processes, start_errors_and_signals_become_numbers) {
