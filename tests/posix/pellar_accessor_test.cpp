@@ -60,8 +60,8 @@ TEST_F(pellar_processes, children_inherit_standard_streams_and_nothing_else) {
     const int inheritable = ::open(tools().c_str(), O_RDONLY);
     const int standard_input = ::dup(0);
     ::dup2(inheritable, 0);
-    EXPECT_EQ(invoke(pellar, {result.wstring()}, true), 0);
-    EXPECT_EQ(invoke(pellar, {result.wstring()}, false), 0);
+    EXPECT_EQ(invoke(pellar, {wide(result)}, true), 0);
+    EXPECT_EQ(invoke(pellar, {wide(result)}, false), 0);
     ::dup2(standard_input, 0);
     ::close(standard_input);
     ::close(inheritable);
