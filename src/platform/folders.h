@@ -10,4 +10,7 @@ namespace ostrel_platform {
 /// It need not exist yet.
 std::optional<std::wstring> local_app_data_folder();
 
+/// The machine's folder for components that several programs share; nothing when the system names none.
+std::optional<std::wstring> common_program_files_folder();
+
 } // namespace ostrel_platform

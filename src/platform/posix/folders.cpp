@@ -1,4 +1,4 @@
-// The folders that the system names, on POSIX: the XDG base directories.
+// The folders that the system names, on POSIX: the XDG base directories and /opt.
 #include "platform/folders.h"
 
 #include "platform/environment.h"
@@ -24,6 +24,10 @@ std::optional<std::wstring> local_app_data_folder() {
     if (auto home = absolute_folder(L"HOME"))
         return *home + L"/.local/share";
     return std::nullopt;
+}
+
+std::optional<std::wstring> common_program_files_folder() {
+    return L"/opt";
 }
 
 } // namespace ostrel_platform

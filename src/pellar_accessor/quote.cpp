@@ -1,0 +1,23 @@
+// The command lines that tools are started with.
+#include "pellar_accessor/quote.h"
+
+namespace OSTREL_NAMESPACE {
+
+// Quotes and backslashes inside stay as they are: the tools have always been called so.
+std::wstring quote(const std::wstring& element) {
+    return L'"' + element + L'"';
+}
+
+ostrel_platform::command_t compose_command(const std::wstring& program,
+                                           const std::vector<std::wstring>& arguments) {
+    ostrel_platform::command_t command;
+    command.elements.push_back(program);
+    command.elements.insert(command.elements.end(), arguments.begin(), arguments.end());
+    for (const std::wstring& element : command.elements) {
+        command.quoted.push_back(quote(element));
+        command.line.append(command.line.empty() ? L"" : L" ").append(command.quoted.back());
+    }
+    return command;
+}
+
+} // namespace OSTREL_NAMESPACE

@@ -1,0 +1,19 @@
+// The command lines that tools are started with.
+#pragma once
+
+#include "ostrel/version.h"
+#include "platform/process.h"
+
+#include <string>
+#include <vector>
+
+namespace OSTREL_NAMESPACE {
+
+/// The element between double quotes, itself unchanged.
+std::wstring quote(const std::wstring& element);
+
+/// The command of a tool: @p program, its path, then the arguments in order.
+ostrel_platform::command_t compose_command(const std::wstring& program,
+                                           const std::vector<std::wstring>& arguments);
+
+} // namespace OSTREL_NAMESPACE

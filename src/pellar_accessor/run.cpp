@@ -1,0 +1,89 @@
+// Running a tool: whether, where, and what came of it.
+#include "ostrel/pellar_accessor.h"
+
+#include "pellar_accessor/log.h"
+#include "pellar_accessor/quote.h"
+#include "settor2/product_locations.h"
+#include "toolkit/kiln2/environ.h"
+
+#define OSTREL_WSTRING_VECTOR_TEXT                                                                           \
+    L"std::vector<" OSTREL_WSTRING_TEXT L", std::allocator<" OSTREL_WSTRING_TEXT L">>"
+
+namespace OSTREL_NAMESPACE {
+
+namespace {
+
+constexpr int not_started = -1;
+
+bool is_manager_expected() {
+    const settor2::IProductLocations* const locations = settor2::IProductLocations::get();
+    return locations != nullptr && locations->isManagerExpected();
+}
+
+int run_and_wait(const ostrel_platform::command_t& command) {
+    const ostrel_platform::run_result_t result = ostrel_platform::run_process(command);
+    if (result.finished)
+        OSTREL_LOG(bridge_log, info, L"pellar return code=" << result.code);
+    else
+        // One wording for every system, so that whoever reads the logs finds it.
+        OSTREL_LOG_ERROR(bridge_log, L"CreateProcessW failed: " << result.code);
+    return static_cast<int>(result.code);
+}
+
+} // namespace
+
+bool pellar_accessor_impl_t::is_pellar_call_allowed() const {
+    OSTREL_TRACE_CALL(
+        bridge_log,
+        L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::is_pellar_call_allowed() const");
+    if (kiln2::get_environ_value(L"OSTREL_DISABLE_PELLAR").empty()) {
+        OSTREL_LOG(bridge_log, trace, L"Return 'true'");
+        return true;
+    }
+    OSTREL_LOG(bridge_log, trace, L"Return 'false' - OSTREL_DISABLE_PELLAR is set");
+    return false;
+}
+
+int pellar_accessor_impl_t::invoke_pellar(pellar_tool_t tool, const std::vector<std::wstring>& arguments,
+                                          bool sync) const {
+    OSTREL_TRACE_CALL(
+        bridge_log,
+        L"int " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::invoke_pellar(" OSTREL_NAMESPACE_TEXT L"::"
+                                                                                                        L"pel"
+                                                                                                        L"lar"
+                                                                                                        L"_ac"
+                                                                                                        L"ces"
+                                                                                                        L"sor"
+                                                                                                        L"_im"
+                                                                                                        L"pl_"
+                                                                                                        L"t::"
+                                                                                                        L"pel"
+                                                                                                        L"lar"
+                                                                                                        L"_to"
+                                                                                                        L"ol_"
+                                                                                                        L"t, "
+                                                                                                        L"con"
+                                                                                                        L"st"
+                                                                                                        L" " OSTREL_WSTRING_VECTOR_TEXT L" &, bool) const");
+    OSTREL_LOG(bridge_log, info, L"tool=" << static_cast<int>(tool));
+    OSTREL_LOG(bridge_log, info, L"sync=" << sync);
+    if (!is_pellar_call_allowed())
+        return 0;
+    // No word about it: hosts call from remote sessions as a matter of course.
+    if (ostrel_platform::is_remote_session())
+        return not_started;
+    const kiln2::path_t location = get_pellar_location(tool);
+    OSTREL_LOG(bridge_log, info, L"pellar location=" << location.as_string());
+    if (!kiln2::path_t::exists(location.as_string())) {
+        if (!is_manager_expected())
+            OSTREL_LOG_ERROR(bridge_log, L"Failed to find pellar location");
+        return not_started;
+    }
+    const ostrel_platform::command_t command = compose_command(location.as_string(), arguments);
+    OSTREL_LOG(bridge_log, info, L"pellar command line='" << command.line << L"'");
+    if (sync)
+        return run_and_wait(command);
+    return ostrel_platform::start_detached(command) ? 0 : not_started;
+}
+
+} // namespace OSTREL_NAMESPACE
