@@ -45,7 +45,7 @@ boost::shared_ptr<statistic_t> statistic_t::get() {
     if (auto shared = last_made.lock())
         return shared;
     const std::wstring product_id = quillkit::strings::utf8_to_utf16("vemtra");
-    const boost::shared_ptr<statistic_t> made(new statistic_impl_ga_t(product_id, host_version()));
+    boost::shared_ptr<statistic_t> made(new statistic_impl_ga_t(product_id, host_version()));
     last_made = made;
     return made;
 }

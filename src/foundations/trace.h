@@ -82,6 +82,9 @@ private:
     static constexpr std::wstring_view ostrel_signature = signature;                                         \
     const OSTREL_NAMESPACE::call_tracer_t ostrel_call_tracer((logger), ostrel_signature, __FILE__, __LINE__)
 
+// NOLINTBEGIN(bugprone-macro-parentheses): in parentheses the pieces would be joined before they reach the
+// message
+
 /// Writes the pieces, joined by <<, at a level of log_level_t.
 #define OSTREL_LOG(logger, level, pieces)                                                                    \
     do {                                                                                                     \
@@ -96,3 +99,5 @@ private:
 /// A failure: the pieces, then where in the source it was noticed.
 #define OSTREL_LOG_ERROR(logger, pieces)                                                                     \
     OSTREL_LOG(logger, error, pieces << L", at file: " << __FILE__ << L":" << __LINE__)
+
+// NOLINTEND(bugprone-macro-parentheses)

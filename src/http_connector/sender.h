@@ -19,7 +19,7 @@ public:
     /// Starts the thread, which finds the proxies by itself.
     explicit sender_t(const char* url);
     /// Stops the thread behind the hits queued so far, and waits for it.
-    ~sender_t();
+    ~sender_t(); // NOLINT(bugprone-exception-escape): only when memory is short
     sender_t(const sender_t&) = delete;
     sender_t& operator=(const sender_t&) = delete;
 

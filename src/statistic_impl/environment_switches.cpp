@@ -40,6 +40,7 @@ statistic_impl_t::env_vars_state_t statistic_impl_t::get_env_vars_state() {
 #endif
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): users of the class call it on an object
 bool statistic_impl_t::is_send_files_disabled() const {
     OSTREL_TRACE_CALL(policy_log,
                       L"bool " OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::is_send_files_disabled() const");

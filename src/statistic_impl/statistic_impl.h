@@ -36,7 +36,7 @@ public:
     static env_vars_state_t get_env_vars_state();
 
     /// Whether the environment forbids sending files; for users of the class.
-    bool is_send_files_disabled() const; // NOLINT(readability-convert-member-functions-to-static)
+    bool is_send_files_disabled() const;
 
     /// Takes the decision afresh; does not change what the object goes by. May block while it resolves a
     /// name.

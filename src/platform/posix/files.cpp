@@ -55,6 +55,8 @@ bool is_still_at(const descriptor_t& file, const std::string& path) {
 } // namespace
 
 struct shared_file_t::handle_t {
+    explicit handle_t(descriptor_t file) : descriptor(std::move(file)) {}
+
     descriptor_t descriptor;
 };
 
@@ -67,14 +69,14 @@ std::optional<shared_file_t> shared_file_t::open_for_reading(const std::wstring&
     descriptor_t file = open_regular(to_utf8(path), O_RDONLY);
     if (!file.is_open())
         return std::nullopt;
-    return shared_file_t(std::unique_ptr<handle_t>(new handle_t{std::move(file)}));
+    return shared_file_t(std::make_unique<handle_t>(std::move(file)));
 }
 
 std::optional<shared_file_t> shared_file_t::open_for_writing(const std::wstring& path) {
     descriptor_t file = open_regular(to_utf8(path), O_WRONLY | O_CREAT | O_TRUNC);
     if (!file.is_open())
         return std::nullopt;
-    return shared_file_t(std::unique_ptr<handle_t>(new handle_t{std::move(file)}));
+    return shared_file_t(std::make_unique<handle_t>(std::move(file)));
 }
 
 std::optional<std::size_t> shared_file_t::read(char* buffer, std::size_t size) {

@@ -1,0 +1,116 @@
+// A collector for trying the library out: takes its hits on the loopback interface and prints what they say.
+#include "server.h"
+
+#include <boost/asio/signal_set.hpp>
+
+#include <charconv>
+#include <csignal>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+#include <string_view>
+
+namespace {
+
+constexpr std::string_view usage =
+    R"(Usage: collector [--port N] [--port-file FILE] [--raw]
+
+Takes Measurement Protocol hits posted to http://127.0.0.1:PORT/collect and
+prints one line for each. Interrupt it to see how many hits arrived.
+
+  --port N          listen on port N; without it, on a free one
+  --port-file FILE  write the port into FILE once it listens
+  --raw             print each body as it arrived, too
+  --help            print this text
+)";
+
+struct options_t {
+    unsigned short port = 0;
+    std::string port_file;
+    bool raw = false;
+    bool help = false;
+};
+
+class usage_error_t : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+unsigned short parse_port(std::string_view text) {
+    unsigned short port = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    if (error != std::errc() || end != text.data() + text.size())
+        throw usage_error_t("not a port: " + std::string(text));
+    return port;
+}
+
+options_t parse_options(int count, char** arguments) {
+    options_t options;
+    for (int i = 1; i < count; ++i) {
+        const std::string_view option = arguments[i];
+        const bool takes_value = option == "--port" || option == "--port-file";
+        if (takes_value && i + 1 == count)
+            throw usage_error_t(std::string(option) + " needs a value");
+        if (option == "--port")
+            options.port = parse_port(arguments[++i]);
+        else if (option == "--port-file")
+            options.port_file = arguments[++i];
+        else if (option == "--raw")
+            options.raw = true;
+        else if (option == "--help")
+            options.help = true;
+        else
+            throw usage_error_t("unknown option: " + std::string(option));
+    }
+    return options;
+}
+
+// Moved into place, so that whoever waits for the file never reads half a number.
+void write_port_file(const std::string& path, unsigned short port) {
+    const std::string draft = path + ".part";
+    std::ofstream file(draft);
+    file << port << '\n';
+    file.close();
+    if (!file)
+        throw std::runtime_error("cannot write " + draft);
+    std::filesystem::rename(draft, path);
+}
+
+std::string counted(int count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+void collect(const options_t& options) {
+    boost::asio::io_context context;
+    collector::server_t server(context, options.port, std::cout, options.raw);
+    boost::asio::signal_set signals(context, SIGINT, SIGTERM);
+    signals.async_wait([&](const boost::system::error_code&, int) { context.stop(); });
+    std::cout << "listening on http://127.0.0.1:" << server.port() << "/collect" << std::endl;
+    if (!options.port_file.empty())
+        write_port_file(options.port_file, server.port());
+    context.run();
+    const collector::tally_t& tally = server.tally();
+    std::cout << counted(tally.hits, "hit") << " over " << counted(tally.connections, "connection") << ", "
+              << tally.malformed << " malformed" << std::endl;
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    try {
+        const options_t options = parse_options(count, arguments);
+        if (options.help)
+            std::cout << usage;
+        else
+            collect(options);
+        return 0;
+    } catch (const usage_error_t& error) {
+        std::cerr << "collector: " << error.what() << "\n" << usage;
+        return 2;
+    } catch (const std::exception& error) {
+        std::cerr << "collector: " << error.what() << "\n";
+        return 1;
+    }
+}

@@ -1,0 +1,33 @@
+# What the other scripts share: quiet steps and the list of missing packages. Sourced, not run.
+
+die() {
+    echo "${0##*/}: $*" >&2
+    exit 1
+}
+
+# Prints one line a step: its name, then how long it took. The output goes into $log and is shown only when the
+# step fails. The subshell is no part of a condition, for there bash would ignore errexit inside it.
+step() {
+    local name=$1 start=$SECONDS status=0
+    shift
+    printf '%-40s' "$name"
+    mkdir -p "${log%/*}"
+    set +e
+    (set -e && "$@") >"$log" 2>&1 </dev/null
+    status=$?
+    set -e
+    if ((status)); then
+        printf 'failed (%d)\n' "$status"
+        tail -n 60 "$log" >&2
+        exit 1
+    fi
+    printf '%4d s\n' $((SECONDS - start))
+}
+
+# Prints those of the given Debian packages that are not installed.
+missing_packages() {
+    local package
+    for package in "$@"; do
+        [[ $(dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null) == *installed* ]] || echo "$package"
+    done
+}

@@ -1,0 +1,145 @@
+#!/usr/bin/env bash
+# Runs the main job where it can be watched: two hosts report features, a collector prints what arrives, and
+# this script checks that it is what should have arrived.
+set -euo pipefail
+
+root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
+source "$root/scripts/common.sh"
+
+usage() {
+    cat <<END
+Usage: ${0##*/} [--build-dir DIR]
+
+Installs what is missing, builds, and runs the example hosts against the
+example collector on this machine. Fails when what arrives is not what should.
+
+  --build-dir DIR  use what is built in DIR; install and build nothing
+  --help           print this text
+END
+}
+
+build_dir=
+while (($#)); do
+    case $1 in
+    --build-dir) (($# > 1)) || die "--build-dir needs a value"
+                 build_dir=$2 && shift 2 ;;
+    --help) usage && exit ;;
+    *) die "unknown option: $1 (see --help)" ;;
+    esac
+done
+
+build() {
+    "$root/scripts/bootstrap.sh" build test
+    cd "$root"
+    log=build/linux/demo.log
+    step "configure" cmake --preset linux
+    step "build (log in $log)" cmake --build --preset linux --target collector c_host cpp_host
+}
+
+# A folder of our own for everything that the library keeps; the user's own is never touched.
+folder=$(mktemp -d)
+collector_pid=
+clean_up() {
+    [[ -z $collector_pid ]] || kill "$collector_pid" 2>/dev/null || true
+    rm -rf -- "$folder"
+}
+trap clean_up EXIT
+
+start_collector() {
+    "$build_dir/examples/collector/collector" --port-file "$folder/port" >"$folder/collector.txt" &
+    collector_pid=$!
+    until [[ -e $folder/port ]]; do
+        kill -0 "$collector_pid" 2>/dev/null || die "the collector did not start"
+        sleep 0.05
+    done
+}
+
+stop_collector() {
+    kill -TERM "$collector_pid"
+    wait "$collector_pid" || die "the collector failed"
+    collector_pid=
+}
+
+# Everything in the environment that could change what is collected or where it goes is set here.
+prepare_environment() {
+    unset NORVANE_STATISTICS_DISABLE NORVANE_DONOTSEND_FEEDBACK NORVANE_DISABLE_FEEDBACK
+    unset NORVANE_FORCE_FEEDBACK NORVANE_FORCE_UUID
+    unset http_proxy all_proxy ALL_PROXY no_proxy NO_PROXY
+    export XDG_DATA_HOME=$folder/data
+    # "localhost" needs no DNS, and its address is not one of the corporate network's.
+    export OSTREL_CORPORATE_DOMAIN=localhost
+    export OSTREL_COLLECTION_URL="http://127.0.0.1:$(<"$folder/port")/collect"
+}
+
+# Runs a host with a data folder of that name, and shows what it says.
+run_host() {
+    local data=$1 title=$2
+    shift 2
+    printf '\n=== %s\n' "$title"
+    echo "$title:" >>"$folder/withheld.txt"
+    XDG_DATA_HOME=$folder/$data "$@" | tee "$folder/host.txt"
+    sed '1,/^Withheld/d' "$folder/host.txt" >>"$folder/withheld.txt"
+}
+
+# The hits of one host share one connection, and who may not send opens none.
+expected() {
+    local c='product "c_host", version "2.7.312 & more", regular user: no'
+    local cpp='product "vemtra", version "7.1.312", regular user: yes'
+    cat <<END
+category "debugger.attach", no label, $c
+category "editor", label "open.file", $c
+category "editor.refactor", label "rename", $c
+category "editor", label "recent.résumé 日本", $c
+category "run", label "build", $c
+category "session", label "build.begin", $cpp
+category "run", label "compiler", $cpp
+category "session", label "build.end", $cpp
+8 hits over 2 connections, 0 malformed
+END
+}
+
+# Three earlier days of use, so that today makes a regular user of the C++ host's user.
+write_earlier_days() {
+    local days ago
+    days=$folder/agrees/'Norvane Corporation'/cpp_host/settings/statistic
+    mkdir -p "$days"
+    {
+        echo '<bag>'
+        for ago in 9 5 2; do
+            date -u -d "$ago days ago" \
+                '+<item><Y type="int">%Y</Y><M type="int">%-m</M><D type="int">%-d</D></item>'
+        done
+        echo '</bag>'
+    } >"$days/last_active_dates.xml"
+}
+
+show_and_check() {
+    local arrived=$folder/arrived.txt expected=$folder/expected.txt
+    printf '\n=== What arrived at the collector\n'
+    cat "$folder/collector.txt"
+    printf '\n=== What was withheld, and why\n'
+    cat "$folder/withheld.txt"
+    sed '/^listening/d; s/^hit [0-9]*: //' "$folder/collector.txt" >"$arrived"
+    expected >"$expected"
+    echo
+    if ! diff -u "$expected" "$arrived"; then
+        echo "The demo FAILED: what arrived (+) is not what should have arrived (-)."
+        return 1
+    fi
+    echo "The demo passed: exactly what should have arrived did, in its order."
+}
+
+if [[ -z $build_dir ]]; then
+    build
+    build_dir=$root/build/linux
+fi
+start_collector
+prepare_environment
+write_earlier_days
+run_host agrees "A C host whose user agrees" "$build_dir/examples/c_host/c_host"
+run_host agrees "A C++ host of the same user, on its fourth day of use" "$build_dir/examples/cpp_host/cpp_host"
+run_host refuses "A C host whose user refuses" "$build_dir/examples/c_host/c_host" --refuse
+NORVANE_STATISTICS_DISABLE=0 run_host agrees "The user who agreed, with NORVANE_STATISTICS_DISABLE set" \
+    "$build_dir/examples/cpp_host/cpp_host"
+stop_collector
+show_and_check

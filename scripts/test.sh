@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and runs the tests of one build or of all.
+set -euo pipefail
+
+root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
+source "$root/scripts/common.sh"
+
+usage() {
+    cat <<END
+Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | all]
+
+Without a name: linux.
+
+  --no-lint  leave out clang-format and clang-tidy, which only linux runs
+  --help     print this text
+END
+}
+
+# A build is one function of its name with the prefix "test_"; the order is that of "all".
+readonly builds=(linux windows asan tsan fuzz)
+lint=yes
+
+configure_and_build() {
+    log=build/$1/build.log
+    step "configure $1" cmake --preset "$1"
+    step "build $1 (log in $log)" cmake --build --preset "$1"
+}
+
+test_linux() {
+    "$root/scripts/bootstrap.sh" build test
+    configure_and_build linux
+    [[ $lint == no ]] || "$root/scripts/lint.sh"
+    ctest --preset linux -j "$(nproc)"
+}
+
+run_build() {
+    declare -F "test_$1" >/dev/null || {
+        echo "${0##*/}: the build \"$1\" is not there yet" >&2
+        exit 2
+    }
+    "test_$1"
+}
+
+selected=()
+for argument in "$@"; do
+    case $argument in
+    --help) usage && exit ;;
+    --no-lint) lint=no ;;
+    all) selected=("${builds[@]}") ;;
+    *) [[ " ${builds[*]} " == *" $argument "* ]] || die "no such build: $argument (see --help)"
+       selected+=("$argument") ;;
+    esac
+done
+((${#selected[@]})) || selected=(linux)
+
+cd "$root"
+for build in "${selected[@]}"; do
+    run_build "$build"
+done
