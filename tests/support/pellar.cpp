@@ -28,10 +28,6 @@ template struct entry_t<&accessor_t::invoke_pellar>;
 
 } // namespace
 
-std::wstring wide(const fs::path& path) {
-    return ostrel_platform::to_wide(path.u8string());
-}
-
 std::vector<std::string> plain(const std::vector<log_line_t>& lines) {
     std::vector<std::string> result;
     for (const log_line_t& line : lines) {

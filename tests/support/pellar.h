@@ -22,8 +22,6 @@ public:
     bool manager_expected = false;
 };
 
-std::wstring wide(const std::filesystem::path& path);
-
 /// The texts behind their level ("E ", "I " or "T "); of error lines the suffix is checked and cut off.
 std::vector<std::string> plain(const std::vector<log_line_t>& lines);
 

@@ -20,4 +20,9 @@ std::optional<std::wstring> environment_variable(const std::wstring& name) {
     return value;
 }
 
+bool is_variable_set(const std::wstring& name) {
+    // The size asked for holds the terminating zero, which an empty value has too.
+    return ::GetEnvironmentVariableW(name.c_str(), nullptr, 0) > 1;
+}
+
 } // namespace ostrel_platform
