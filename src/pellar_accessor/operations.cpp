@@ -2,14 +2,21 @@
 #include "ostrel/pellar_accessor.h"
 
 #include "pellar_accessor/log.h"
+#include "platform/environment.h"
 #include "platform/process.h"
-#include "toolkit/kiln2/environ.h"
 
 namespace OSTREL_NAMESPACE {
 
 namespace {
 
 constexpr int not_started = -1;
+
+// clang-format off
+constexpr std::wstring_view send_crash_report_signature =
+    L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::send_crash_report(const kiln2::path_t &, bool)";
+constexpr std::wstring_view check_for_updates_signature =
+    L"void " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::check_for_updates(const " OSTREL_WSTRING_TEXT L" &)";
+// clang-format on
 
 std::vector<std::wstring> upload_arguments(const wchar_t* kind, const kiln2::path_t& file, bool force) {
     std::vector<std::wstring> arguments{L"-t", L"i", L"-e", kind};
@@ -53,9 +60,7 @@ bool pellar_accessor_impl_t::send_usage_package() {
 }
 
 bool pellar_accessor_impl_t::send_crash_report(const kiln2::path_t& file, bool force) {
-    OSTREL_TRACE_CALL(bridge_log, L"bool"
-                                  L" " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::send_crash_report("
-                                                             L"const kiln2::path_t &, bool)");
+    OSTREL_TRACE_CALL(bridge_log, send_crash_report_signature);
     OSTREL_LOG(bridge_log, info, L"file=" << file.as_string());
     return is_uploaded(invoke_pellar(tool_remote_monitor, upload_arguments(L"crash", file, force), true),
                        file);
@@ -80,9 +85,7 @@ void pellar_accessor_impl_t::notify_gui_start() {
 }
 
 void pellar_accessor_impl_t::check_for_updates(const std::wstring& product_guid) {
-    OSTREL_TRACE_CALL(bridge_log, L"void"
-                                  L" " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::check_for_updates("
-                                                             L"const " OSTREL_WSTRING_TEXT L" &)");
+    OSTREL_TRACE_CALL(bridge_log, check_for_updates_signature);
     OSTREL_LOG(bridge_log, info, L"product_guid=" << product_guid);
     if (is_check_for_updates_enabled())
         invoke_pellar(tool_pellar, {L"--product_guid", product_guid, L"--action", L"check"}, false);
@@ -94,7 +97,7 @@ bool pellar_accessor_impl_t::is_check_for_updates_enabled() const {
     OSTREL_TRACE_CALL(
         bridge_log,
         L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::is_check_for_updates_enabled() const");
-    if (kiln2::get_environ_value(L"NORVANE_DISABLE_UPDATES_CHECK").empty()) {
+    if (!ostrel_platform::is_variable_set(L"NORVANE_DISABLE_UPDATES_CHECK")) {
         OSTREL_LOG(bridge_log, trace, L"Return 'true'");
         return true;
     }
