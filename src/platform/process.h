@@ -11,8 +11,8 @@ namespace ostrel_platform {
 struct command_t {
     std::vector<std::wstring> elements; ///< the program's path, never searched for, then its arguments as
                                         ///< they are; systems that pass arguments one by one take these
-    std::vector<std::wstring> quoted; ///< the elements in quotes
-    std::wstring line;                ///< the quoted elements joined by blanks
+    std::vector<std::wstring> quoted;   ///< the elements in quotes
+    std::wstring line;                  ///< the quoted elements joined by blanks
 };
 
 /// What a run came to.
