@@ -79,9 +79,7 @@ std::optional<std::string> exchange(const kiln2::path_t& path, const Ask& ask) {
 } // namespace
 
 std::wstring pellar_accessor_impl_t::get_uuid() const {
-    OSTREL_TRACE_CALL(
-        bridge_log,
-        OSTREL_WSTRING_TEXT L" " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::get_uuid() const");
+    OSTREL_TRACE_CALL(bridge_log, OSTREL_WSTRING_TEXT L" " OSTREL_BRIDGE_TEXT L"get_uuid() const");
     const auto folder = exchange_folder();
     const std::uint32_t process = ostrel_platform::process_id();
     const auto ask = [this](const std::wstring& path) {
