@@ -10,12 +10,7 @@ using namespace OSTREL_NAMESPACE;
 
 TEST(feature_route, the_longest_enabled_prefix_wins_and_run_needs_no_filter) {
     const std::wstring dropped = L"-";
-    const struct {
-        std::wstring feature;
-        event_set_t enabled;
-        std::wstring category;
-        std::wstring label;
-    } cases[] = {
+    const std::tuple<std::wstring, event_set_t, std::wstring, std::wstring> cases[] = {
         {L"a.b.c", {L"a"}, L"a", L"b.c"},
         {L"a.b.c", {L"a", L"a.b"}, L"a.b", L"c"},
         {L"a.b.c", {L"a", L"a.b", L"a.b.c"}, L"a.b.c", L""},

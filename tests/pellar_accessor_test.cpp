@@ -19,11 +19,6 @@ protected:
     }
 };
 
-texts_t operator+(texts_t left, const texts_t& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
 } // namespace
 
 TEST_F(pellar_accessor, every_operation_runs_its_tool_with_its_arguments) {
@@ -172,11 +167,12 @@ TEST_F(pellar_accessor, calls_are_traced_under_their_signatures) {
     bridge.send_usage_package();
     const std::string text =
         "std::basic_string<__wchar_t, std::char_traits<__wchar_t>, std::allocator<__wchar_t>>";
-    const std::string outer = "bool ostrel_1_5_6::pellar_accessor_impl_t::send_usage_package()";
-    const std::string invoked = "int ostrel_1_5_6::pellar_accessor_impl_t::invoke_pellar("
-                                "ostrel_1_5_6::pellar_accessor_impl_t::pellar_tool_t, const std::vector<" +
-                                text + ", std::allocator<" + text + ">> &, bool) const";
-    const std::string allowed = "bool ostrel_1_5_6::pellar_accessor_impl_t::is_pellar_call_allowed() const";
+    const std::string type = "ostrel_1_5_6::pellar_accessor_impl_t::",
+                      outer = "bool " + type + "send_usage_package()",
+                      allowed = "bool " + type + "is_pellar_call_allowed() const";
+    const std::string invoked = "int " + type + "invoke_pellar(" + type +
+                                "pellar_tool_t, const std::vector<" + text + ", std::allocator<" + text +
+                                ">> &, bool) const";
     EXPECT_EQ(trace.texts(), (texts_t{"ENTER: " + outer, "ENTER: " + invoked, "tool=0", "sync=1",
                                       "ENTER: " + allowed, "Return 'false' - OSTREL_DISABLE_PELLAR is set",
                                       "EXIT:  " + allowed, "EXIT:  " + invoked, "EXIT:  " + outer}));

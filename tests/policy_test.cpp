@@ -18,11 +18,6 @@ using ostrel_platform::resolution_t;
 
 namespace {
 
-texts_t operator+(texts_t left, const texts_t& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
 texts_t traced(const std::string& signature, const texts_t& inner) {
     return texts_t{"ENTER: " + signature} + inner + texts_t{"EXIT:  " + signature};
 }
@@ -79,10 +74,7 @@ TEST_F(policy, a_machine_id_is_forced_or_stored_or_made_and_a_damaged_file_silen
               "ostrel_1_5_6::statistic_impl_t::load_uuid()");
     EXPECT_EQ(read_file(uuid_file), "<?xml version=\"1.0\"?>\n<bag>\n  <UUID type=\"string\">" +
                                         std::string(fresh.begin(), fresh.end()) + "</UUID>\n</bag>\n");
-    const struct {
-        std::string content;
-        std::wstring id; ///< "new" for one that is made and stored
-    } cases[] = {
+    const std::pair<std::string, std::wstring> cases[] = {
         {"<bag><UUID>any form \xC3\xA9</UUID></bag>", L"any form \u00e9"},
         {"<bag/>", L""},
         {"<bag><uuid>3F2A0C91</uuid></bag>", L""},
@@ -93,7 +85,7 @@ TEST_F(policy, a_machine_id_is_forced_or_stored_or_made_and_a_damaged_file_silen
         {std::string("\0\xFF\x7F", 3), L"new"},
         {"<other><UUID>i</UUID></other>", L"new"},
     };
-    for (const auto& [content, id] : cases) {
+    for (const auto& [content, id] : cases) { // "new" stands for one that is made and stored
         write_file(uuid_file, content);
         const std::wstring used = id_in_use();
         EXPECT_TRUE(id == L"new" ? is_fresh(used) : used == id) << content;
@@ -109,12 +101,7 @@ TEST_F(policy, a_machine_id_is_forced_or_stored_or_made_and_a_damaged_file_silen
 TEST_F(policy, a_disabling_switch_of_any_value_wins_over_the_forcing_one_and_answers_for_the_user) {
     const std::string statistics = "NORVANE_STATISTICS_DISABLE", dont = "NORVANE_DONOTSEND_FEEDBACK",
                       disable = "NORVANE_DISABLE_FEEDBACK", force = "NORVANE_FORCE_FEEDBACK";
-    const struct {
-        std::map<std::string, std::string> variables;
-        int state;
-        std::string decision;
-        int consent;
-    } cases[] = {
+    const std::tuple<std::map<std::string, std::string>, int, std::string, int> cases[] = {
         {{{statistics, ""}, {dont, ""}, {disable, ""}, {force, ""}}, 0, "evsEnabled'", 0},
         {{{force, "no"}}, 1, "evsEnabledForced' - " + force + " is set", 1},
         {{{statistics, "0"}}, 3, "evsDisabled' - " + statistics + " is set", 2},

@@ -37,10 +37,8 @@ protected:
 } // namespace
 
 TEST_F(posix, data_lies_in_the_data_home_or_below_the_home_or_nowhere) {
-    const struct {
-        std::optional<std::string> data_home, home;
-        std::optional<std::wstring> folder;
-    } cases[] = {
+    using text_t = std::optional<std::string>;
+    const std::tuple<text_t, text_t, std::optional<std::wstring>> cases[] = {
         {"/d\xC3\xA4ta", "/home/u", L"/d\u00e4ta"},
         {"", "/home/u", L"/home/u/.local/share"},
         {"relative", "/home/u", L"/home/u/.local/share"},
@@ -60,6 +58,8 @@ TEST_F(posix, data_lies_in_the_data_home_or_below_the_home_or_nowhere) {
     const fs::path former = fs::current_path();
     fs::current_path(work.path());
     EXPECT_EQ(use(), std::pair(1, 1));
+    profile.set("NORVANE_FORCE_FEEDBACK", "1");
+    EXPECT_EQ(use(), std::pair(0, 0));
     fs::current_path(former);
     EXPECT_TRUE(fs::is_empty(work.path()));
     EXPECT_EQ(collector.bodies().size(), 0U);

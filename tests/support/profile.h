@@ -16,6 +16,11 @@ namespace test_support {
 namespace fs = std::filesystem;
 using texts_t = std::vector<std::string>;
 
+inline texts_t operator+(texts_t left, const texts_t& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
 /// Removes itself with everything in it.
 class temporary_folder_t {
 public:
