@@ -121,8 +121,9 @@ TEST_F(statistic, a_regular_user_is_told_in_the_hit_and_a_day_counts_while_colle
     EXPECT_EQ(bodies_after({"run.b"}).back(), prefix + "&ec=run&el=b&cd3=y");
     fs::remove(days);
     profile.set("NORVANE_DISABLE_FEEDBACK", "1");
+    statistic_t::get()->notify_feature_usage(L"run.a");
     EXPECT_EQ(bodies_after({"run.a"}).size(), 2U);
-    EXPECT_TRUE(fs::exists(days));
+    EXPECT_TRUE(fs::exists(days) && fs::exists(profile.statistic_dir("vemtra") / "last_active_dates.xml"));
 }
 
 TEST_F(statistic, consent_is_asked_for_once_and_starts_collection) {
