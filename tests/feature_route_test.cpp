@@ -25,6 +25,8 @@ TEST(feature_route, the_longest_enabled_prefix_wins_and_run_needs_no_filter) {
         {L"a..b", {L"a"}, L"a", L".b"},
         {L"a..b", {L"a", L"a."}, L"a.", L"b"},
         {L".b", {L""}, L"", L"b"},
+        {std::wstring(70, L'a') + L".b", {std::wstring(70, L'a')}, std::wstring(70, L'a'), L"b"},
+        {std::wstring(70, L'a') + L".b", {std::wstring(71, L'a')}, dropped, L""},
         {L"a.bc", {L"a.b"}, dropped, L""},
         {L"a", {L"a.b"}, dropped, L""},
         {L"A.b", {L"a"}, dropped, L""},
