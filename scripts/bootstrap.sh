@@ -11,6 +11,7 @@ declare -rA groups=(
     [test]="libgtest-dev"
     [lint]="clang-format clang-tidy"
     [clang]="clang"
+    [bench]="libbenchmark-dev valgrind"
 )
 
 usage() {
@@ -25,6 +26,7 @@ Groups (without any: build test lint):
   test    GoogleTest
   lint    clang-format and clang-tidy
   clang   the second compiler that the tree has to build with
+  bench   Google Benchmark and valgrind
 
   --list  print what is missing and install nothing
   --help  print this text
