@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <thread>
@@ -40,12 +41,11 @@ Function symbol(void* library, const char* name) {
     return reinterpret_cast<Function>(::dlsym(library, name));
 }
 
-/// Both beginnings of a host that has the libraries loaded already.
-double create(void* library, const bench::workspace_t& workspace) {
-    workspace.set_filter(100);
-    const std::string folder = workspace.folder();
+/// In the workspace of the process that started this one, which has made an object before.
+double create(void* library) {
+    bench::silence();
     settor2_product_locations_t locations{};
-    locations.folder = folder.c_str();
+    locations.folder = std::getenv("XDG_DATA_HOME");
     symbol<void (*)(const settor2_product_locations_t*)>(library,
                                                          "settor2_install_product_locations")(&locations);
     const auto make = symbol<void* (*)(const char*, const char*)>(library, "ostrel_create_statistic");
@@ -79,7 +79,7 @@ int main(int count, char** arguments) {
     if (std::strcmp(what, "resident") == 0)
         figure = resident_kilobytes() - resident;
     if (std::strcmp(what, "create") == 0)
-        figure = create(library, bench::workspace_t());
+        figure = create(library);
     if (std::strcmp(what, "init") == 0)
         figure = init_and_thread(library);
     std::printf("%.1f\n", figure);

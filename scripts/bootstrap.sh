@@ -12,6 +12,7 @@ declare -rA groups=(
     [package]="dpkg-dev pkg-config"
     [lint]="clang-format clang-tidy"
     [clang]="clang"
+    [bench]="libbenchmark-dev valgrind"
 )
 
 usage() {
@@ -27,6 +28,7 @@ Groups (without any: build test lint):
   package what CPack needs to make Debian packages
   lint    clang-format and clang-tidy
   clang   the second compiler that the tree has to build with
+  bench   Google Benchmark and valgrind
 
   --list  print what is missing and install nothing
   --help  print this text
