@@ -14,5 +14,8 @@ if(OSTREL_SANITIZE)
   if(OSTREL_SANITIZE STREQUAL "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options(-Wno-tsan) # Asio's fences, in the tests' servers only
   endif()
+  if(OSTREL_SANITIZE MATCHES "address" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-Wno-maybe-uninitialized) # Boost.Beast, in the tests' servers only
+  endif()
   add_link_options(-fsanitize=${OSTREL_SANITIZE})
 endif()

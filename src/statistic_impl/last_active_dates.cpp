@@ -86,7 +86,7 @@ std::optional<std::vector<active_date_t>> stored_active_dates(const std::wstring
 }
 
 last_active_dates_t::last_active_dates_t(const kiln2::path_t& folder)
-    : m_path(active_dates_file(folder)), m_last_day(no_day) {
+    : m_path(active_dates_file(folder)), m_last_day(no_day), m_answer(no_day) {
     load();
 }
 
@@ -138,7 +138,16 @@ void last_active_dates_t::add_today() {
 
 bool last_active_dates_t::is_new_regular_user() const {
     const std::size_t count = m_count.load(std::memory_order_acquire);
-    return count >= days_of_a_regular_user && OSTREL_NAMESPACE::is_new_regular_user(count, m_first, today());
+    if (count < days_of_a_regular_user)
+        return false;
+    // From here on the answer changes with the day alone, and calendar fields are dear.
+    const std::int64_t no = 2 * ostrel_platform::utc_day_number();
+    const std::int64_t known = m_answer.load(std::memory_order_relaxed);
+    if (known == no || known == no + 1)
+        return known != no;
+    const bool answer = OSTREL_NAMESPACE::is_new_regular_user(count, m_first, today());
+    m_answer.store(no + (answer ? 1 : 0), std::memory_order_relaxed);
+    return answer;
 }
 
 bool last_active_dates_t::save() const {

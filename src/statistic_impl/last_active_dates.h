@@ -73,6 +73,8 @@ private:
     active_date_t m_first;              ///< written once, before m_count leaves zero
     std::atomic<std::size_t> m_count{0};
     std::atomic<std::int64_t> m_last_day; ///< day number known to be recorded last
+    /// The last answer and its day: twice the day number, plus one for yes.
+    mutable std::atomic<std::int64_t> m_answer;
 };
 
 } // namespace OSTREL_NAMESPACE

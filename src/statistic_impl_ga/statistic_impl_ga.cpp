@@ -4,6 +4,7 @@
 #include "statistic_impl/deployment.h"
 #include "statistic_impl_ga/hit.h"
 #include "statistic_impl_ga/log.h"
+#include "toolkit/quillkit/strings.h"
 
 #include <utility>
 
@@ -37,11 +38,22 @@ void statistic_impl_ga_t::notify_feature_usage_ex(const std::wstring& feature_na
     record(feature_name);
 }
 
-void statistic_impl_ga_t::record(const std::wstring& feature_name) {
+void statistic_impl_ga_t::notify_feature_usage_utf8(std::string_view feature_name) {
+    if (analytics_log.is_enabled_for(log_level_t::info))
+        return notify_feature_usage(quillkit::strings::utf8_to_utf16(feature_name));
+    m_activity.add_today();
+    if (is_reporting())
+        report(quillkit::strings::wide_text_t(feature_name).view());
+}
+
+void statistic_impl_ga_t::record(std::wstring_view feature_name) {
     // Recorded before the checks: a day of use counts even while collection is off.
     m_activity.add_today();
-    if (!is_collecting() || !m_ready)
-        return;
+    if (is_reporting())
+        report(feature_name);
+}
+
+void statistic_impl_ga_t::report(std::wstring_view feature_name) {
     if (const auto route = route_feature(feature_name, m_enabled_events))
         send_event(*route);
 }
