@@ -33,7 +33,8 @@ build() {
     cd "$root"
     log=build/linux/demo.log
     step "configure" cmake --preset linux
-    step "build (log in $log)" cmake --build --preset linux --target collector c_host cpp_host
+    step "build (log in $log)" cmake --build --preset linux \
+        --target collector c_host cpp_host logging_host
 }
 
 # A folder of our own for everything that the library keeps; the user's own is never touched.
@@ -64,11 +65,41 @@ stop_collector() {
 prepare_environment() {
     unset NORVANE_STATISTICS_DISABLE NORVANE_DONOTSEND_FEEDBACK NORVANE_DISABLE_FEEDBACK
     unset NORVANE_FORCE_FEEDBACK NORVANE_FORCE_UUID
+    unset OSTREL_DISABLE_PELLAR NORVANE_DISABLE_UPDATES_CHECK XRDP_SESSION
     unset http_proxy all_proxy ALL_PROXY no_proxy NO_PROXY
-    export XDG_DATA_HOME=$folder/data
+    export XDG_DATA_HOME=$folder/data PELLAR_DIR=$folder/manager TMPDIR=$folder
     # "localhost" needs no DNS, and its address is not one of the corporate network's.
     export OSTREL_CORPORATE_DOMAIN=localhost
     export OSTREL_COLLECTION_URL="http://127.0.0.1:$(<"$folder/port")/collect"
+}
+
+# Three tools in the place of the maker's software manager, one file under its names: each notes how it was called,
+# answers where it is asked for the machine id, and takes the file that it is to upload.
+write_manager() {
+    local name
+    mkdir -p "$PELLAR_DIR"
+    cat >"$PELLAR_DIR/stand_in" <<'END'
+#!/bin/sh
+echo "${0##*/} $*" >>"${0%/*}/calls.txt"
+for last in "$@"; do :; done
+case "$1 $2" in
+'-u '*) echo 'MANAGED-BY-A-STAND-IN' >"$last" ;;
+'-t i') rm -f -- "$last" ;;
+esac
+END
+    chmod +x "$PELLAR_DIR/stand_in"
+    for name in norvaneremotemon pellar checkVIRKconsent; do
+        ln -s stand_in "$PELLAR_DIR/$name.exe"
+    done
+}
+
+# The tools that nobody waits for may come late on a busy machine.
+wait_for_calls() {
+    local count=0 deadline=$((SECONDS + 120))
+    until ((count >= $1 || SECONDS > deadline)); do
+        count=$(wc -l <"$PELLAR_DIR/calls.txt")
+        ((count >= $1)) || sleep 0.05
+    done
 }
 
 # Runs a host with a data folder of that name, and shows what it says.
@@ -85,6 +116,7 @@ run_host() {
 expected() {
     local c='product "c_host", version "2.7.312 & more", regular user: no'
     local cpp='product "vemtra", version "7.1.312", regular user: yes'
+    local logging='product "vemtra", version "3.0.14", regular user: no'
     cat <<END
 category "debugger.attach", no label, $c
 category "editor", label "open.file", $c
@@ -94,7 +126,31 @@ category "run", label "build", $c
 category "session", label "build.begin", $cpp
 category "run", label "compiler", $cpp
 category "session", label "build.end", $cpp
-8 hits over 2 connections, 0 malformed
+category "report", label "print", $logging
+9 hits over 3 connections, 0 malformed
+END
+}
+
+# How the C++ host must have called the manager in each of its two runs. Those that nobody waits for come in any
+# order.
+expected_calls() {
+    local run
+    for run in 1 2; do
+        cat <<END
+checkVIRKconsent.exe -g
+checkVIRKconsent.exe -w -s PID
+norvaneremotemon.exe -t i -e statistic -m $folder/ostrel-cpp-host-usage.txt
+norvaneremotemon.exe -u $folder/uuid-PID-1.txt
+pellar.exe --product_guid {00000000-0000-0000-0000-000000000000} --action check
+END
+    done | sort
+}
+
+# The lines of the library that have to stand in the log of the host that brings one.
+expected_log() {
+    cat <<'END'
+INFO  ostrel.statistic: feature_name=report.print value=1
+INFO  ostrel.statistic: feature_name=import.text value=1
 END
 }
 
@@ -113,19 +169,25 @@ write_earlier_days() {
     } >"$days/last_active_dates.xml"
 }
 
+# check WHAT EXPECTED FOUND: two files that have to be the same.
+check() {
+    diff -u "$2" "$3" && return
+    echo "The demo FAILED: $1 (+) is not what it should be (-)."
+    exit 1
+}
+
 show_and_check() {
-    local arrived=$folder/arrived.txt expected=$folder/expected.txt
     printf '\n=== What arrived at the collector\n'
     cat "$folder/collector.txt"
     printf '\n=== What was withheld, and why\n'
     cat "$folder/withheld.txt"
-    sed '/^listening/d; s/^hit [0-9]*: //' "$folder/collector.txt" >"$arrived"
-    expected >"$expected"
+    printf '\n=== What the software manager was asked\n'
+    sort "$PELLAR_DIR/calls.txt"
     echo
-    if ! diff -u "$expected" "$arrived"; then
-        echo "The demo FAILED: what arrived (+) is not what should have arrived (-)."
-        return 1
-    fi
+    check "what arrived" <(expected) <(sed '/^listening/d; s/^hit [0-9]*: //' "$folder/collector.txt")
+    check "what the manager was asked" <(expected_calls) \
+        <(sed -E 's/(-s |uuid-)[0-9]+/\1PID/' "$PELLAR_DIR/calls.txt" | sort)
+    check "what the host's log says" <(expected_log) <(grep '^INFO  ostrel' "$folder/logging.txt")
     echo "The demo passed: exactly what should have arrived did, in its order."
 }
 
@@ -136,10 +198,14 @@ fi
 start_collector
 prepare_environment
 write_earlier_days
+write_manager
 run_host agrees "A C host whose user agrees" "$build_dir/examples/c_host/c_host"
 run_host agrees "A C++ host of the same user, on its fourth day of use" "$build_dir/examples/cpp_host/cpp_host"
 run_host refuses "A C host whose user refuses" "$build_dir/examples/c_host/c_host" --refuse
 NORVANE_STATISTICS_DISABLE=0 run_host agrees "The user who agreed, with NORVANE_STATISTICS_DISABLE set" \
     "$build_dir/examples/cpp_host/cpp_host"
+run_host logs "A C++ host that brings its own log" "$build_dir/examples/logging_host/logging_host"
+cp "$folder/host.txt" "$folder/logging.txt"
+wait_for_calls 10
 stop_collector
 show_and_check

@@ -2,8 +2,8 @@
 #include "ostrel/pellar_accessor.h"
 
 #include "pellar_accessor/log.h"
+#include "platform/environment.h"
 #include "platform/process.h"
-#include "toolkit/kiln2/environ.h"
 
 namespace OSTREL_NAMESPACE {
 
@@ -37,9 +37,7 @@ pellar_accessor_impl_t& pellar_accessor_impl_t::operator=(const pellar_accessor_
 pellar_accessor_impl_t::~pellar_accessor_impl_t() = default;
 
 bool pellar_accessor_impl_t::send_file(const kiln2::path_t& file, bool force) {
-    OSTREL_TRACE_CALL(
-        bridge_log,
-        L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::send_file(const kiln2::path_t &, bool)");
+    OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"send_file(const kiln2::path_t &, bool)");
     OSTREL_LOG(bridge_log, info, L"aggregated_file=" << file.as_string());
     return is_uploaded(invoke_pellar(tool_remote_monitor, upload_arguments(L"statistic", file, force), true),
                        file);
@@ -47,23 +45,20 @@ bool pellar_accessor_impl_t::send_file(const kiln2::path_t& file, bool force) {
 
 // Anything but a refused start counts as sent; hosts rely on it while the bridge is switched off.
 bool pellar_accessor_impl_t::send_usage_package() {
-    OSTREL_TRACE_CALL(bridge_log,
-                      L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::send_usage_package()");
+    OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"send_usage_package()");
     return invoke_pellar(tool_remote_monitor, {L"-t", L"i", L"-b"}, true) != not_started;
 }
 
 bool pellar_accessor_impl_t::send_crash_report(const kiln2::path_t& file, bool force) {
-    OSTREL_TRACE_CALL(bridge_log, L"bool"
-                                  L" " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::send_crash_report("
-                                                             L"const kiln2::path_t &, bool)");
+    OSTREL_TRACE_CALL(bridge_log,
+                      L"bool " OSTREL_BRIDGE_TEXT L"send_crash_report(const kiln2::path_t &, bool)");
     OSTREL_LOG(bridge_log, info, L"file=" << file.as_string());
     return is_uploaded(invoke_pellar(tool_remote_monitor, upload_arguments(L"crash", file, force), true),
                        file);
 }
 
 bool pellar_accessor_impl_t::is_feedback_enabled() const {
-    OSTREL_TRACE_CALL(
-        bridge_log, L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::is_feedback_enabled() const");
+    OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"is_feedback_enabled() const");
     if (invoke_pellar(tool_check_virk_consent, {L"-g"}, true) == 0) {
         OSTREL_LOG(bridge_log, info, L"return: feedback enabled");
         return true;
@@ -73,16 +68,14 @@ bool pellar_accessor_impl_t::is_feedback_enabled() const {
 }
 
 void pellar_accessor_impl_t::notify_gui_start() {
-    OSTREL_TRACE_CALL(bridge_log,
-                      L"void " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::notify_gui_start()");
+    OSTREL_TRACE_CALL(bridge_log, L"void " OSTREL_BRIDGE_TEXT L"notify_gui_start()");
     invoke_pellar(tool_check_virk_consent, {L"-w", L"-s", std::to_wstring(ostrel_platform::process_id())},
                   false);
 }
 
 void pellar_accessor_impl_t::check_for_updates(const std::wstring& product_guid) {
-    OSTREL_TRACE_CALL(bridge_log, L"void"
-                                  L" " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::check_for_updates("
-                                                             L"const " OSTREL_WSTRING_TEXT L" &)");
+    OSTREL_TRACE_CALL(bridge_log,
+                      L"void " OSTREL_BRIDGE_TEXT L"check_for_updates(const " OSTREL_WSTRING_TEXT L" &)");
     OSTREL_LOG(bridge_log, info, L"product_guid=" << product_guid);
     if (is_check_for_updates_enabled())
         invoke_pellar(tool_pellar, {L"--product_guid", product_guid, L"--action", L"check"}, false);
@@ -90,11 +83,10 @@ void pellar_accessor_impl_t::check_for_updates(const std::wstring& product_guid)
         OSTREL_LOG(bridge_log, info, L"Check for updates disabled.");
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): hosts link to it as it is
 bool pellar_accessor_impl_t::is_check_for_updates_enabled() const {
-    OSTREL_TRACE_CALL(
-        bridge_log,
-        L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::is_check_for_updates_enabled() const");
-    if (kiln2::get_environ_value(L"NORVANE_DISABLE_UPDATES_CHECK").empty()) {
+    OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"is_check_for_updates_enabled() const");
+    if (!ostrel_platform::is_variable_set(L"NORVANE_DISABLE_UPDATES_CHECK")) {
         OSTREL_LOG(bridge_log, trace, L"Return 'true'");
         return true;
     }

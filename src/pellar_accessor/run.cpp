@@ -3,11 +3,8 @@
 
 #include "pellar_accessor/log.h"
 #include "pellar_accessor/quote.h"
+#include "platform/environment.h"
 #include "settor2/product_locations.h"
-#include "toolkit/kiln2/environ.h"
-
-#define OSTREL_WSTRING_VECTOR_TEXT                                                                           \
-    L"std::vector<" OSTREL_WSTRING_TEXT L", std::allocator<" OSTREL_WSTRING_TEXT L">>"
 
 namespace OSTREL_NAMESPACE {
 
@@ -32,11 +29,10 @@ int run_and_wait(const ostrel_platform::command_t& command) {
 
 } // namespace
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): hosts link to it as it is
 bool pellar_accessor_impl_t::is_pellar_call_allowed() const {
-    OSTREL_TRACE_CALL(
-        bridge_log,
-        L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::is_pellar_call_allowed() const");
-    if (kiln2::get_environ_value(L"OSTREL_DISABLE_PELLAR").empty()) {
+    OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"is_pellar_call_allowed() const");
+    if (!ostrel_platform::is_variable_set(L"OSTREL_DISABLE_PELLAR")) {
         OSTREL_LOG(bridge_log, trace, L"Return 'true'");
         return true;
     }
@@ -46,25 +42,7 @@ bool pellar_accessor_impl_t::is_pellar_call_allowed() const {
 
 int pellar_accessor_impl_t::invoke_pellar(pellar_tool_t tool, const std::vector<std::wstring>& arguments,
                                           bool sync) const {
-    OSTREL_TRACE_CALL(
-        bridge_log,
-        L"int " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::invoke_pellar(" OSTREL_NAMESPACE_TEXT L"::"
-                                                                                                        L"pel"
-                                                                                                        L"lar"
-                                                                                                        L"_ac"
-                                                                                                        L"ces"
-                                                                                                        L"sor"
-                                                                                                        L"_im"
-                                                                                                        L"pl_"
-                                                                                                        L"t::"
-                                                                                                        L"pel"
-                                                                                                        L"lar"
-                                                                                                        L"_to"
-                                                                                                        L"ol_"
-                                                                                                        L"t, "
-                                                                                                        L"con"
-                                                                                                        L"st"
-                                                                                                        L" " OSTREL_WSTRING_VECTOR_TEXT L" &, bool) const");
+    OSTREL_TRACE_CALL(bridge_log, L"int " OSTREL_BRIDGE_TEXT L"invoke_pellar(" OSTREL_RUN_TEXT L") const");
     OSTREL_LOG(bridge_log, info, L"tool=" << static_cast<int>(tool));
     OSTREL_LOG(bridge_log, info, L"sync=" << sync);
     if (!is_pellar_call_allowed())
