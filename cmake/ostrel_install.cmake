@@ -27,3 +27,11 @@ install(
   FILES ${PROJECT_BINARY_DIR}/ostrelConfig.cmake ${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake
   DESTINATION ${package_dir}
   COMPONENT development)
+
+# For everything that is not CMake. Its prefix is found from the file's own place, so that a tree may be moved.
+file(RELATIVE_PATH prefix_from_package /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/ostrel.pc.in ${PROJECT_BINARY_DIR}/ostrel.pc @ONLY)
+install(
+  FILES ${PROJECT_BINARY_DIR}/ostrel.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)

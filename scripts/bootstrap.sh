@@ -8,7 +8,8 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 declare -rA groups=(
     [build]="cmake ninja-build g++ libboost-dev libboost-filesystem-dev libboost-thread-dev
              libcurl4-openssl-dev liblog4cplus-dev libpugixml-dev libcli11-dev nlohmann-json3-dev"
-    [test]="libgtest-dev"
+    [test]="libgtest-dev pkg-config doxygen"
+    [package]="dpkg-dev pkg-config"
     [lint]="clang-format clang-tidy"
     [clang]="clang"
 )
@@ -22,7 +23,8 @@ is there). Nothing missing: nothing is done, and no network is used.
 
 Groups (without any: build test lint):
   build   compiler, CMake and the libraries that ostrel links
-  test    GoogleTest
+  test    GoogleTest, pkg-config and Doxygen
+  package what CPack needs to make Debian packages
   lint    clang-format and clang-tidy
   clang   the second compiler that the tree has to build with
 

@@ -1,4 +1,5 @@
-# Installs the library, builds the example hosts as a stranger would, and runs the one in C.
+# Installs the library, and builds and runs the example hosts as strangers would: with CMake, with pkg-config, and
+# with the sources in their own tree.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -24,12 +25,16 @@ function(cleanup)
   file(REMOVE_RECURSE "${folder}")
 endfunction()
 
-function(build_consumer name)
-  file(COPY "${SOURCE_DIR}/examples/${name}" DESTINATION "${folder}")
+function(build_project name)
   run(${CMAKE_COMMAND} -S "${folder}/${name}" -B "${folder}/${name} build" -G "${GENERATOR}"
       "-DCMAKE_PREFIX_PATH=${folder}/prefix" "-DCMAKE_C_COMPILER=${C_COMPILER}"
       "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}")
   run(${CMAKE_COMMAND} --build "${folder}/${name} build")
+endfunction()
+
+function(build_consumer name)
+  file(COPY "${SOURCE_DIR}/examples/${name}" DESTINATION "${folder}")
+  build_project(${name})
 endfunction()
 
 set(temporary "$ENV{TMPDIR}")
@@ -40,8 +45,26 @@ string(RANDOM LENGTH 8 unique)
 set(folder "${temporary}/ostrel consumer ${unique}")
 
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${folder}/prefix")
-build_consumer(c_host)
-build_consumer(cpp_host)
+file(GLOB_RECURSE library "${folder}/prefix/libostrel.so")
+cmake_path(GET library PARENT_PATH libraries)
+foreach(host c_host cpp_host logging_host)
+  build_consumer(${host})
+endforeach()
+
+# Without CMake.
+set(ENV{PKG_CONFIG_PATH} "${libraries}/pkgconfig")
+run(sh -c "cd '${folder}' && eval \"set -- $(pkg-config --cflags --libs ostrel)\" && \
+    '${C_COMPILER}' -o plain_c c_host/main.c \"$@\" '-Wl,-rpath,${libraries}' && \
+    '${CXX_COMPILER}' -std=c++17 -o plain_cpp cpp_host/*.cpp \"$@\" '-Wl,-rpath,${libraries}'")
+
+# With the library's sources inside the consumer's tree.
+file(WRITE "${folder}/whole/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)
+project(whole LANGUAGES C CXX)
+add_subdirectory(\"${SOURCE_DIR}\" ostrel)
+add_subdirectory(../c_host c_host)
+add_subdirectory(../cpp_host cpp_host)
+")
+build_project(whole)
 
 # Nobody listens there: what is tried here is whether the program finds its library and does its work.
 set(ENV{OSTREL_COLLECTION_URL} http://127.0.0.1:9/collect)
@@ -50,9 +73,15 @@ set(ENV{XDG_DATA_HOME} "${folder}/data")
 foreach(switch STATISTICS_DISABLE DONOTSEND_FEEDBACK DISABLE_FEEDBACK FORCE_FEEDBACK FORCE_UUID)
   unset(ENV{NORVANE_${switch}})
 endforeach()
-run("${folder}/c_host build/c_host")
-set(company "${folder}/data/Norvane Corporation")
-expect_file("${company}/virk" "^1$")
-expect_file("${company}/c_host/settings/statistic/uuid.xml" "[0-9A-F]-")
-expect_file("${company}/c_host/settings/statistic/last_active_dates.xml" "<item>")
+foreach(program "c_host build/c_host" plain_c "whole build/c_host/c_host")
+  run("${folder}/${program}")
+  set(company "${folder}/data/Norvane Corporation")
+  expect_file("${company}/virk" "^1$")
+  expect_file("${company}/c_host/settings/statistic/uuid.xml" "[0-9A-F]-")
+  expect_file("${company}/c_host/settings/statistic/last_active_dates.xml" "<item>")
+  file(REMOVE_RECURSE "${folder}/data")
+endforeach()
+foreach(program "cpp_host build/cpp_host" plain_cpp "whole build/cpp_host/cpp_host")
+  run("${folder}/${program}")
+endforeach()
 cleanup()

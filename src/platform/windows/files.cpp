@@ -104,10 +104,6 @@ std::optional<std::size_t> shared_file_t::read(char* buffer, std::size_t size) {
     return static_cast<std::size_t>(count);
 }
 
-bool shared_file_t::write(std::string_view bytes) {
-    return write_all(reinterpret_cast<HANDLE>(::_get_osfhandle(m_handle->descriptor.get())), bytes);
-}
-
 bool create_exclusively(const std::wstring& path) {
     return descriptor_t(path, create_new_only, _SH_DENYRW).is_open();
 }
@@ -124,6 +120,17 @@ bool replace_file(const std::wstring& path, std::string_view bytes) {
     FILE_DISPOSITION_INFO disposition{TRUE};
     ::SetFileInformationByHandle(file.get(), FileDispositionInfo, &disposition, sizeof disposition);
     return false;
+}
+
+bool overwrite_file(const std::wstring& path, std::string_view bytes) {
+    // A new file is renamed into its place, so that nobody reads it empty.
+    if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES && replace_file(path, bytes))
+        return true;
+    const descriptor_t file(path, _O_WRONLY | _O_CREAT | _O_BINARY | _O_NOINHERIT, _SH_DENYNO);
+    if (!file.is_on_disk())
+        return false;
+    auto* const handle = reinterpret_cast<HANDLE>(::_get_osfhandle(file.get()));
+    return write_all(handle, bytes) && ::SetEndOfFile(handle) != 0;
 }
 
 bool remove_file(const std::wstring& path) {
