@@ -8,10 +8,11 @@ source "$root/scripts/common.sh"
 
 usage() {
     cat <<END
-Usage: ${0##*/} [--build-dir DIR]
+Usage: ${0##*/} [--build-dir DIR] [linux | windows]
 
 Installs what is missing, builds, and runs the example hosts against the
 example collector on this machine. Fails when what arrives is not what should.
+Without a name: linux. With windows, all three run under Wine.
 
   --build-dir DIR  use what is built in DIR; install and build nothing
   --help           print this text
@@ -19,35 +20,64 @@ END
 }
 
 build_dir=
+system=linux
 while (($#)); do
     case $1 in
     --build-dir) (($# > 1)) || die "--build-dir needs a value"
                  build_dir=$2 && shift 2 ;;
     --help) usage && exit ;;
+    linux | windows) system=$1 && shift ;;
     *) die "unknown option: $1 (see --help)" ;;
     esac
 done
 
 build() {
     "$root/scripts/bootstrap.sh" build test
+    [[ $system == linux ]] || "$root/scripts/windows-deps.sh"
     cd "$root"
-    log=build/linux/demo.log
-    step "configure" cmake --preset linux
-    step "build (log in $log)" cmake --build --preset linux --target collector c_host cpp_host
+    log=build/$system/demo.log
+    step "configure" cmake --preset "$system"
+    step "build (log in $log)" cmake --build --preset "$system" --target collector c_host cpp_host
 }
 
-# A folder of our own for everything that the library keeps; the user's own is never touched.
+# A folder of our own for everything that the library keeps; the user's own is never touched. Below it each user
+# has a data folder, or a Wine prefix.
 folder=$(mktemp -d)
 collector_pid=
 clean_up() {
-    [[ -z $collector_pid ]] || kill "$collector_pid" 2>/dev/null || true
+    local prefix
+    [[ -z $collector_pid ]] || exec {collector[1]}>&-
+    for prefix in "$folder"/*/drive_c; do
+        [[ ! -d $prefix ]] || OSTREL_WINE_PREFIX=${prefix%/*} "$root/scripts/wine.sh" --end
+    done
     rm -rf -- "$folder"
 }
 trap clean_up EXIT
 
+data_of() {
+    if [[ $system == linux ]]; then
+        echo "$folder/$1"
+    else
+        OSTREL_WINE_PREFIX=$folder/$1 "$root/scripts/wine.sh" --data
+    fi
+}
+
+# Runs an example for a user.
+run() {
+    local user=$1 name=$2
+    shift 2
+    if [[ $system == linux ]]; then
+        XDG_DATA_HOME=$folder/$user "$build_dir/examples/$name/$name" "$@"
+    else
+        OSTREL_WINE_PREFIX=$folder/$user "$root/scripts/wine.sh" "$build_dir/examples/$name/$name.exe" "$@" | tr -d '\r'
+    fi
+}
+
+# Ended through its input, since signals of Linux do not reach a program for Windows.
 start_collector() {
-    "$build_dir/examples/collector/collector" --port-file "$folder/port" >"$folder/collector.txt" &
-    collector_pid=$!
+    coproc collector { run nobody collector --until-input-ends --port-file "$folder/port" >"$folder/collector.txt"; }
+    # shellcheck disable=SC2154 # set by coproc
+    collector_pid=$collector_PID
     until [[ -e $folder/port ]]; do
         kill -0 "$collector_pid" 2>/dev/null || die "the collector did not start"
         sleep 0.05
@@ -55,9 +85,10 @@ start_collector() {
 }
 
 stop_collector() {
-    kill -TERM "$collector_pid"
-    wait "$collector_pid" || die "the collector failed"
+    local pid=$collector_pid
     collector_pid=
+    exec {collector[1]}>&-
+    wait "$pid" || die "the collector failed"
 }
 
 # Everything in the environment that could change what is collected or where it goes is set here.
@@ -65,19 +96,18 @@ prepare_environment() {
     unset NORVANE_STATISTICS_DISABLE NORVANE_DONOTSEND_FEEDBACK NORVANE_DISABLE_FEEDBACK
     unset NORVANE_FORCE_FEEDBACK NORVANE_FORCE_UUID
     unset http_proxy all_proxy ALL_PROXY no_proxy NO_PROXY
-    export XDG_DATA_HOME=$folder/data
     # "localhost" needs no DNS, and its address is not one of the corporate network's.
     export OSTREL_CORPORATE_DOMAIN=localhost
-    export OSTREL_COLLECTION_URL="http://127.0.0.1:$(<"$folder/port")/collect"
+    export OSTREL_COLLECTION_URL="http://127.0.0.1:$(tr -d '\r' <"$folder/port")/collect"
 }
 
-# Runs a host with a data folder of that name, and shows what it says.
+# Runs a host for a user, and shows what it says.
 run_host() {
-    local data=$1 title=$2
+    local user=$1 title=$2
     shift 2
     printf '\n=== %s\n' "$title"
     echo "$title:" >>"$folder/withheld.txt"
-    XDG_DATA_HOME=$folder/$data "$@" | tee "$folder/host.txt"
+    run "$user" "$@" | tee "$folder/host.txt"
     sed '1,/^Withheld/d' "$folder/host.txt" >>"$folder/withheld.txt"
 }
 
@@ -101,7 +131,7 @@ END
 # Three earlier days of use, so that today makes a regular user of the C++ host's user.
 write_earlier_days() {
     local days ago
-    days=$folder/agrees/'Norvane Corporation'/cpp_host/settings/statistic
+    days=$(data_of agrees)/'Norvane Corporation'/cpp_host/settings/statistic
     mkdir -p "$days"
     {
         echo '<bag>'
@@ -131,15 +161,14 @@ show_and_check() {
 
 if [[ -z $build_dir ]]; then
     build
-    build_dir=$root/build/linux
+    build_dir=$root/build/$system
 fi
 start_collector
 prepare_environment
 write_earlier_days
-run_host agrees "A C host whose user agrees" "$build_dir/examples/c_host/c_host"
-run_host agrees "A C++ host of the same user, on its fourth day of use" "$build_dir/examples/cpp_host/cpp_host"
-run_host refuses "A C host whose user refuses" "$build_dir/examples/c_host/c_host" --refuse
-NORVANE_STATISTICS_DISABLE=0 run_host agrees "The user who agreed, with NORVANE_STATISTICS_DISABLE set" \
-    "$build_dir/examples/cpp_host/cpp_host"
+run_host agrees "A C host whose user agrees" c_host
+run_host agrees "A C++ host of the same user, on its fourth day of use" cpp_host
+run_host refuses "A C host whose user refuses" c_host --refuse
+NORVANE_STATISTICS_DISABLE=0 run_host agrees "The user who agreed, with NORVANE_STATISTICS_DISABLE set" cpp_host
 stop_collector
 show_and_check
