@@ -43,7 +43,7 @@ kiln2::path_t pellar_accessor_impl_t::get_pellar_location(pellar_tool_t tool) co
     const auto program_files = current_program_files.load()();
     if (name.empty() || !program_files)
         return {};
-    const kiln2::path_t standard =
+    kiln2::path_t standard =
         existing(kiln2::path_t(*program_files).append(std::wstring(L"Norvane/Pellar")).append(name));
     if (!standard.is_empty())
         return standard;

@@ -79,9 +79,7 @@ std::optional<std::string> exchange(const kiln2::path_t& path, const Ask& ask) {
 } // namespace
 
 std::wstring pellar_accessor_impl_t::get_uuid() const {
-    OSTREL_TRACE_CALL(
-        bridge_log,
-        OSTREL_WSTRING_TEXT L" " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::get_uuid() const");
+    OSTREL_TRACE_CALL(bridge_log, OSTREL_WSTRING_TEXT L" " OSTREL_BRIDGE_TEXT L"get_uuid() const");
     const auto folder = exchange_folder();
     const std::uint32_t process = ostrel_platform::process_id();
     const auto ask = [this](const std::wstring& path) {
@@ -89,7 +87,7 @@ std::wstring pellar_accessor_impl_t::get_uuid() const {
     };
     for (int attempt = 1; folder && attempt < end_of_attempts; ++attempt)
         if (const auto line = exchange(exchange_path(*folder, process, attempt), ask)) {
-            const std::wstring uuid = quillkit::strings::utf8_to_utf16(*line);
+            std::wstring uuid = quillkit::strings::utf8_to_utf16(*line);
             OSTREL_LOG(bridge_log, info, L"return: uuid = " << uuid);
             return uuid;
         }

@@ -11,13 +11,6 @@ namespace {
 
 constexpr int not_started = -1;
 
-// clang-format off
-constexpr std::wstring_view send_crash_report_signature =
-    L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::send_crash_report(const kiln2::path_t &, bool)";
-constexpr std::wstring_view check_for_updates_signature =
-    L"void " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::check_for_updates(const " OSTREL_WSTRING_TEXT L" &)";
-// clang-format on
-
 std::vector<std::wstring> upload_arguments(const wchar_t* kind, const kiln2::path_t& file, bool force) {
     std::vector<std::wstring> arguments{L"-t", L"i", L"-e", kind};
     if (force)
@@ -44,9 +37,7 @@ pellar_accessor_impl_t& pellar_accessor_impl_t::operator=(const pellar_accessor_
 pellar_accessor_impl_t::~pellar_accessor_impl_t() = default;
 
 bool pellar_accessor_impl_t::send_file(const kiln2::path_t& file, bool force) {
-    OSTREL_TRACE_CALL(
-        bridge_log,
-        L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::send_file(const kiln2::path_t &, bool)");
+    OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"send_file(const kiln2::path_t &, bool)");
     OSTREL_LOG(bridge_log, info, L"aggregated_file=" << file.as_string());
     return is_uploaded(invoke_pellar(tool_remote_monitor, upload_arguments(L"statistic", file, force), true),
                        file);
@@ -54,21 +45,20 @@ bool pellar_accessor_impl_t::send_file(const kiln2::path_t& file, bool force) {
 
 // Anything but a refused start counts as sent; hosts rely on it while the bridge is switched off.
 bool pellar_accessor_impl_t::send_usage_package() {
-    OSTREL_TRACE_CALL(bridge_log,
-                      L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::send_usage_package()");
+    OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"send_usage_package()");
     return invoke_pellar(tool_remote_monitor, {L"-t", L"i", L"-b"}, true) != not_started;
 }
 
 bool pellar_accessor_impl_t::send_crash_report(const kiln2::path_t& file, bool force) {
-    OSTREL_TRACE_CALL(bridge_log, send_crash_report_signature);
+    OSTREL_TRACE_CALL(bridge_log,
+                      L"bool " OSTREL_BRIDGE_TEXT L"send_crash_report(const kiln2::path_t &, bool)");
     OSTREL_LOG(bridge_log, info, L"file=" << file.as_string());
     return is_uploaded(invoke_pellar(tool_remote_monitor, upload_arguments(L"crash", file, force), true),
                        file);
 }
 
 bool pellar_accessor_impl_t::is_feedback_enabled() const {
-    OSTREL_TRACE_CALL(
-        bridge_log, L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::is_feedback_enabled() const");
+    OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"is_feedback_enabled() const");
     if (invoke_pellar(tool_check_virk_consent, {L"-g"}, true) == 0) {
         OSTREL_LOG(bridge_log, info, L"return: feedback enabled");
         return true;
@@ -78,14 +68,14 @@ bool pellar_accessor_impl_t::is_feedback_enabled() const {
 }
 
 void pellar_accessor_impl_t::notify_gui_start() {
-    OSTREL_TRACE_CALL(bridge_log,
-                      L"void " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::notify_gui_start()");
+    OSTREL_TRACE_CALL(bridge_log, L"void " OSTREL_BRIDGE_TEXT L"notify_gui_start()");
     invoke_pellar(tool_check_virk_consent, {L"-w", L"-s", std::to_wstring(ostrel_platform::process_id())},
                   false);
 }
 
 void pellar_accessor_impl_t::check_for_updates(const std::wstring& product_guid) {
-    OSTREL_TRACE_CALL(bridge_log, check_for_updates_signature);
+    OSTREL_TRACE_CALL(bridge_log,
+                      L"void " OSTREL_BRIDGE_TEXT L"check_for_updates(const " OSTREL_WSTRING_TEXT L" &)");
     OSTREL_LOG(bridge_log, info, L"product_guid=" << product_guid);
     if (is_check_for_updates_enabled())
         invoke_pellar(tool_pellar, {L"--product_guid", product_guid, L"--action", L"check"}, false);
@@ -94,9 +84,7 @@ void pellar_accessor_impl_t::check_for_updates(const std::wstring& product_guid)
 }
 
 bool pellar_accessor_impl_t::is_check_for_updates_enabled() const {
-    OSTREL_TRACE_CALL(
-        bridge_log,
-        L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::is_check_for_updates_enabled() const");
+    OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"is_check_for_updates_enabled() const");
     if (!ostrel_platform::is_variable_set(L"NORVANE_DISABLE_UPDATES_CHECK")) {
         OSTREL_LOG(bridge_log, trace, L"Return 'true'");
         return true;

@@ -12,13 +12,6 @@ namespace {
 
 constexpr int not_started = -1;
 
-// clang-format off
-constexpr std::wstring_view invoke_signature =
-    L"int " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::invoke_pellar("
-    OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::pellar_tool_t, "
-    L"const std::vector<" OSTREL_WSTRING_TEXT L", std::allocator<" OSTREL_WSTRING_TEXT L">> &, bool) const";
-// clang-format on
-
 bool is_manager_expected() {
     const settor2::IProductLocations* const locations = settor2::IProductLocations::get();
     return locations != nullptr && locations->isManagerExpected();
@@ -37,9 +30,7 @@ int run_and_wait(const ostrel_platform::command_t& command) {
 } // namespace
 
 bool pellar_accessor_impl_t::is_pellar_call_allowed() const {
-    OSTREL_TRACE_CALL(
-        bridge_log,
-        L"bool " OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::is_pellar_call_allowed() const");
+    OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"is_pellar_call_allowed() const");
     if (!ostrel_platform::is_variable_set(L"OSTREL_DISABLE_PELLAR")) {
         OSTREL_LOG(bridge_log, trace, L"Return 'true'");
         return true;
@@ -50,7 +41,7 @@ bool pellar_accessor_impl_t::is_pellar_call_allowed() const {
 
 int pellar_accessor_impl_t::invoke_pellar(pellar_tool_t tool, const std::vector<std::wstring>& arguments,
                                           bool sync) const {
-    OSTREL_TRACE_CALL(bridge_log, invoke_signature);
+    OSTREL_TRACE_CALL(bridge_log, L"int " OSTREL_BRIDGE_TEXT L"invoke_pellar(" OSTREL_RUN_TEXT L") const");
     OSTREL_LOG(bridge_log, info, L"tool=" << static_cast<int>(tool));
     OSTREL_LOG(bridge_log, info, L"sync=" << sync);
     if (!is_pellar_call_allowed())

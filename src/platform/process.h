@@ -8,11 +8,12 @@
 namespace ostrel_platform {
 
 /// A program with its arguments, in the forms that systems ask for; all three say the same.
+///
+/// The first element is the program's path, which is never searched for; the arguments follow as they are.
 struct command_t {
-    std::vector<std::wstring> elements; ///< the program's path, never searched for, then its arguments as
-                                        ///< they are; systems that pass arguments one by one take these
-    std::vector<std::wstring> quoted; ///< the elements in quotes
-    std::wstring line;                ///< the quoted elements joined by blanks
+    std::vector<std::wstring> elements; ///< for systems that pass arguments one by one
+    std::vector<std::wstring> quoted;   ///< the elements in quotes
+    std::wstring line;                  ///< the quoted elements joined by blanks
 };
 
 /// What a run came to.

@@ -34,8 +34,12 @@ bool start_detached(const command_t& command) {
     return ::_wspawnv(_P_DETACH, command.elements.front().c_str(), arguments.data()) == 0;
 }
 
-std::uint32_t process_id() { return ::GetCurrentProcessId(); }
+std::uint32_t process_id() {
+    return ::GetCurrentProcessId();
+}
 
-bool is_remote_session() { return ::GetSystemMetrics(SM_REMOTESESSION) != 0; }
+bool is_remote_session() {
+    return ::GetSystemMetrics(SM_REMOTESESSION) != 0;
+}
 
 } // namespace ostrel_platform
