@@ -42,12 +42,15 @@ unset DISPLAY http_proxy
 wine() { setarch x86_64 -R /usr/lib/wine/wine64 "$@"; }
 quiet() { "$@" </dev/null >/dev/null 2>&1; }
 
-# Started by the first program instead, the server would inherit its streams and hold the test driver's pipes open.
-start_server() { quiet wineserver -p || true; }
+# Started by the first program instead, server and services would inherit its streams and hold the test driver's
+# pipes open.
+start_server() {
+    if quiet wineserver -p; then quiet wine wineboot; fi
+}
 
 make_prefix() {
     mkdir -p "$prefix"
-    start_server
+    quiet wineserver -p
     quiet wine wineboot -i
     # With the default debugger a crashed process may exit with 0, and its test would pass.
     quiet wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d '' /f
@@ -56,7 +59,6 @@ make_prefix() {
     quiet wine winecfg -v win10
     quiet wineserver -k -w || true
     start_server
-    quiet wine wineboot
     touch "$prefix/.ready"
 }
 
