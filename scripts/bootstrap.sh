@@ -7,7 +7,7 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
 declare -rA groups=(
     [build]="cmake ninja-build g++ libboost-dev libboost-filesystem-dev libboost-thread-dev
-             libcurl4-openssl-dev liblog4cplus-dev libpugixml-dev"
+             libcurl4-openssl-dev liblog4cplus-dev libpugixml-dev libcli11-dev nlohmann-json3-dev"
     [test]="libgtest-dev"
     [lint]="clang-format clang-tidy"
     [clang]="clang"

@@ -37,7 +37,8 @@ build() {
     cd "$root"
     log=build/$system/demo.log
     step "configure" cmake --preset "$system"
-    step "build (log in $log)" cmake --build --preset "$system" --target collector c_host cpp_host
+    step "build (log in $log)" cmake --build --preset "$system" \
+        --target collector c_host cpp_host logging_host manager_stand_in
 }
 
 # A folder of our own for everything that the library keeps; the user's own is never touched. Below it each user
@@ -95,10 +96,35 @@ stop_collector() {
 prepare_environment() {
     unset NORVANE_STATISTICS_DISABLE NORVANE_DONOTSEND_FEEDBACK NORVANE_DISABLE_FEEDBACK
     unset NORVANE_FORCE_FEEDBACK NORVANE_FORCE_UUID
+    unset OSTREL_DISABLE_PELLAR NORVANE_DISABLE_UPDATES_CHECK XRDP_SESSION
     unset http_proxy all_proxy ALL_PROXY no_proxy NO_PROXY
+    export PELLAR_DIR=$folder/manager TMPDIR=$folder
+    [[ $system == linux ]] || PELLAR_DIR=Z:${PELLAR_DIR//\//\\}
     # "localhost" needs no DNS, and its address is not one of the corporate network's.
     export OSTREL_CORPORATE_DOMAIN=localhost
     export OSTREL_COLLECTION_URL="http://127.0.0.1:$(tr -d '\r' <"$folder/port")/collect"
+}
+
+# A stand-in for the maker's software manager, under the names of its three tools.
+write_manager() {
+    local name program=$build_dir/examples/manager_stand_in/manager_stand_in
+    mkdir -p "$folder/manager"
+    [[ $system == linux ]] || program+=.exe
+    for name in norvaneremotemon pellar checkVIRKconsent; do
+        cp "$program" "$folder/manager/$name.exe"
+    done
+}
+
+# What the manager was asked, as Linux writes lines.
+calls() { tr -d '\r' <"$folder/manager/calls.txt"; }
+
+# The tools that nobody waits for may come late on a busy machine.
+wait_for_calls() {
+    local count=0 deadline=$((SECONDS + 120))
+    until ((count >= $1 || SECONDS > deadline)); do
+        count=$(calls | wc -l)
+        ((count >= $1)) || sleep 0.05
+    done
 }
 
 # Runs a host for a user, and shows what it says.
@@ -115,6 +141,7 @@ run_host() {
 expected() {
     local c='product "c_host", version "2.7.312 & more", regular user: no'
     local cpp='product "vemtra", version "7.1.312", regular user: yes'
+    local logging='product "vemtra", version "3.0.14", regular user: no'
     cat <<END
 category "debugger.attach", no label, $c
 category "editor", label "open.file", $c
@@ -124,7 +151,32 @@ category "run", label "build", $c
 category "session", label "build.begin", $cpp
 category "run", label "compiler", $cpp
 category "session", label "build.end", $cpp
-8 hits over 2 connections, 0 malformed
+category "report", label "print", $logging
+9 hits over 3 connections, 0 malformed
+END
+}
+
+# How the C++ host must have called the manager in each of its two runs. Those that nobody waits for come in any
+# order.
+expected_calls() {
+    local run temporary=$folder/
+    [[ $system == linux ]] || temporary="C:\\users\\$(id -un)\\Temp\\"
+    for run in 1 2; do
+        cat <<END
+checkVIRKconsent.exe -g
+checkVIRKconsent.exe -w -s PID
+norvaneremotemon.exe -t i -e statistic -m ${temporary}ostrel-cpp-host-usage.txt
+norvaneremotemon.exe -u ${temporary}uuid-PID-1.txt
+pellar.exe --product_guid {00000000-0000-0000-0000-000000000000} --action check
+END
+    done | sort
+}
+
+# The lines of the library that have to stand in the log of the host that brings one.
+expected_log() {
+    cat <<'END'
+INFO  ostrel.statistic: feature_name=report.print value=1
+INFO  ostrel.statistic: feature_name=import.text value=1
 END
 }
 
@@ -143,19 +195,25 @@ write_earlier_days() {
     } >"$days/last_active_dates.xml"
 }
 
+# check WHAT EXPECTED FOUND: two files that have to be the same.
+check() {
+    diff -u "$2" "$3" && return
+    echo "The demo FAILED: $1 (+) is not what it should be (-)."
+    exit 1
+}
+
 show_and_check() {
-    local arrived=$folder/arrived.txt expected=$folder/expected.txt
     printf '\n=== What arrived at the collector\n'
     cat "$folder/collector.txt"
     printf '\n=== What was withheld, and why\n'
     cat "$folder/withheld.txt"
-    sed '/^listening/d; s/^hit [0-9]*: //' "$folder/collector.txt" >"$arrived"
-    expected >"$expected"
+    printf '\n=== What the software manager was asked\n'
+    calls | sort
     echo
-    if ! diff -u "$expected" "$arrived"; then
-        echo "The demo FAILED: what arrived (+) is not what should have arrived (-)."
-        return 1
-    fi
+    check "what arrived" <(expected) <(sed '/^listening/d; s/^hit [0-9]*: //' "$folder/collector.txt")
+    check "what the manager was asked" <(expected_calls) \
+        <(calls | sed -E 's/(-s |uuid-)[0-9]+/\1PID/' | sort)
+    check "what the host's log says" <(expected_log) <(grep '^INFO  ostrel' "$folder/logging.txt")
     echo "The demo passed: exactly what should have arrived did, in its order."
 }
 
@@ -170,5 +228,8 @@ run_host agrees "A C host whose user agrees" c_host
 run_host agrees "A C++ host of the same user, on its fourth day of use" cpp_host
 run_host refuses "A C host whose user refuses" c_host --refuse
 NORVANE_STATISTICS_DISABLE=0 run_host agrees "The user who agreed, with NORVANE_STATISTICS_DISABLE set" cpp_host
+run_host logs "A C++ host that brings its own log" logging_host
+cp "$folder/host.txt" "$folder/logging.txt"
+wait_for_calls 10
 stop_collector
 show_and_check

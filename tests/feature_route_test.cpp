@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 using namespace OSTREL_NAMESPACE;
 
 TEST(feature_route, the_longest_enabled_prefix_wins_and_run_needs_no_filter) {
@@ -46,5 +49,25 @@ TEST(feature_route, the_longest_enabled_prefix_wins_and_run_needs_no_filter) {
         const auto route = route_feature(feature, enabled).value_or(route_t{dropped, {}});
         EXPECT_EQ(route.category, category) << testing::PrintToString(feature);
         EXPECT_EQ(route.label, label) << testing::PrintToString(feature);
+    }
+}
+
+TEST(feature_route, crowded_filters_route_as_trying_every_prefix_does) {
+    std::vector<std::wstring> texts{L""};
+    for (std::size_t at = 0; at < texts.size() && texts.size() < 800; ++at)
+        for (const wchar_t unit : {L'.', L'a', L'b'})
+            texts.push_back(texts[at] + unit);
+    for (std::size_t step = 1; step < 60; ++step) {
+        event_set_t enabled;
+        for (std::size_t at = step % 7; at < texts.size(); at += step)
+            enabled.insert(texts[at]);
+        for (const std::wstring& feature : texts) {
+            std::size_t cut = feature.size();
+            while (cut != std::wstring::npos && enabled.count(feature.substr(0, cut)) == 0)
+                cut = cut == 0 ? std::wstring::npos : feature.rfind(L'.', cut - 1);
+            const auto route = route_feature(feature, enabled);
+            ASSERT_EQ(route ? route->category.size() : std::wstring::npos, cut)
+                << testing::PrintToString(feature) << " in every name number " << step;
+        }
     }
 }

@@ -1,5 +1,6 @@
-// A host in C++: the shared statistic object, a guard around an activity, and a configuration service of its
-// own.
+// A host in C++: the shared statistic object, a guard around an activity, a configuration service of its own,
+// and the software manager.
+#include "manager.h"
 #include "ostrel/statistic.h"
 #include "settor2/product_locations.h"
 
@@ -16,7 +17,10 @@ namespace {
 class locations_t final : public settor2::IProductLocations {
 public:
     /// @param folder holds statistic/enabled_stat_events.xml
-    explicit locations_t(const std::filesystem::path& folder) : m_folder(folder.wstring()) { install(this); }
+    explicit locations_t(const std::filesystem::path& folder)
+        : m_folder(folder.wstring()), m_temp_dir(std::filesystem::temp_directory_path().wstring()) {
+        install(this);
+    }
     ~locations_t() override { install(nullptr); }
     locations_t(const locations_t&) = delete;
     locations_t& operator=(const locations_t&) = delete;
@@ -28,11 +32,12 @@ public:
     }
     std::wstring getLocation(int kind) const override { return kind == 6 ? L"cpp_host" : std::wstring(); }
     const wchar_t* getFolder() const override { return m_folder.c_str(); }
-    const wchar_t* getTempDir() const override { return L""; }
+    const wchar_t* getTempDir() const override { return m_temp_dir.c_str(); }
     bool isManagerExpected() const override { return false; }
 
 private:
     std::wstring m_folder;
+    std::wstring m_temp_dir;
 };
 
 /// The state after the user was asked, if that was needed.
@@ -84,6 +89,7 @@ ostrel::virk_state_t work() {
 int main(int /*count*/, char** arguments) {
     try {
         const locations_t locations(std::filesystem::absolute(arguments[0]).parent_path());
+        talk_to_the_manager();
         summarise(work());
         return 0;
     } catch (const std::exception& error) {

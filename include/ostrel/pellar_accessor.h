@@ -33,8 +33,8 @@ struct OSTREL_API product_id_t {
 class OSTREL_API pellar_accessor_t {
 public:
     pellar_accessor_t() = default;
-    pellar_accessor_t(const pellar_accessor_t& other) = default;
-    pellar_accessor_t& operator=(const pellar_accessor_t& other) = default;
+    pellar_accessor_t(const pellar_accessor_t&) = default;
+    pellar_accessor_t& operator=(const pellar_accessor_t&) = default;
     virtual ~pellar_accessor_t();
 
     /// Uploads a statistics file and waits. The tool deletes what it uploaded.

@@ -8,7 +8,7 @@
 #include <memory>
 
 struct statistic_handle_t {
-    std::unique_ptr<OSTREL_NAMESPACE::statistic_t> object;
+    std::unique_ptr<OSTREL_NAMESPACE::statistic_impl_ga_t> object;
 };
 
 using quillkit::strings::utf8_to_utf16;
@@ -26,7 +26,7 @@ void ostrel_destroy_statistic(statistic_handle_t* handle) {
 
 void ostrel_notify_feature_usage(statistic_handle_t* handle, const char* feature_name) {
     if (handle != nullptr)
-        handle->object->notify_feature_usage(utf8_to_utf16(feature_name));
+        handle->object->notify_feature_usage_utf8(feature_name);
 }
 
 void ostrel_set_statistic_collection_enabled(statistic_handle_t* handle, int enabled) {

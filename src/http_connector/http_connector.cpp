@@ -1,32 +1,12 @@
 // Delivers hits to the collector in the background.
 #include "http_connector/http_connector.h"
 
+#include "http_connector/percent_encode.h"
 #include "platform/fork.h"
 
-#include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 
 namespace OSTREL_NAMESPACE {
-
-namespace {
-
-constexpr std::array<bool, 256> mark_unreserved() {
-    std::array<bool, 256> marks{};
-    for (const char c :
-         std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~"))
-        marks[static_cast<unsigned char>(c)] = true;
-    return marks;
-}
-
-bool is_unreserved(std::string_view text) {
-    static constexpr std::array<bool, 256> unreserved = mark_unreserved();
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return unreserved[static_cast<unsigned char>(c)]; });
-}
-
-} // namespace
 
 http_connector_t::http_connector_t(const char* url)
     : m_fork_generation(ostrel_platform::fork_generation()), m_sender(std::make_unique<sender_t>(url)) {}
@@ -44,12 +24,7 @@ void http_connector_t::send(std::string hit) {
 }
 
 std::string http_connector_t::escape(std::string text) const {
-    // Most names need no escaping, and looking is far cheaper than having libcurl write them anew.
-    if (is_unreserved(text))
-        return text;
-    const std::unique_ptr<char, decltype(&curl_free)> escaped(
-        curl_easy_escape(m_sender->handle(), text.c_str(), 0), &curl_free);
-    return escaped ? std::string(escaped.get()) : std::string();
+    return percent_encode(std::move(text), m_sender->handle());
 }
 
 bool http_connector_t::is_inherited() const {

@@ -17,4 +17,11 @@ void discover_proxies(const std::string& url, std::vector<std::string>& candidat
         candidates.emplace_back(proxy);
 }
 
+std::vector<std::string> proxy_candidates(const std::string& url) {
+    std::vector<std::string> candidates;
+    discover_proxies(url, candidates);
+    candidates.emplace_back();
+    return candidates;
+}
+
 } // namespace OSTREL_NAMESPACE

@@ -13,4 +13,8 @@ namespace OSTREL_NAMESPACE {
 /// fails; may block while the network is asked for an automatic configuration.
 void discover_proxies(const std::string& url, std::vector<std::string>& candidates);
 
+/// The candidates in the order of trial: what discover_proxies finds, and last an empty one, which leaves the
+/// choice to libcurl.
+std::vector<std::string> proxy_candidates(const std::string& url);
+
 } // namespace OSTREL_NAMESPACE

@@ -49,8 +49,7 @@ void sender_t::send(std::string hit) {
 
 void sender_t::run() {
     try {
-        discover_proxies(m_url, m_proxies);
-        m_proxies.emplace_back();
+        m_proxies = proxy_candidates(m_url);
     } catch (...) {
         m_active = false; // out of memory: an exception that left this thread would end the host
     }

@@ -83,6 +83,7 @@ void pellar_accessor_impl_t::check_for_updates(const std::wstring& product_guid)
         OSTREL_LOG(bridge_log, info, L"Check for updates disabled.");
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): hosts link to it as it is
 bool pellar_accessor_impl_t::is_check_for_updates_enabled() const {
     OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"is_check_for_updates_enabled() const");
     if (!ostrel_platform::is_variable_set(L"NORVANE_DISABLE_UPDATES_CHECK")) {

@@ -29,6 +29,7 @@ int run_and_wait(const ostrel_platform::command_t& command) {
 
 } // namespace
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): hosts link to it as it is
 bool pellar_accessor_impl_t::is_pellar_call_allowed() const {
     OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"is_pellar_call_allowed() const");
     if (!ostrel_platform::is_variable_set(L"OSTREL_DISABLE_PELLAR")) {

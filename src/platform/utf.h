@@ -20,6 +20,17 @@ bool is_ascii(std::basic_string_view<Char> text) {
     return bits < 0x80;
 }
 
+/// Writes @p text to @p units one by one. Without a branch for the same reason.
+/// @return whether that is all there is to convert, that is, whether the text is ASCII
+inline bool widen_ascii(std::string_view text, wchar_t* units) {
+    unsigned char bits = 0;
+    for (const char unit : text) {
+        bits |= static_cast<unsigned char>(unit);
+        *units++ = static_cast<unsigned char>(unit);
+    }
+    return bits < 0x80;
+}
+
 /// Converts between UTF-8, UTF-16 and UTF-32, told apart by the size of the character type.
 ///
 /// Code units that begin no well-formed sequence are dropped one by one, so that the text behind a broken

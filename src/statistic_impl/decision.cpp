@@ -1,52 +1,57 @@
 // The decision whether this object may collect and send.
+#include "statistic_impl/decision.h"
+
 #include "statistic_impl/log.h"
-#include "statistic_impl/network_check.h"
-#include "statistic_impl/statistic_impl.h"
 
 namespace OSTREL_NAMESPACE {
 
 namespace {
 
-bool is_network_allowed(const std::string& corporate_domain) {
-    switch (check_excluded_network(corporate_domain)) {
-    case ncExcluded:
+// The two outcomes of the consent file are logged where that is read.
+void log_verdict(verdict_t verdict) {
+    switch (verdict) {
+    case verdict_t::no_machine_id:
+        OSTREL_LOG(policy_log, info, L"Return 'false' - empty uuid. reporting disabled");
+        break;
+    case verdict_t::switched_off:
+        OSTREL_LOG(policy_log, trace, L"Return 'false' - statistic disabled due to environment variables");
+        break;
+    case verdict_t::forced_on:
+        OSTREL_LOG(policy_log, trace,
+                   L"Return 'true' - statistic forcefully enabled by environment variables");
+        break;
+    case verdict_t::built_on:
+        OSTREL_LOG(policy_log, trace,
+                   L"Return 'true' - statistic forcefully enabled by build time "
+                   L"ENABLE_UNCONDITIONAL_DELIVERY option");
+        break;
+    case verdict_t::inside_network:
         OSTREL_LOG(policy_log, trace, L"Return 'false' - excluded network");
-        return false;
-    case ncError:
+        break;
+    case verdict_t::network_unknown:
         OSTREL_LOG(policy_log, trace, L"Return 'false' - network error");
-        return false;
-    case ncNotExcluded:
+        break;
+    case verdict_t::undecided:
+    case verdict_t::agreed:
+    case verdict_t::not_agreed:
         break;
     }
-    return true;
 }
 
 } // namespace
 
 bool statistic_impl_t::is_enabled() const {
     OSTREL_TRACE_CALL(policy_log, L"bool " OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::is_enabled() const");
-    if (m_uuid.empty()) {
-        OSTREL_LOG(policy_log, info, L"Return 'false' - empty uuid. reporting disabled");
-        return false;
-    }
-    switch (get_env_vars_state()) {
-    case evsDisabled:
-        OSTREL_LOG(policy_log, trace, L"Return 'false' - statistic disabled due to environment variables");
-        return false;
-    // The forced states skip network and consent: forcing works inside the corporate network too.
-    case evsEnabledForced:
-        OSTREL_LOG(policy_log, trace,
-                   L"Return 'true' - statistic forcefully enabled by environment variables");
-        return true;
-    case evsEnabledUnconditionally:
-        OSTREL_LOG(policy_log, trace,
-                   L"Return 'true' - statistic forcefully enabled by build time "
-                   L"ENABLE_UNCONDITIONAL_DELIVERY option");
-        return true;
-    case evsEnabled:
-        break;
-    }
-    return is_network_allowed(m_corporate_domain) && get_consent_state() == vsEnabled;
+    struct facts_t {
+        const statistic_impl_t& object;
+        bool has_machine_id() const { return !object.m_uuid.empty(); }
+        static env_vars_state_t switches() { return get_env_vars_state(); }
+        network_check_t network() const { return check_excluded_network(object.m_corporate_domain); }
+        virk_state_t consent() const { return object.get_consent_state(); }
+    };
+    const verdict_t verdict = decide(facts_t{*this});
+    log_verdict(verdict);
+    return allows(verdict);
 }
 
 } // namespace OSTREL_NAMESPACE

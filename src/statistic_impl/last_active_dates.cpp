@@ -29,12 +29,6 @@ bool lock_patiently(filelock_t& lock) {
     return false;
 }
 
-std::wstring file_in(const kiln2::path_t& folder) {
-    if (folder.is_empty())
-        return {};
-    return kiln2::path_t(folder).append(std::wstring(L"last_active_dates.xml")).as_string();
-}
-
 std::optional<active_date_t> to_date(const kiln2::variant_bag_t& item) {
     const auto* const year = std::get_if<std::int32_t>(&item.get(L"Y"));
     const auto* const month = std::get_if<std::int32_t>(&item.get(L"M"));
@@ -65,13 +59,34 @@ bool operator<(const active_date_t& left, const active_date_t& right) {
     return std::tie(left.year, left.month, left.day) < std::tie(right.year, right.month, right.day);
 }
 
+bool is_another_day(const std::vector<active_date_t>& dates, const active_date_t& day) {
+    return dates.empty() || !(dates.back() == day);
+}
+
 bool is_new_regular_user(std::size_t count, const active_date_t& first, const active_date_t& today) {
     // 29 February stays day 29 of the year before.
     return count >= days_of_a_regular_user && active_date_t{today.year - 1, today.month, today.day} < first;
 }
 
+std::wstring active_dates_file(const kiln2::path_t& folder) {
+    if (folder.is_empty())
+        return {};
+    return kiln2::path_t(folder).append(std::wstring(L"last_active_dates.xml")).as_string();
+}
+
+std::optional<std::vector<active_date_t>> stored_active_dates(const std::wstring& path) {
+    kiln2::variant_bag_t bag;
+    if (kiln2::load_variant_bag2(bag, path, L"bag", false) != 1)
+        return std::nullopt;
+    std::vector<active_date_t> dates;
+    for (const auto& [name, item] : bag.bags())
+        if (const auto date = to_date(item); name == L"item" && date)
+            dates.push_back(*date);
+    return dates;
+}
+
 last_active_dates_t::last_active_dates_t(const kiln2::path_t& folder)
-    : m_path(file_in(folder)), m_last_day(no_day) {
+    : m_path(active_dates_file(folder)), m_last_day(no_day), m_answer(no_day) {
     load();
 }
 
@@ -91,12 +106,13 @@ bool last_active_dates_t::load() {
     if (m_path.empty())
         return false;
     filelock_t lock(m_path);
-    kiln2::variant_bag_t bag;
-    if (!lock_patiently(lock) || kiln2::load_variant_bag2(bag, m_path, L"bag", false) != 1)
+    if (!lock_patiently(lock))
         return false;
-    for (const auto& [name, item] : bag.bags())
-        if (const auto date = to_date(item); name == L"item" && date)
-            append(*date);
+    const auto stored = stored_active_dates(m_path);
+    if (!stored)
+        return false;
+    for (const active_date_t& date : *stored)
+        append(date);
     return true;
 }
 
@@ -113,8 +129,7 @@ void last_active_dates_t::add_today() {
         return;
     const std::lock_guard<std::mutex> lock(m_mutex);
     const active_date_t date = today();
-    // Only the last day is looked at: after a clock went back, a day stands in the list twice.
-    if (m_dates.empty() || !(m_dates.back() == date)) {
+    if (is_another_day(m_dates, date)) {
         append(date);
         m_dirty = true;
     }
@@ -123,7 +138,16 @@ void last_active_dates_t::add_today() {
 
 bool last_active_dates_t::is_new_regular_user() const {
     const std::size_t count = m_count.load(std::memory_order_acquire);
-    return count >= days_of_a_regular_user && OSTREL_NAMESPACE::is_new_regular_user(count, m_first, today());
+    if (count < days_of_a_regular_user)
+        return false;
+    // From here on the answer changes with the day alone, and calendar fields are dear.
+    const std::int64_t no = 2 * ostrel_platform::utc_day_number();
+    const std::int64_t known = m_answer.load(std::memory_order_relaxed);
+    if (known == no || known == no + 1)
+        return known != no;
+    const bool answer = OSTREL_NAMESPACE::is_new_regular_user(count, m_first, today());
+    m_answer.store(no + (answer ? 1 : 0), std::memory_order_relaxed);
+    return answer;
 }
 
 bool last_active_dates_t::save() const {

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,8 +23,19 @@ struct active_date_t {
 bool operator==(const active_date_t& left, const active_date_t& right);
 bool operator<(const active_date_t& left, const active_date_t& right);
 
+/// Whether @p day has to be added to the days recorded so far. Only the last one is looked at: after a clock
+/// went back, a day stands in the list twice.
+bool is_another_day(const std::vector<active_date_t>& dates, const active_date_t& day);
+
 /// At least four days of use, the first strictly later than @p today with its year reduced by one.
 bool is_new_regular_user(std::size_t count, const active_date_t& first, const active_date_t& today);
+
+/// The file of the days of use in a folder of settings.
+std::wstring active_dates_file(const kiln2::path_t& folder);
+
+/// The days in a file, oldest first as they were written; an item that is no date is left out. Nothing when
+/// the file is missing or malformed. Only reads, and takes no lock: the file is replaced whole.
+std::optional<std::vector<active_date_t>> stored_active_dates(const std::wstring& path);
 
 /// The store of days of use: read when it is made, written when it goes and something changed.
 ///
@@ -61,6 +73,8 @@ private:
     active_date_t m_first;              ///< written once, before m_count leaves zero
     std::atomic<std::size_t> m_count{0};
     std::atomic<std::int64_t> m_last_day; ///< day number known to be recorded last
+    /// The last answer and its day: twice the day number, plus one for yes.
+    mutable std::atomic<std::int64_t> m_answer;
 };
 
 } // namespace OSTREL_NAMESPACE

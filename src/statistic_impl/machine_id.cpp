@@ -2,6 +2,7 @@
 #include "statistic_impl/machine_id.h"
 
 #include "platform/random.h"
+#include "toolkit/kiln2/environ.h"
 #include "toolkit/kiln2/variant_bag.h"
 
 #include <string_view>
@@ -41,12 +42,22 @@ std::wstring generate_uuid() {
     return format_uuid(bytes);
 }
 
-std::wstring load_or_create_uuid(const std::wstring& path) {
+std::wstring forced_uuid() {
+    return kiln2::get_environ_value(L"NORVANE_FORCE_UUID");
+}
+
+std::optional<std::wstring> stored_uuid(const std::wstring& path) {
     kiln2::variant_bag_t bag;
-    if (kiln2::load_variant_bag2(bag, path, root, false) == 1) {
-        const auto* const stored = std::get_if<std::wstring>(&bag.get(key));
-        return stored == nullptr ? std::wstring() : *stored;
-    }
+    if (kiln2::load_variant_bag2(bag, path, root, false) != 1)
+        return std::nullopt;
+    const auto* const stored = std::get_if<std::wstring>(&bag.get(key));
+    return stored == nullptr ? std::wstring() : *stored;
+}
+
+std::wstring load_or_create_uuid(const std::wstring& path) {
+    if (auto stored = stored_uuid(path))
+        return *stored;
+    kiln2::variant_bag_t bag;
     std::wstring fresh = generate_uuid();
     bag.put(key, fresh);
     kiln2::save_variant_bag2(bag, path, root);

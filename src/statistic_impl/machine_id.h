@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace OSTREL_NAMESPACE {
@@ -17,6 +18,13 @@ std::wstring format_uuid(const uuid_bytes_t& bytes);
 
 /// A fresh machine id from the system's random source.
 std::wstring generate_uuid();
+
+/// The id that the environment forces; empty when it forces none.
+std::wstring forced_uuid();
+
+/// The machine id stored in @p path, as it stands; empty when the file is well-formed but holds none. Nothing
+/// when the file is missing or malformed. Only reads.
+std::optional<std::wstring> stored_uuid(const std::wstring& path);
 
 /// The machine id stored in @p path, as it stands. A file that is missing or malformed is replaced by one
 /// with a fresh id, which serves also when it cannot be saved. Empty when the file is well-formed but holds

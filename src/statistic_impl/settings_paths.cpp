@@ -1,6 +1,7 @@
 // Where the per-user files lie.
 #include "statistic_impl/settings_paths.h"
 
+#include "platform/folders.h"
 #include "settor2/product_locations.h"
 
 namespace OSTREL_NAMESPACE {
@@ -27,6 +28,13 @@ std::wstring product_folder_name(const std::wstring& product_id) {
     const settor2::IProductLocations* const locations = settor2::IProductLocations::get();
     std::wstring name = locations == nullptr ? std::wstring() : locations->getLocation(product_folder_kind);
     return name.empty() ? product_id : name;
+}
+
+std::optional<settings_paths_t> settings_of(const std::wstring& product_id) {
+    const auto local_app_data = ostrel_platform::local_app_data_folder();
+    if (!local_app_data)
+        return std::nullopt;
+    return lay_out_settings(*local_app_data, product_folder_name(product_id));
 }
 
 } // namespace OSTREL_NAMESPACE

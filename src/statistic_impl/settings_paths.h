@@ -4,6 +4,7 @@
 #include "kiln2/path.h"
 #include "ostrel/version.h"
 
+#include <optional>
 #include <string>
 
 namespace OSTREL_NAMESPACE {
@@ -21,5 +22,9 @@ settings_paths_t lay_out_settings(const std::wstring& local_app_data, const std:
 
 /// The name of the product's folder: the host's configuration service may name it, else the product id does.
 std::wstring product_folder_name(const std::wstring& product_id);
+
+/// The folders and files of this user and the product; nothing when the system names no folder for them.
+/// Touches no file.
+std::optional<settings_paths_t> settings_of(const std::wstring& product_id);
 
 } // namespace OSTREL_NAMESPACE

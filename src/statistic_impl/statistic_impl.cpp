@@ -1,13 +1,11 @@
 // The policy half of a statistic object: its construction, its machine id and the user's answer.
 #include "statistic_impl/statistic_impl.h"
 
-#include "platform/folders.h"
 #include "statistic_impl/consent.h"
 #include "statistic_impl/deployment.h"
 #include "statistic_impl/log.h"
 #include "statistic_impl/machine_id.h"
 #include "statistic_impl/settings_paths.h"
-#include "toolkit/kiln2/environ.h"
 #include "toolkit/kiln2/files.h"
 
 namespace OSTREL_NAMESPACE {
@@ -21,22 +19,21 @@ statistic_impl_t::statistic_impl_t(const std::wstring& product_id, const std::ws
 }
 
 bool statistic_impl_t::init_settings_paths() {
-    const auto local_app_data = ostrel_platform::local_app_data_folder();
-    if (!local_app_data)
+    const auto paths = settings_of(m_product_id);
+    if (!paths)
         return false;
-    const settings_paths_t paths = lay_out_settings(*local_app_data, product_folder_name(m_product_id));
-    kiln2::create_folders(paths.company_dir);
-    m_virk_path = paths.virk.as_string();
-    m_statistic_dir = paths.statistic_dir;
-    kiln2::create_folders(paths.statistic_dir);
-    m_uuid_path = paths.uuid.as_string();
+    kiln2::create_folders(paths->company_dir);
+    m_virk_path = paths->virk.as_string();
+    m_statistic_dir = paths->statistic_dir;
+    kiln2::create_folders(paths->statistic_dir);
+    m_uuid_path = paths->uuid.as_string();
     return true;
 }
 
 std::wstring statistic_impl_t::load_uuid() {
     OSTREL_TRACE_CALL(policy_log,
                       OSTREL_WSTRING_TEXT L" " OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::load_uuid()");
-    m_uuid = kiln2::get_environ_value(L"NORVANE_FORCE_UUID");
+    m_uuid = forced_uuid();
     if (m_uuid.empty())
         m_uuid = load_or_create_uuid(m_uuid_path);
     return m_uuid;

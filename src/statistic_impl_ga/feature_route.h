@@ -18,6 +18,6 @@ struct route_t {
 /// The longest enabled prefix of @p feature that ends at a dot or at its end becomes the category, the rest
 /// behind that dot the label. Failing that, "run." followed by a name without dots is always enabled. Nothing
 /// for every other name.
-std::optional<route_t> route_feature(std::wstring_view feature, const event_set_t& enabled);
+std::optional<route_t> route_feature(std::wstring_view feature, const event_filter_t& enabled);
 
 } // namespace OSTREL_NAMESPACE

@@ -18,6 +18,11 @@ struct hit_identity_t {
     std::wstring os_name;
 };
 
+/// What the library says of an object with this id, application and version: with them go the account at the
+/// collector and the running system's name.
+hit_identity_t identify(const std::wstring& machine_id, const std::wstring& application_name,
+                        const std::wstring& application_version);
+
 /// The parameters common to every hit.
 /// @param escape percent-encodes one UTF-8 value
 template <class Escape>

@@ -1,34 +1,26 @@
 // The concrete statistic object.
 #include "statistic_impl_ga/statistic_impl_ga.h"
 
-#include "platform/os_name.h"
 #include "statistic_impl/deployment.h"
 #include "statistic_impl_ga/hit.h"
 #include "statistic_impl_ga/log.h"
+#include "toolkit/quillkit/strings.h"
 
 #include <utility>
 
 namespace OSTREL_NAMESPACE {
-
-namespace {
-
-std::wstring get_os_name() {
-    return ostrel_platform::os_product_name().value_or(L"Undefined Windows Version");
-}
-
-} // namespace
 
 statistic_impl_ga_t::statistic_impl_ga_t(const std::wstring& application_name,
                                          const std::wstring& application_version)
     : statistic_impl_t(application_name, application_version),
       m_activity(statistic_dir()),
       m_connector(collection_url().c_str()) {
-    m_tracking_id = "UA-40271936-07";
+    const hit_identity_t identity = identify(uuid(), product_id(), product_version());
+    m_tracking_id = identity.tracking_id;
     if (m_tracking_id.empty())
         return;
-    m_hit_prefix =
-        compose_hit_prefix({m_tracking_id, uuid(), product_id(), product_version(), get_os_name()},
-                           [this](std::string text) { return m_connector.escape(std::move(text)); });
+    m_hit_prefix = compose_hit_prefix(
+        identity, [this](std::string text) { return m_connector.escape(std::move(text)); });
     m_enabled_events = load_enabled_events(event_filter_path());
     m_ready = true;
 }
@@ -46,11 +38,22 @@ void statistic_impl_ga_t::notify_feature_usage_ex(const std::wstring& feature_na
     record(feature_name);
 }
 
-void statistic_impl_ga_t::record(const std::wstring& feature_name) {
+void statistic_impl_ga_t::notify_feature_usage_utf8(std::string_view feature_name) {
+    if (analytics_log.is_enabled_for(log_level_t::info))
+        return notify_feature_usage(quillkit::strings::utf8_to_utf16(feature_name));
+    m_activity.add_today();
+    if (is_reporting())
+        report(quillkit::strings::wide_text_t(feature_name).view());
+}
+
+void statistic_impl_ga_t::record(std::wstring_view feature_name) {
     // Recorded before the checks: a day of use counts even while collection is off.
     m_activity.add_today();
-    if (!is_collecting() || !m_ready)
-        return;
+    if (is_reporting())
+        report(feature_name);
+}
+
+void statistic_impl_ga_t::report(std::wstring_view feature_name) {
     if (const auto route = route_feature(feature_name, m_enabled_events))
         send_event(*route);
 }

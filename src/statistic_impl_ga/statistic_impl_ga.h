@@ -8,6 +8,7 @@
 #include "statistic_impl_ga/feature_route.h"
 
 #include <string>
+#include <string_view>
 
 namespace OSTREL_NAMESPACE {
 
@@ -20,20 +21,25 @@ public:
     ~statistic_impl_ga_t() override;
 
     void notify_feature_usage_ex(const std::wstring& feature_name, std::uint64_t value) override;
+    /// As notify_feature_usage, for a name in UTF-8: converted only where somebody looks at it, and on the
+    /// heap only where it is long or not ASCII.
+    void notify_feature_usage_utf8(std::string_view feature_name);
     void reserved_slot_5() override;
     void reserved_slot_6() override;
     void reserved_slot_7() override;
     bool flush() override;
 
 private:
-    void record(const std::wstring& feature_name);
+    void record(std::wstring_view feature_name);
+    bool is_reporting() const { return is_collecting() && m_ready; }
+    void report(std::wstring_view feature_name);
     void send_event(const route_t& route);
 
     last_active_dates_t m_activity;
     http_connector_t m_connector;
     std::string m_tracking_id;
     std::string m_hit_prefix;
-    event_set_t m_enabled_events;
+    event_filter_t m_enabled_events;
     bool m_ready = false; ///< written by the constructor alone
 };
 

@@ -1,0 +1,43 @@
+// What a collector would receive for a feature.
+#include "preview.h"
+
+#include "http_connector/percent_encode.h"
+#include "statistic_impl_ga/hit.h"
+
+namespace ostrelctl {
+
+namespace {
+
+using quillkit::strings::utf8_to_utf16;
+
+std::string encode(std::string text) {
+    return library::percent_encode(std::move(text));
+}
+
+std::string prefix_of(const inspection_t& found) {
+    return library::compose_hit_prefix(library::identify(found.machine_id.id,
+                                                         utf8_to_utf16(found.subject.product),
+                                                         utf8_to_utf16(found.subject.version)),
+                                       &encode);
+}
+
+} // namespace
+
+std::vector<preview_t> preview(const inspection_t& found, const std::vector<std::string>& features) {
+    const std::string prefix = prefix_of(found);
+    std::vector<preview_t> previews;
+    for (const std::string& feature : features) {
+        preview_t& one = previews.emplace_back(preview_t{feature, std::nullopt, {}});
+        const std::wstring name = utf8_to_utf16(feature);
+        const auto route = library::route_feature(name, found.events);
+        if (!found.would_report())
+            one.why_not = explain(found.verdict);
+        else if (!route)
+            one.why_not = "the event filter does not list it, and it is not \"run.\" and one word";
+        else
+            one.body = library::compose_event_hit(prefix, *route, found.days.is_regular_user, &encode);
+    }
+    return previews;
+}
+
+} // namespace ostrelctl
