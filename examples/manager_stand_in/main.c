@@ -1,5 +1,5 @@
-/* Stands in for the three tools of the maker's software manager: notes how it was called in calls.txt beside itself,
-   answers where it is asked for the machine id, and takes the file that it is to upload. */
+/* Stands in for the three tools of the maker's software manager: notes how it was called in calls.txt beside
+   itself, answers where it is asked for the machine id, and takes the file that it is to upload. */
 #include <stdio.h>
 #include <string.h>
 

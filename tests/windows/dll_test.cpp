@@ -1,4 +1,5 @@
-// The DLL as a host meets it that loads it at run time: version, unloading, a live handle at exit, exceptions.
+// The DLL as a host meets it that loads it at run time: version, unloading, a live handle at exit,
+// exceptions.
 #include "ostrel/ostrel.h"
 #include "ostrel/version.h"
 #include "support/system.h"
@@ -119,11 +120,12 @@ TEST_F(dll, an_exception_reaches_the_host) {
 }
 
 TEST_F(dll, its_version_is_that_of_the_header) {
-    char data[4096];
-    ASSERT_TRUE(::GetFileVersionInfoA(OSTREL_DLL, 0, sizeof data, data));
+    char resource[4096];
+    ASSERT_TRUE(::GetFileVersionInfoA(OSTREL_DLL, 0, sizeof resource, resource));
     VS_FIXEDFILEINFO* version = nullptr;
     UINT size = 0;
-    ASSERT_TRUE(::VerQueryValueA(data, "\\", reinterpret_cast<void**>(&version), &size));
-    EXPECT_EQ(version->dwFileVersionMS, static_cast<DWORD>(MAKELONG(OSTREL_VERSION_MINOR, OSTREL_VERSION_MAJOR)));
+    ASSERT_TRUE(::VerQueryValueA(resource, "\\", reinterpret_cast<void**>(&version), &size));
+    EXPECT_EQ(version->dwFileVersionMS,
+              static_cast<DWORD>(MAKELONG(OSTREL_VERSION_MINOR, OSTREL_VERSION_MAJOR)));
     EXPECT_EQ(version->dwFileVersionLS, static_cast<DWORD>(MAKELONG(0, OSTREL_VERSION_PATCH)));
 }

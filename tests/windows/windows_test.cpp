@@ -109,8 +109,8 @@ protected:
     static void set_browser_proxy(const std::string& proxy) {
         const std::uint32_t flags = proxy.empty() ? 1 : 3;
         store(HKEY_CURRENT_USER, connections, L"DefaultConnectionSettings", REG_BINARY,
-              field(0x46) + field(1) + field(flags) + field(proxy) + field("bypass") + field("http://script") +
-                  std::string(32, '\0'));
+              field(0x46) + field(1) + field(flags) + field(proxy) + field("bypass") +
+                  field("http://script") + std::string(32, '\0'));
     }
     static void set_machine_proxy(std::uint32_t flags, const std::string& proxy) {
         store(HKEY_LOCAL_MACHINE, connections, L"WinHttpSettings", REG_BINARY,
@@ -152,12 +152,13 @@ int WINAPI metrics_of_a_remote_session(int index) {
     return index == 0x1000 ? 1 : 0;
 }
 
+decltype(&::CreateFileW) real_open = nullptr;
+
 HANDLE WINAPI open_on_a_read_only_drive(LPCWSTR path, DWORD access, DWORD sharing,
                                         SECURITY_ATTRIBUTES* security, DWORD disposition, DWORD flags,
                                         HANDLE like) {
     if (access == GENERIC_READ)
-        return ::CreateFile2(path, access, sharing, disposition, nullptr);
-    static_cast<void>(security), static_cast<void>(flags), static_cast<void>(like);
+        return real_open(path, access, sharing, security, disposition, flags, like);
     ::SetLastError(ERROR_WRITE_PROTECT);
     return INVALID_HANDLE_VALUE;
 }
@@ -349,6 +350,7 @@ TEST_F(windows, on_a_read_only_drive_everything_works_and_nothing_is_kept) {
     profile.set("OSTREL_COLLECTION_URL", collector.url());
     profile.set("NORVANE_FORCE_FEEDBACK", "1");
     fs::create_directories(profile.statistic_dir());
+    real_open = &::CreateFileW;
     const redirect_t files("CreateFileW", &open_on_a_read_only_drive);
     const redirect_t locks("_wsopen_s", &create_on_a_read_only_drive);
     statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
@@ -365,7 +367,8 @@ TEST_F(windows, on_a_read_only_drive_everything_works_and_nothing_is_kept) {
 /// Also the tool of the test of command lines.
 int main(int argc, char** argv) {
     if (const auto out = get_variable("OSTREL_TEST_PRINT_LINE_TO")) {
-        std::ofstream(fs::u8path(*out), std::ios::binary) << ostrel_platform::to_utf8(::GetCommandLineW()) + "\n";
+        std::ofstream(fs::u8path(*out), std::ios::binary)
+            << ostrel_platform::to_utf8(::GetCommandLineW()) + "\n";
         return 259;
     }
     testing::InitGoogleTest(&argc, argv);
