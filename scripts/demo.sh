@@ -99,7 +99,7 @@ prepare_environment() {
     unset OSTREL_DISABLE_PELLAR NORVANE_DISABLE_UPDATES_CHECK XRDP_SESSION
     unset http_proxy all_proxy ALL_PROXY no_proxy NO_PROXY
     export PELLAR_DIR=$folder/manager TMPDIR=$folder
-    [[ $system == linux ]] || PELLAR_DIR=Z:${PELLAR_DIR//\//\\}
+    [[ $system == linux ]] || PELLAR_DIR="Z:${PELLAR_DIR//\//\\}"
     # "localhost" needs no DNS, and its address is not one of the corporate network's.
     export OSTREL_CORPORATE_DOMAIN=localhost
     export OSTREL_COLLECTION_URL="http://127.0.0.1:$(tr -d '\r' <"$folder/port")/collect"
@@ -224,6 +224,7 @@ fi
 start_collector
 prepare_environment
 write_earlier_days
+write_manager
 run_host agrees "A C host whose user agrees" c_host
 run_host agrees "A C++ host of the same user, on its fourth day of use" cpp_host
 run_host refuses "A C host whose user refuses" c_host --refuse

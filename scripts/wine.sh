@@ -24,6 +24,7 @@ END
 readonly template=$root/build/windows/wine
 prefix=${OSTREL_WINE_PREFIX:-$template}
 
+data_folder() { echo "$prefix/drive_c/users/$(id -un)/AppData/Local"; }
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }
 dll_path() {
     [[ -z ${OSTREL_DLL_DIR-} ]] || { windows_path "$OSTREL_DLL_DIR" && return; }
@@ -35,17 +36,17 @@ dll_path() {
 export WINEPREFIX=$prefix
 export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=d'
-# Wine itself would take the variable for a proxy that the machine names.
-unset DISPLAY http_proxy
+# Wine itself would take the one for a proxy that the machine names, and look for its server below the other.
+unset DISPLAY http_proxy TMPDIR
 
 # Without address randomisation no start ever fails to map its shared page.
 wine() { setarch x86_64 -R /usr/lib/wine/wine64 "$@"; }
 quiet() { "$@" </dev/null >/dev/null 2>&1; }
 
 # Started by the first program instead, server and services would inherit its streams and hold the test driver's
-# pipes open.
+# pipes open. From a background job, where interrupts are ignored, it would inherit that, and --end interrupts it.
 start_server() {
-    if quiet wineserver -p; then quiet wine wineboot; fi
+    if quiet env --default-signal=INT wineserver -p; then quiet wine wineboot; fi
 }
 
 make_prefix() {
@@ -62,11 +63,13 @@ make_prefix() {
     touch "$prefix/.ready"
 }
 
-# Everything but the registry is only read, or replaced by files of other names.
+# Everything but the registry is only read, and its user starts without data.
 copy_template() {
     cp -al "$template" "$prefix"
     rm "$prefix"/*.reg
     cp "$template"/*.reg "$prefix"
+    rm -rf "$(data_folder)"
+    mkdir "$(data_folder)"
 }
 
 provide_prefix() {
@@ -87,7 +90,7 @@ esac
 [[ -e $prefix/.ready ]] || provide_prefix
 case ${1-} in
 '') exit ;;
---data) echo "$prefix/drive_c/users/$(id -un)/AppData/Local" && exit ;;
+--data) data_folder && exit ;;
 esac
 start_server
 WINEPATH=$(dll_path)

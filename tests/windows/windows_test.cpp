@@ -220,11 +220,11 @@ TEST_F(windows, hits_go_through_the_machines_proxy_once_the_browsers_has_failed)
     EXPECT_EQ(machine.bodies(), (texts_t{"1", "2"}));
 }
 
-TEST_F(windows, the_product_name_is_a_text_of_at_most_256_characters_or_none) {
+TEST_F(windows, the_product_name_is_a_text_of_at_most_255_characters_or_none) {
     constexpr const wchar_t* key = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
     EXPECT_EQ(ostrel_platform::os_product_name(), std::nullopt);
     const std::wstring name = L"Windows \u00e9";
-    const std::wstring longest(256, L'x');
+    const std::wstring longest(255, L'x');
     const struct {
         DWORD type;
         std::string bytes;
@@ -234,8 +234,8 @@ TEST_F(windows, the_product_name_is_a_text_of_at_most_256_characters_or_none) {
         {REG_SZ, utf16_bytes(name), name},
         {REG_SZ, utf16_bytes(name + L'\0' + L"rest"), name},
         {REG_SZ, "", L""},
-        {REG_SZ, utf16_bytes(longest), longest},
-        {REG_SZ, utf16_bytes(longest + L'\0'), std::nullopt},
+        {REG_SZ, utf16_bytes(longest + L'\0'), longest},
+        {REG_SZ, utf16_bytes(longest + L"x" + L'\0'), std::nullopt},
         {REG_DWORD, field(7), std::nullopt},
         {REG_EXPAND_SZ, utf16_bytes(name + L'\0'), std::nullopt},
         {REG_MULTI_SZ, utf16_bytes(name + L'\0' + L'\0'), std::nullopt},
