@@ -10,8 +10,10 @@ declare -rA groups=(
              libcurl4-openssl-dev liblog4cplus-dev libpugixml-dev libcli11-dev nlohmann-json3-dev"
     [test]="libgtest-dev pkg-config doxygen"
     [package]="dpkg-dev pkg-config"
+    [collector]="nginx-light"
     [lint]="clang-format clang-tidy"
     [clang]="clang"
+    [bench]="libbenchmark-dev valgrind"
 )
 
 usage() {
@@ -25,8 +27,10 @@ Groups (without any: build test lint):
   build   compiler, CMake and the libraries that ostrel links
   test    GoogleTest, pkg-config and Doxygen
   package what CPack needs to make Debian packages
+  collector  nginx, to try the configuration in the documents
   lint    clang-format and clang-tidy
   clang   the second compiler that the tree has to build with
+  bench   Google Benchmark and valgrind
 
   --list  print what is missing and install nothing
   --help  print this text

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Builds the tree in two folders, and checks that the same bytes come out and that no path of this machine is in them.
+# Builds the last commit in two folders, and checks that the same bytes come out and that no path of this machine is in them.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 source "$root/scripts/common.sh"
 
 [[ ${1-} != --help ]] || {
-    printf 'Usage: %s\n\nBuilds library, tool and packages twice, in two folders, and compares them.\n' "${0##*/}"
+    printf 'Usage: %s\n\nBuilds library, tool and packages of the last commit twice, in two folders, and compares them.\n' "${0##*/}"
     exit
 }
 
@@ -18,7 +18,7 @@ export SOURCE_DATE_EPOCH
 
 build_in() {
     mkdir -p "$1"
-    (cd "$root" && git ls-files -z | tar --null -cT -) | tar -xC "$1"
+    git -C "$root" archive HEAD | tar -xC "$1"
     cd "$1"
     cmake --preset linux -DOSTREL_BUILD_TESTS=OFF -DOSTREL_BUILD_EXAMPLES=OFF
     cmake --build --preset linux
