@@ -209,8 +209,8 @@ TEST_F(windows, proxies_come_from_the_browser_discovery_the_machine_and_only_the
 TEST_F(windows, hits_go_through_the_machines_proxy_once_the_browsers_has_failed) {
     const collector_t browser([](const request_t&) { return 502U; });
     const collector_t machine;
-    set_browser_proxy(browser.address());
-    set_machine_proxy(3, machine.address());
+    set_browser_proxy("127.0.0.1:" + std::to_string(browser.port()));
+    set_machine_proxy(3, "127.0.0.1:" + std::to_string(machine.port()));
     {
         http_connector_t connector("http://collector.example/collect");
         connector.send("1");
@@ -307,7 +307,7 @@ TEST_F(windows, in_a_remote_session_no_tool_is_looked_for) {
         EXPECT_EQ(log.texts(), (texts_t{"tool=0", "sync=1"}));
     }
     bridge.send_usage_package();
-    EXPECT_EQ(log.count("pellar location="), 1);
+    EXPECT_EQ(log.texts().at(4), "pellar location=");
 }
 
 TEST_F(windows, folders_that_the_system_does_not_name_are_done_without) {
