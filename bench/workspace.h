@@ -32,6 +32,8 @@ private:
     std::filesystem::path m_folder;
 };
 
+/// Switches the library's lines off.
+void silence();
 /// Sets the switch for objects made from now on.
 void collect(bool enabled);
 /// Where objects made from now on post to.
