@@ -7,6 +7,7 @@
 #include <curl/curl.h>
 
 #include <chrono>
+#include <ctime>
 
 #include <malloc.h>
 
@@ -15,53 +16,74 @@ namespace {
 using namespace OSTREL_NAMESPACE;
 using clock_type = std::chrono::steady_clock;
 
-constexpr int hits_a_round = 2'000;
+constexpr int hits_a_round = 500;
 
 double seconds_since(clock_type::time_point start) {
     return std::chrono::duration<double>(clock_type::now() - start).count();
 }
 
+/// Of a round: what passed on the clock, and what all threads of this process worked.
+struct times_t {
+    double real = 0;
+    double worked = 0;
+};
+
+class stop_watch_t {
+public:
+    times_t read() const { return {seconds_since(m_start), worked() - m_worked}; }
+
+private:
+    static double worked() {
+        timespec now{};
+        ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+        return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+    }
+
+    clock_type::time_point m_start = clock_type::now();
+    double m_worked = worked();
+};
+
 std::size_t discard(const char* /*data*/, std::size_t size, std::size_t count, void* /*user*/) {
     return size * count;
 }
 
-double bare_round(const std::string& url, const std::string& hit) {
+times_t bare_round(const std::string& url, const std::string& hit) {
     CURL* const curl = curl_easy_init();
     curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &discard);
     curl_easy_setopt(curl, CURLOPT_TIMEOUT, 5L);
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(curl, CURLOPT_POSTFIELDS, hit.c_str());
-    const auto start = clock_type::now();
+    const stop_watch_t watch;
     for (int sent = 0; sent < hits_a_round; ++sent)
         if (curl_easy_perform(curl) != CURLE_OK)
             std::abort();
-    const double time = seconds_since(start);
+    const times_t times = watch.read();
     curl_easy_cleanup(curl);
-    return time;
+    return times;
 }
 
 /// From the first push until the last response: pushing is faster than posting, so the queue is full
 /// throughout.
-double connector_round(const std::string& url, const std::string& hit) {
+times_t connector_round(const std::string& url, const std::string& hit) {
     auto connector = std::make_unique<http_connector_t>(url.c_str());
-    const auto start = clock_type::now();
+    const stop_watch_t watch;
     for (int sent = 0; sent < hits_a_round; ++sent)
         connector->send(hit);
     connector.reset();
-    return seconds_since(start);
+    return watch.read();
 }
 
-double chain_round(const std::string& url, const std::string& /*hit*/) {
+times_t chain_round(const std::string& url, const std::string& /*hit*/) {
     bench::post_to(url);
     auto handle = bench::make_handle(100);
-    const auto start = clock_type::now();
+    const stop_watch_t watch;
     for (int sent = 0; sent < hits_a_round; ++sent)
         ostrel_notify_feature_usage(handle.get(), bench::routed_name);
     handle.reset();
-    const double time = seconds_since(start);
+    const times_t times = watch.read();
     bench::post_to(bench::nowhere);
-    return time;
+    return times;
 }
 
 /// Paired rounds that take turns in going first. The ratio is of rates: 1 is as fast as the bare loop.
@@ -71,22 +93,26 @@ void paired(benchmark::State& state, Round ours) {
     const std::string url = bench::environment().server.url();
     const std::string hit = bench::routed_hit();
     curl_global_init(CURL_GLOBAL_ALL);
-    std::vector<double> ratios;
+    std::vector<double> rates;
+    std::vector<double> work;
     std::vector<double> bare_times;
     std::vector<double> our_times;
     bool bare_first = true;
     for (auto _ : state) {
-        double bare = bare_first ? bare_round(url, hit) : 0;
-        our_times.push_back(ours(url, hit));
+        times_t bare = bare_first ? bare_round(url, hit) : times_t();
+        const times_t our = ours(url, hit);
         if (!bare_first)
             bare = bare_round(url, hit);
         bare_first = !bare_first;
-        bare_times.push_back(bare);
-        ratios.push_back(bare / our_times.back());
-        state.SetIterationTime(our_times.back());
+        bare_times.push_back(bare.real);
+        our_times.push_back(our.real);
+        rates.push_back(bare.real / our.real);
+        work.push_back(our.worked / bare.worked);
+        state.SetIterationTime(our.real);
     }
     curl_global_cleanup();
-    state.counters["ratio"] = bench::median(ratios);
+    state.counters["ratio"] = bench::median(rates);
+    state.counters["work"] = bench::median(work);
     state.counters["us_a_hit"] = bench::median(our_times) / hits_a_round * 1e6;
     state.counters["bare_us_a_hit"] = bench::median(bare_times) / hits_a_round * 1e6;
 }
@@ -120,6 +146,6 @@ void queued_hit(benchmark::State& state) {
 
 } // namespace
 
-BENCHMARK(delivery)->UseManualTime()->Iterations(31);
-BENCHMARK(chain)->UseManualTime()->Iterations(31);
+BENCHMARK(delivery)->UseManualTime()->Iterations(101);
+BENCHMARK(chain)->UseManualTime()->Iterations(101);
 BENCHMARK(queued_hit)->UseManualTime()->Iterations(1);

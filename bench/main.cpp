@@ -13,6 +13,8 @@
 #include <ctime>
 #include <map>
 
+#include <sys/resource.h>
+
 namespace bench {
 
 namespace {
@@ -104,8 +106,10 @@ constexpr row_t rows[] = {
     {"two threads at once, processor time a call against one", "threads/2", "ratio", "", 2},
     {"delivery, rate against a bare loop", "delivery", "ratio", "", 0.95, true},
     {"whole chain, rate against a bare loop", "chain", "ratio", "", 0.92, true},
-    {"loading, time against an empty library", "load", "ratio", "", 1.05},
-    {"create, time against curl_global_init and one thread", "create", "ratio", "", 1.4},
+    {"delivery, processor time a hit against a bare loop", "delivery", "work", "", 1.10},
+    {"whole chain, processor time a hit against a bare loop", "chain", "work", "", 1.10},
+    {"loading, processor time against an empty library", "load", "ratio", "", 1.05},
+    {"create, processor time against curl_global_init and one thread", "create", "ratio", "", 1.4},
     {"destroy, idle", "destroy", "ms", " ms", 1},
     {"memory a queued hit of 230 bytes", "queued_hit", "bytes", " bytes", 300},
 };
@@ -149,6 +153,9 @@ int main(int count, char** arguments) {
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments))
         return 1;
+    // Before the rest of the machine where that is allowed, for both sides of every comparison: children
+    // inherit it.
+    static_cast<void>(::setpriority(PRIO_PROCESS, 0, -19));
     const bench::workspace_t workspace;
     const bench::server_t server(bench::delivery_cpu);
     const bench::environment_t environment{workspace, server};

@@ -5,7 +5,8 @@ target_compile_options(
   ostrel_flags
   INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${OSTREL_WARNINGS_ARE_ERRORS}>:-Werror>
             -ffile-prefix-map=${PROJECT_SOURCE_DIR}/src/=src/ -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
-            -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
+            -ffile-prefix-map=${PROJECT_BINARY_DIR}=build
+            $<$<PLATFORM_ID:Windows>:-ffile-prefix-map=${OSTREL_WINDOWS_PREFIX}=libraries>)
 
 # A sanitizer has to see every object of a program, so it is switched on for all of them at once.
 set(OSTREL_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")

@@ -35,3 +35,19 @@ install(
   FILES ${PROJECT_BINARY_DIR}/ostrel.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
+
+# On Windows every library that is not linked in travels beside ours: the host shares the loggers and the runtime.
+if(WIN32)
+  foreach(library liblog4cplusU libstdc++-6 libgcc_s_seh-1 libwinpthread-1)
+    install(FILES ${OSTREL_WINDOWS_PREFIX}/bin/${library}.dll DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+  endforeach()
+  foreach(library boost common curl gcc-runtime log4cplus pugixml winpthreads)
+    install(DIRECTORY ${OSTREL_WINDOWS_PREFIX}/share/licenses/${library} DESTINATION ${CMAKE_INSTALL_DATADIR}/licenses
+            COMPONENT runtime)
+  endforeach()
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/windows-hosts.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_PACKAGE_FILE_NAME ostrel-${PROJECT_VERSION}-windows-x86_64)
+  set(CPACK_STRIP_FILES ON)
+  include(CPack)
+endif()

@@ -8,10 +8,11 @@ source "$root/scripts/common.sh"
 
 usage() {
     cat <<END
-Usage: ${0##*/} [--build-dir DIR]
+Usage: ${0##*/} [--build-dir DIR] [linux | windows]
 
 Installs what is missing, builds, and runs the example hosts against the
 example collector on this machine. Fails when what arrives is not what should.
+Without a name: linux. With windows, all three run under Wine.
 
   --build-dir DIR  use what is built in DIR; install and build nothing
   --help           print this text
@@ -19,36 +20,65 @@ END
 }
 
 build_dir=
+system=linux
 while (($#)); do
     case $1 in
     --build-dir) (($# > 1)) || die "--build-dir needs a value"
                  build_dir=$2 && shift 2 ;;
     --help) usage && exit ;;
+    linux | windows) system=$1 && shift ;;
     *) die "unknown option: $1 (see --help)" ;;
     esac
 done
 
 build() {
     "$root/scripts/bootstrap.sh" build test
+    [[ $system == linux ]] || "$root/scripts/windows-deps.sh"
     cd "$root"
-    log=build/linux/demo.log
-    step "configure" cmake --preset linux
-    step "build (log in $log)" cmake --build --preset linux \
-        --target collector c_host cpp_host logging_host
+    log=build/$system/demo.log
+    step "configure" cmake --preset "$system"
+    step "build (log in $log)" cmake --build --preset "$system" \
+        --target collector c_host cpp_host logging_host manager_stand_in
 }
 
-# A folder of our own for everything that the library keeps; the user's own is never touched.
+# A folder of our own for everything that the library keeps; the user's own is never touched. Below it each user
+# has a data folder, or a Wine prefix.
 folder=$(mktemp -d)
 collector_pid=
 clean_up() {
-    [[ -z $collector_pid ]] || kill "$collector_pid" 2>/dev/null || true
+    local prefix
+    [[ -z $collector_pid ]] || exec {collector[1]}>&-
+    for prefix in "$folder"/*/drive_c; do
+        [[ ! -d $prefix ]] || OSTREL_WINE_PREFIX=${prefix%/*} "$root/scripts/wine.sh" --end
+    done
     rm -rf -- "$folder"
 }
 trap clean_up EXIT
 
+data_of() {
+    if [[ $system == linux ]]; then
+        echo "$folder/$1"
+    else
+        OSTREL_WINE_PREFIX=$folder/$1 "$root/scripts/wine.sh" --data
+    fi
+}
+
+# Runs an example for a user.
+run() {
+    local user=$1 name=$2
+    shift 2
+    if [[ $system == linux ]]; then
+        XDG_DATA_HOME=$folder/$user "$build_dir/examples/$name/$name" "$@"
+    else
+        OSTREL_WINE_PREFIX=$folder/$user "$root/scripts/wine.sh" "$build_dir/examples/$name/$name.exe" "$@" | tr -d '\r'
+    fi
+}
+
+# Ended through its input, since signals of Linux do not reach a program for Windows.
 start_collector() {
-    "$build_dir/examples/collector/collector" --port-file "$folder/port" >"$folder/collector.txt" &
-    collector_pid=$!
+    coproc collector { run nobody collector --until-input-ends --port-file "$folder/port" >"$folder/collector.txt"; }
+    # shellcheck disable=SC2154 # set by coproc
+    collector_pid=$collector_PID
     until [[ -e $folder/port ]]; do
         kill -0 "$collector_pid" 2>/dev/null || die "the collector did not start"
         sleep 0.05
@@ -56,9 +86,10 @@ start_collector() {
 }
 
 stop_collector() {
-    kill -TERM "$collector_pid"
-    wait "$collector_pid" || die "the collector failed"
+    local pid=$collector_pid
     collector_pid=
+    exec {collector[1]}>&-
+    wait "$pid" || die "the collector failed"
 }
 
 # Everything in the environment that could change what is collected or where it goes is set here.
@@ -67,48 +98,42 @@ prepare_environment() {
     unset NORVANE_FORCE_FEEDBACK NORVANE_FORCE_UUID
     unset OSTREL_DISABLE_PELLAR NORVANE_DISABLE_UPDATES_CHECK XRDP_SESSION
     unset http_proxy all_proxy ALL_PROXY no_proxy NO_PROXY
-    export XDG_DATA_HOME=$folder/data PELLAR_DIR=$folder/manager TMPDIR=$folder
+    export PELLAR_DIR=$folder/manager TMPDIR=$folder
+    [[ $system == linux ]] || PELLAR_DIR="Z:${PELLAR_DIR//\//\\}"
     # "localhost" needs no DNS, and its address is not one of the corporate network's.
     export OSTREL_CORPORATE_DOMAIN=localhost
-    export OSTREL_COLLECTION_URL="http://127.0.0.1:$(<"$folder/port")/collect"
+    export OSTREL_COLLECTION_URL="http://127.0.0.1:$(tr -d '\r' <"$folder/port")/collect"
 }
 
-# Three tools in the place of the maker's software manager, one file under its names: each notes how it was called,
-# answers where it is asked for the machine id, and takes the file that it is to upload.
+# A stand-in for the maker's software manager, under the names of its three tools.
 write_manager() {
-    local name
-    mkdir -p "$PELLAR_DIR"
-    cat >"$PELLAR_DIR/stand_in" <<'END'
-#!/bin/sh
-echo "${0##*/} $*" >>"${0%/*}/calls.txt"
-for last in "$@"; do :; done
-case "$1 $2" in
-'-u '*) echo 'MANAGED-BY-A-STAND-IN' >"$last" ;;
-'-t i') rm -f -- "$last" ;;
-esac
-END
-    chmod +x "$PELLAR_DIR/stand_in"
+    local name program=$build_dir/examples/manager_stand_in/manager_stand_in
+    mkdir -p "$folder/manager"
+    [[ $system == linux ]] || program+=.exe
     for name in norvaneremotemon pellar checkVIRKconsent; do
-        ln -s stand_in "$PELLAR_DIR/$name.exe"
+        cp "$program" "$folder/manager/$name.exe"
     done
 }
+
+# What the manager was asked, as Linux writes lines.
+calls() { tr -d '\r' <"$folder/manager/calls.txt"; }
 
 # The tools that nobody waits for may come late on a busy machine.
 wait_for_calls() {
     local count=0 deadline=$((SECONDS + 120))
     until ((count >= $1 || SECONDS > deadline)); do
-        count=$(wc -l <"$PELLAR_DIR/calls.txt")
+        count=$(calls | wc -l)
         ((count >= $1)) || sleep 0.05
     done
 }
 
-# Runs a host with a data folder of that name, and shows what it says.
+# Runs a host for a user, and shows what it says.
 run_host() {
-    local data=$1 title=$2
+    local user=$1 title=$2
     shift 2
     printf '\n=== %s\n' "$title"
     echo "$title:" >>"$folder/withheld.txt"
-    XDG_DATA_HOME=$folder/$data "$@" | tee "$folder/host.txt"
+    run "$user" "$@" | tee "$folder/host.txt"
     sed '1,/^Withheld/d' "$folder/host.txt" >>"$folder/withheld.txt"
 }
 
@@ -134,13 +159,14 @@ END
 # How the C++ host must have called the manager in each of its two runs. Those that nobody waits for come in any
 # order.
 expected_calls() {
-    local run
+    local run temporary=$folder/
+    [[ $system == linux ]] || temporary="C:\\users\\$(id -un)\\Temp\\"
     for run in 1 2; do
         cat <<END
 checkVIRKconsent.exe -g
 checkVIRKconsent.exe -w -s PID
-norvaneremotemon.exe -t i -e statistic -m $folder/ostrel-cpp-host-usage.txt
-norvaneremotemon.exe -u $folder/uuid-PID-1.txt
+norvaneremotemon.exe -t i -e statistic -m ${temporary}ostrel-cpp-host-usage.txt
+norvaneremotemon.exe -u ${temporary}uuid-PID-1.txt
 pellar.exe --product_guid {00000000-0000-0000-0000-000000000000} --action check
 END
     done | sort
@@ -157,7 +183,7 @@ END
 # Three earlier days of use, so that today makes a regular user of the C++ host's user.
 write_earlier_days() {
     local days ago
-    days=$folder/agrees/'Norvane Corporation'/cpp_host/settings/statistic
+    days=$(data_of agrees)/'Norvane Corporation'/cpp_host/settings/statistic
     mkdir -p "$days"
     {
         echo '<bag>'
@@ -182,29 +208,28 @@ show_and_check() {
     printf '\n=== What was withheld, and why\n'
     cat "$folder/withheld.txt"
     printf '\n=== What the software manager was asked\n'
-    sort "$PELLAR_DIR/calls.txt"
+    calls | sort
     echo
     check "what arrived" <(expected) <(sed '/^listening/d; s/^hit [0-9]*: //' "$folder/collector.txt")
     check "what the manager was asked" <(expected_calls) \
-        <(sed -E 's/(-s |uuid-)[0-9]+/\1PID/' "$PELLAR_DIR/calls.txt" | sort)
+        <(calls | sed -E 's/(-s |uuid-)[0-9]+/\1PID/' | sort)
     check "what the host's log says" <(expected_log) <(grep '^INFO  ostrel' "$folder/logging.txt")
     echo "The demo passed: exactly what should have arrived did, in its order."
 }
 
 if [[ -z $build_dir ]]; then
     build
-    build_dir=$root/build/linux
+    build_dir=$root/build/$system
 fi
 start_collector
 prepare_environment
 write_earlier_days
 write_manager
-run_host agrees "A C host whose user agrees" "$build_dir/examples/c_host/c_host"
-run_host agrees "A C++ host of the same user, on its fourth day of use" "$build_dir/examples/cpp_host/cpp_host"
-run_host refuses "A C host whose user refuses" "$build_dir/examples/c_host/c_host" --refuse
-NORVANE_STATISTICS_DISABLE=0 run_host agrees "The user who agreed, with NORVANE_STATISTICS_DISABLE set" \
-    "$build_dir/examples/cpp_host/cpp_host"
-run_host logs "A C++ host that brings its own log" "$build_dir/examples/logging_host/logging_host"
+run_host agrees "A C host whose user agrees" c_host
+run_host agrees "A C++ host of the same user, on its fourth day of use" cpp_host
+run_host refuses "A C host whose user refuses" c_host --refuse
+NORVANE_STATISTICS_DISABLE=0 run_host agrees "The user who agreed, with NORVANE_STATISTICS_DISABLE set" cpp_host
+run_host logs "A C++ host that brings its own log" logging_host
 cp "$folder/host.txt" "$folder/logging.txt"
 wait_for_calls 10
 stop_collector

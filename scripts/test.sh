@@ -59,6 +59,15 @@ test_instructions() {
     "$root/bench/instructions.sh"
 }
 
+# In a prefix of its own below the build folder, whose server is ended with the tests.
+test_windows() {
+    "$root/scripts/windows-deps.sh"
+    configure_and_build windows
+    "$root/scripts/wine.sh"
+    trap '"$root/scripts/wine.sh" --end' EXIT
+    ctest --preset windows -j "$(nproc)"
+}
+
 run_build() {
     declare -F "test_$1" >/dev/null || {
         echo "${0##*/}: the build \"$1\" is not there yet" >&2

@@ -16,6 +16,8 @@ TEST(feature_route, the_longest_enabled_prefix_wins_and_run_needs_no_filter) {
         {L"a.", {L"a"}, L"a", L""},
         {L"a..b", {L"a"}, L"a", L".b"},
         {L"a..b", {L"a", L"a."}, L"a.", L"b"},
+        {std::wstring(70, L'a') + L".b", {std::wstring(70, L'a')}, std::wstring(70, L'a'), L"b"},
+        {std::wstring(70, L'a') + L".b", {std::wstring(71, L'a')}, dropped, L""},
         {L"a.bc", {L"a.b"}, dropped, L""},
         {L"A.b", {L"a"}, dropped, L""},
         {L"\u00e9.\u4e2d", {L"\u00e9"}, L"\u00e9", L"\u4e2d"},

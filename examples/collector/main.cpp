@@ -12,13 +12,15 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <limits>
 #include <stdexcept>
 #include <string_view>
+#include <thread>
 
 namespace {
 
 constexpr std::string_view usage =
-    R"(Usage: collector [--port N] [--port-file FILE] [--raw]
+    R"(Usage: collector [--port N] [--port-file FILE] [--raw] [--until-input-ends]
 
 Takes Measurement Protocol hits posted to http://127.0.0.1:PORT/collect and
 prints one line for each. Interrupt it to see how many hits arrived.
@@ -26,6 +28,8 @@ prints one line for each. Interrupt it to see how many hits arrived.
   --port N          listen on port N; without it, on a free one
   --port-file FILE  write the port into FILE once it listens
   --raw             print each body as it arrived, too
+  --until-input-ends
+                    stop as if interrupted when standard input ends
   --help            print this text
 )";
 
@@ -33,6 +37,7 @@ struct options_t {
     unsigned short port = 0;
     std::string port_file;
     bool raw = false;
+    bool until_input_ends = false;
     bool help = false;
 };
 
@@ -62,6 +67,8 @@ options_t parse_options(int count, char** arguments) {
             options.port_file = arguments[++i];
         else if (option == "--raw")
             options.raw = true;
+        else if (option == "--until-input-ends")
+            options.until_input_ends = true;
         else if (option == "--help")
             options.help = true;
         else
@@ -122,6 +129,14 @@ void sum_up(const std::vector<collector::request_t>& requests) {
               << " malformed" << std::endl;
 }
 
+// Not every system has signals between processes; every one tells the reader of a pipe that it was closed.
+void stop_when_input_ends() {
+    std::thread([] {
+        std::cin.ignore(std::numeric_limits<std::streamsize>::max());
+        std::raise(SIGTERM);
+    }).detach();
+}
+
 void collect(const options_t& options) {
     boost::asio::io_context context;
     boost::asio::signal_set signals(context, SIGINT, SIGTERM);
@@ -132,6 +147,8 @@ void collect(const options_t& options) {
     std::cout << "listening on " << server.url() << std::endl;
     if (!options.port_file.empty())
         write_port_file(options.port_file, server.port());
+    if (options.until_input_ends)
+        stop_when_input_ends();
     context.run();
     sum_up(server.requests());
 }

@@ -24,4 +24,11 @@ std::optional<std::wstring> local_app_data_folder() {
     return shell_folder(CSIDL_LOCAL_APPDATA);
 }
 
+// The software manager is a 32-bit program.
+std::optional<std::wstring> common_program_files_folder() {
+    if (auto folder = shell_folder(CSIDL_PROGRAM_FILES_COMMONX86))
+        return folder;
+    return shell_folder(CSIDL_PROGRAM_FILES_COMMON);
+}
+
 } // namespace ostrel_platform

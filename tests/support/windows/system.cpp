@@ -7,6 +7,8 @@
 
 #include <shellapi.h>
 
+#include <shellapi.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <stdexcept>
@@ -36,11 +38,13 @@ HKEY create_key(HKEY parent, const std::wstring& name) {
 } // namespace
 
 void set_variable(const std::string& name, const std::optional<std::string>& value) {
-    const std::wstring wide_name = to_wide(name);
-    const std::wstring wide_value = to_wide(value.value_or(std::string()));
-    // The runtime keeps a copy of the environment and takes an empty value for a removal.
-    ::_wputenv_s(wide_name.c_str(), wide_value.c_str());
-    ::SetEnvironmentVariableW(wide_name.c_str(), value ? wide_value.c_str() : nullptr);
+    // The runtime keeps a copy of the environment. An empty value, which a process may well be started with,
+    // it takes for a removal.
+    const bool is_empty = value && value->empty();
+    ::_putenv_s(name.c_str(), is_empty ? " " : value.value_or(std::string()).c_str());
+    if (is_empty)
+        *std::getenv(name.c_str()) = '\0';
+    ::SetEnvironmentVariableW(to_wide(name).c_str(), value ? to_wide(*value).c_str() : nullptr);
 }
 
 std::optional<std::string> get_variable(const std::string& name) {

@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# Checks a built DLL from outside: what it exports, how it is hardened, what it needs, and that it names no folder of
+# the machine that built it.
+#
+# Takes the DLL and folders that it must not name. With --update as first argument it writes the reviewed list of
+# exports anew.
+set -euo pipefail
+
+list=$(dirname -- "${BASH_SOURCE[0]}")/../cmake/exports-windows.txt
+update=no
+[[ $1 != --update ]] || { update=yes && shift; }
+dll=$1
+shift
+dump=$(x86_64-w64-mingw32-objdump -p "$dll")
+faults=0
+
+fault() {
+    echo "$1"
+    faults=1
+}
+
+exports() { sed -n '/^\[Ordinal\/Name Pointer\] Table/,/^$/s/^\t\[ *[0-9]*\] //p' <<<"$dump" | LC_ALL=C sort; }
+
+if [[ $update == yes ]]; then
+    exports >"$list"
+fi
+diff -u "$list" <(exports) || fault "the exports (+) are not those reviewed (-)"
+for flag in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
+    grep -q "^\s*$flag\$" <<<"$dump" || fault "$flag is off"
+done
+grep -qE '^Time/Date\s+Thu Jan  1 00:00:00 1970$' <<<"$dump" || fault "it holds the time of its building"
+# What Windows has itself, and what travels beside the DLL.
+system='(advapi32|bcrypt|crypt32|kernel32|msvcrt|secur32|shell32|user32|winhttp|ws2_32)\.dll'
+beside='(liblog4cplusu|libgcc_s_seh-1|libstdc\+\+-6|libwinpthread-1)\.dll'
+sed -n 's/^\tDLL Name: //p' <<<"$dump" | grep -viE "^($system|$beside)\$" && fault "it needs other DLLs"
+for folder in "$@"; do
+    ! grep -qaF "$folder" "$dll" || fault "it names $folder"
+done
+exit $faults

@@ -1,0 +1,131 @@
+// The DLL as a host meets it that loads it at run time: version, unloading, a live handle at exit,
+// exceptions.
+#include "ostrel/ostrel.h"
+#include "ostrel/version.h"
+#include "support/system.h"
+
+#include <windows.h>
+
+#include <psapi.h>
+#include <tlhelp32.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+
+using namespace test_support;
+namespace fs = std::filesystem;
+
+namespace {
+
+class library_t {
+public:
+    library_t() : m_module(::LoadLibraryA(OSTREL_DLL)) {
+        load(create, "ostrel_create_statistic");
+        load(destroy, "ostrel_destroy_statistic");
+        load(notify, "ostrel_notify_feature_usage");
+    }
+    ~library_t() { ::FreeLibrary(m_module); }
+    library_t(const library_t&) = delete;
+    library_t& operator=(const library_t&) = delete;
+
+    decltype(&ostrel_create_statistic) create;
+    decltype(&ostrel_destroy_statistic) destroy;
+    decltype(&ostrel_notify_feature_usage) notify;
+
+private:
+    template <class Function>
+    void load(Function*& function, const char* name) {
+        function = reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(m_module, name)));
+    }
+
+    HMODULE m_module;
+};
+
+struct resources_t {
+    DWORD handles = 0;
+    DWORD threads = 0;
+    SIZE_T private_bytes = 0;
+};
+
+resources_t resources() {
+    resources_t result;
+    ::GetProcessHandleCount(::GetCurrentProcess(), &result.handles);
+    PROCESS_MEMORY_COUNTERS_EX memory{};
+    ::GetProcessMemoryInfo(::GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory),
+                           sizeof memory);
+    result.private_bytes = memory.PrivateUsage;
+    const HANDLE snapshot = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof entry;
+    for (BOOL more = ::Thread32First(snapshot, &entry); more; more = ::Thread32Next(snapshot, &entry))
+        result.threads += entry.th32OwnerProcessID == ::GetCurrentProcessId() ? 1 : 0;
+    ::CloseHandle(snapshot);
+    return result;
+}
+
+void use_once() {
+    const library_t library;
+    statistic_handle_t* const handle = library.create("product", "1");
+    library.notify(handle, "run.a");
+    library.destroy(handle);
+}
+
+/// Sends to a port where nobody listens, and keeps its data in a folder of its own.
+class dll : public testing::Test {
+protected:
+    dll() {
+        set_variable("OSTREL_COLLECTION_URL", "http://127.0.0.1:9/collect");
+        set_variable("OSTREL_CORPORATE_DOMAIN", "localhost");
+        set_variable("NORVANE_FORCE_FEEDBACK", "1");
+        fs::create_directories(folder);
+    }
+    ~dll() override { fs::remove_all(folder); }
+
+    fs::path folder = fs::temp_directory_path() / ("ostrel-dll-test-" + std::to_string(process_id()));
+    local_app_data_t data{folder};
+};
+
+} // namespace
+
+TEST_F(dll, loading_and_unloading_leaves_nothing_behind) {
+    for (int i = 0; i < 10; ++i)
+        use_once();
+    const resources_t before = resources();
+    for (int i = 0; i < 100; ++i)
+        use_once();
+    const resources_t after = resources();
+    EXPECT_EQ(::GetModuleHandleW(L"ostrel.dll"), nullptr);
+    EXPECT_EQ(after.handles, before.handles);
+    EXPECT_EQ(after.threads, before.threads);
+    EXPECT_LT(after.private_bytes, before.private_bytes + (1U << 20U));
+    RecordProperty("private_bytes_growth", std::to_string(after.private_bytes - before.private_bytes));
+}
+
+TEST_F(dll, a_host_that_exits_with_a_live_handle_keeps_its_exit_code) {
+    const library_t library;
+    const auto exit_early = [&] {
+        library.notify(library.create("product", "1"), "run.a");
+        std::exit(7);
+    };
+    EXPECT_EXIT(exit_early(), testing::ExitedWithCode(7), "");
+}
+
+TEST_F(dll, an_exception_reaches_the_host) {
+    const library_t library;
+    std::ofstream(folder / "Norvane Corporation") << "a file in the folder's place";
+    EXPECT_THROW(library.create("product", "1"), std::exception);
+    fs::remove(folder / "Norvane Corporation");
+    library.destroy(library.create("product", "1"));
+}
+
+TEST_F(dll, its_version_is_that_of_the_header) {
+    char resource[4096];
+    ASSERT_TRUE(::GetFileVersionInfoA(OSTREL_DLL, 0, sizeof resource, resource));
+    VS_FIXEDFILEINFO* version = nullptr;
+    UINT size = 0;
+    ASSERT_TRUE(::VerQueryValueA(resource, "\\", reinterpret_cast<void**>(&version), &size));
+    EXPECT_EQ(version->dwFileVersionMS,
+              static_cast<DWORD>(MAKELONG(OSTREL_VERSION_MINOR, OSTREL_VERSION_MAJOR)));
+    EXPECT_EQ(version->dwFileVersionLS, static_cast<DWORD>(MAKELONG(0, OSTREL_VERSION_PATCH)));
+}
