@@ -35,7 +35,7 @@ test_linux() {
 
 # All of ctest under a sanitizer. Nothing of ours is suppressed, and nothing else has needed it so far.
 test_asan() {
-    "$root/scripts/bootstrap.sh" build test trust
+    "$root/scripts/bootstrap.sh" build test
     configure_and_build "${1:-asan}"
     ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1 \
         TSAN_OPTIONS=second_deadlock_stack=1 ctest --preset "${1:-asan}" -j "$(nproc)"
