@@ -53,12 +53,13 @@ extract() {
 
 build_and_run() {
     local source program
+    # shellcheck disable=SC2086 # the flags are words
     for source in "$folder"/*.c "$folder"/*.cpp; do
         program=${source%.*}
         case $source in
-        *.c) cc -std=c99 -Wall -Werror -I "$root/include" -o "$program" "$source" -L "$build_dir/src" -lostrel \
+        *.c) cc ${CFLAGS-} -std=c99 -Wall -Werror -I "$root/include" -o "$program" "$source" -L "$build_dir/src" -lostrel \
                 -Wl,-rpath,"$build_dir/src" ;;
-        *) c++ -std=c++17 -Wall -Werror -I "$root/include" -o "$program" "$source" -L "$build_dir/src" -lostrel \
+        *) c++ ${CXXFLAGS-} -std=c++17 -Wall -Werror -I "$root/include" -o "$program" "$source" -L "$build_dir/src" -lostrel \
                -llog4cplus -Wl,-rpath,"$build_dir/src" ;;
         esac
         echo "--- ${source##*/}"

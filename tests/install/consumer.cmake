@@ -14,8 +14,8 @@ endforeach()
 # Without CMake.
 set(ENV{PKG_CONFIG_PATH} "${libraries}/pkgconfig")
 run(sh -c "cd '${folder}' && eval \"set -- $(pkg-config --cflags --libs ostrel)\" && \
-    '${C_COMPILER}' -o plain_c c_host/main.c \"$@\" '-Wl,-rpath,${libraries}' && \
-    '${CXX_COMPILER}' -std=c++17 -o plain_cpp cpp_host/*.cpp \"$@\" '-Wl,-rpath,${libraries}'")
+    '${C_COMPILER}' $CFLAGS -o plain_c c_host/main.c \"$@\" '-Wl,-rpath,${libraries}' && \
+    '${CXX_COMPILER}' $CXXFLAGS -std=c++17 -o plain_cpp cpp_host/*.cpp \"$@\" '-Wl,-rpath,${libraries}'")
 
 # With the library's sources inside the consumer's tree.
 file(WRITE "${folder}/whole/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)
