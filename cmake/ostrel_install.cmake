@@ -28,6 +28,14 @@ install(
   DESTINATION ${package_dir}
   COMPONENT development)
 
+# For everything that is not CMake. Its prefix is found from the file's own place, so that a tree may be moved.
+file(RELATIVE_PATH prefix_from_package /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/ostrel.pc.in ${PROJECT_BINARY_DIR}/ostrel.pc @ONLY)
+install(
+  FILES ${PROJECT_BINARY_DIR}/ostrel.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)
+
 # On Windows every library that is not linked in travels beside ours: the host shares the loggers and the runtime.
 if(WIN32)
   foreach(library liblog4cplusU libstdc++-6 libgcc_s_seh-1 libwinpthread-1)

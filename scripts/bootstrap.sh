@@ -8,9 +8,12 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 declare -rA groups=(
     [build]="cmake ninja-build g++ libboost-dev libboost-filesystem-dev libboost-thread-dev
              libcurl4-openssl-dev liblog4cplus-dev libpugixml-dev libcli11-dev nlohmann-json3-dev"
-    [test]="libgtest-dev"
+    [test]="libgtest-dev pkg-config doxygen"
+    [package]="dpkg-dev pkg-config"
+    [collector]="nginx-light"
     [lint]="clang-format clang-tidy"
     [clang]="clang"
+    [bench]="libbenchmark-dev valgrind"
 )
 
 usage() {
@@ -22,9 +25,12 @@ is there). Nothing missing: nothing is done, and no network is used.
 
 Groups (without any: build test lint):
   build   compiler, CMake and the libraries that ostrel links
-  test    GoogleTest
+  test    GoogleTest, pkg-config and Doxygen
+  package what CPack needs to make Debian packages
+  collector  nginx, to try the configuration in the documents
   lint    clang-format and clang-tidy
   clang   the second compiler that the tree has to build with
+  bench   Google Benchmark and valgrind
 
   --list  print what is missing and install nothing
   --help  print this text

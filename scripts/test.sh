@@ -7,7 +7,7 @@ source "$root/scripts/common.sh"
 
 usage() {
     cat <<END
-Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | all]
+Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | instructions | all]
 
 Without a name: linux.
 
@@ -17,7 +17,7 @@ END
 }
 
 # A build is one function of its name with the prefix "test_"; the order is that of "all".
-readonly builds=(linux windows asan tsan fuzz)
+readonly builds=(linux windows asan tsan fuzz instructions)
 lint=yes
 
 configure_and_build() {
@@ -40,6 +40,10 @@ test_windows() {
     "$root/scripts/wine.sh"
     trap '"$root/scripts/wine.sh" --end' EXIT
     ctest --preset windows -j "$(nproc)"
+}
+
+test_instructions() {
+    "$root/bench/instructions.sh"
 }
 
 run_build() {

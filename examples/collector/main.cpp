@@ -1,8 +1,11 @@
 // A collector for trying the library out: takes its hits on the loopback interface and prints what they say.
+#include "hit.h"
 #include "server.h"
 
+#include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <csignal>
 #include <exception>
@@ -97,20 +100,57 @@ void stop_when_input_ends() {
     }).detach();
 }
 
+collector::hit_t read_hit(const collector::request_t& request) {
+    if (!request.fault.empty())
+        throw collector::malformed_hit_t("not HTTP as expected: " + request.fault);
+    if (request.method != "POST" || request.target != "/collect")
+        throw collector::malformed_hit_t(collector::quoted(request.method) + " to " +
+                                         collector::quoted(request.target) +
+                                         " instead of \"POST\" to \"/collect\"");
+    return collector::parse_hit(request.body);
+}
+
+/// Writes the line of a request. @return the status to answer with
+unsigned judge(const collector::request_t& request, int& hits, bool raw) {
+    unsigned status = 200;
+    try {
+        const collector::hit_t hit = read_hit(request);
+        std::cout << "hit " << ++hits << ": " << describe(hit) << std::endl;
+    } catch (const collector::malformed_hit_t& fault) {
+        std::cout << "malformed: " << fault.what() << std::endl;
+        status = 400;
+    }
+    if (raw)
+        std::cout << "    raw: " << collector::quoted(request.body) << std::endl;
+    return status;
+}
+
+void sum_up(const std::vector<collector::request_t>& requests) {
+    int hits = 0;
+    int malformed = 0;
+    int connections = 0;
+    for (const collector::request_t& request : requests) {
+        ++(request.status == 200 ? hits : malformed);
+        connections = std::max(connections, request.connection);
+    }
+    std::cout << counted(hits, "hit") << " over " << counted(connections, "connection") << ", " << malformed
+              << " malformed" << std::endl;
+}
+
 void collect(const options_t& options) {
     boost::asio::io_context context;
-    collector::server_t server(context, options.port, std::cout, options.raw);
     boost::asio::signal_set signals(context, SIGINT, SIGTERM);
-    signals.async_wait([&](const boost::system::error_code&, int) { context.stop(); });
-    std::cout << "listening on http://127.0.0.1:" << server.port() << "/collect" << std::endl;
+    signals.async_wait([](const boost::system::error_code&, int) {});
+    int hits = 0;
+    const collector::server_t server(
+        [&hits, raw = options.raw](const auto& request) { return judge(request, hits, raw); }, options.port);
+    std::cout << "listening on " << server.url() << std::endl;
     if (!options.port_file.empty())
         write_port_file(options.port_file, server.port());
     if (options.until_input_ends)
         stop_when_input_ends();
     context.run();
-    const collector::tally_t& tally = server.tally();
-    std::cout << counted(tally.hits, "hit") << " over " << counted(tally.connections, "connection") << ", "
-              << tally.malformed << " malformed" << std::endl;
+    sum_up(server.requests());
 }
 
 } // namespace

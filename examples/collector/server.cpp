@@ -1,14 +1,16 @@
-// The HTTP side of the collector.
+// The HTTP side of the collector, on Boost.Beast.
 #include "server.h"
 
-#include "hit.h"
-
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 
-#include <memory>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <optional>
-#include <ostream>
+#include <thread>
 
 namespace collector {
 
@@ -20,11 +22,13 @@ namespace http = boost::beast::http;
 using tcp = asio::ip::tcp;
 
 constexpr std::uint64_t longest_body = std::uint64_t{16} << 20U;
+constexpr std::chrono::seconds generous_limit{60};
 
 /// One connection: reads a request, answers it, and starts over until the peer has enough.
 class session_t : public std::enable_shared_from_this<session_t> {
 public:
-    session_t(server_t& server, tcp::socket socket) : m_server(server), m_stream(std::move(socket)) {}
+    session_t(const server_t::judge_t& judge, tcp::socket socket, int connection)
+        : m_judge(judge), m_stream(std::move(socket)), m_connection(connection) {}
 
     void read() {
         m_parser.emplace();
@@ -39,17 +43,17 @@ private:
         const auto& http_errors = http::make_error_code(http::error::bad_method).category();
         if (!error) {
             const auto& request = m_parser->get();
-            answer(m_server.take(std::string(request.method_string()), std::string(request.target()),
-                                 request.body()),
+            answer({std::string(request.method_string()), std::string(request.target()),
+                    std::string(request[http::field::content_type]),
+                    std::string(request[http::field::user_agent]), request.body(), m_connection, 0, ""},
                    request.keep_alive());
         } else if (error.category() == http_errors && error != http::error::end_of_stream) {
-            m_server.refuse("not HTTP as expected: " + error.message());
-            answer(400, false);
+            answer({"", "", "", "", "", m_connection, 0, error.message()}, false);
         }
     }
 
-    void answer(unsigned status, bool keep_alive) {
-        m_response = {http::int_to_status(status), 11};
+    void answer(const request_t& request, bool keep_alive) {
+        m_response = {http::int_to_status(m_judge(request)), 11};
         m_response.keep_alive(keep_alive);
         m_response.prepare_payload();
         http::async_write(m_stream, m_response,
@@ -59,8 +63,9 @@ private:
                           });
     }
 
-    server_t& m_server;
+    const server_t::judge_t& m_judge;
     beast::tcp_stream m_stream;
+    int m_connection;
     beast::flat_buffer m_buffer;
     std::optional<http::request_parser<http::string_body>> m_parser; ///< one a request
     http::response<http::empty_body> m_response;
@@ -68,44 +73,79 @@ private:
 
 } // namespace
 
-server_t::server_t(asio::io_context& context, unsigned short port, std::ostream& lines, bool raw)
-    : m_acceptor(context, {asio::ip::address_v4::loopback(), port}), m_lines(lines), m_raw(raw) {
-    accept();
-}
-
-void server_t::accept() {
-    m_acceptor.async_accept([this](beast::error_code error, tcp::socket socket) {
-        if (error == asio::error::operation_aborted)
-            return;
-        if (!error) {
-            ++m_tally.connections;
-            std::make_shared<session_t>(*this, std::move(socket))->read();
-        }
+class server_t::listener_t {
+public:
+    listener_t(judge_t judge, unsigned short port)
+        : m_judge([this, judge = std::move(judge)](const auto& request) {
+              return keep(request, judge(request));
+          }),
+          m_acceptor(m_context, {asio::ip::address_v4::loopback(), port}) {
         accept();
-    });
-}
+        m_thread = std::thread([this] { m_context.run(); });
+    }
 
-unsigned server_t::take(const std::string& method, const std::string& target, const std::string& body) {
-    unsigned status = 400;
-    if (method != "POST" || target != "/collect") {
-        refuse(quoted(method) + " to " + quoted(target) + " instead of \"POST\" to \"/collect\"");
+    ~listener_t() {
+        m_context.stop();
+        m_thread.join();
+    }
+
+    unsigned short port() const { return m_acceptor.local_endpoint().port(); }
+
+    std::vector<request_t> requests() const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_requests;
+    }
+
+    bool wait_for(std::size_t count) const {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        return m_arrived.wait_for(lock, generous_limit, [&] { return m_requests.size() >= count; });
+    }
+
+private:
+    void accept() {
+        m_acceptor.async_accept([this](beast::error_code error, tcp::socket socket) {
+            if (error == asio::error::operation_aborted)
+                return;
+            if (!error)
+                std::make_shared<session_t>(m_judge, std::move(socket), ++m_connections)->read();
+            accept();
+        });
+    }
+
+    unsigned keep(request_t request, unsigned status) {
+        request.status = status;
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_requests.push_back(std::move(request));
+        m_arrived.notify_all();
         return status;
     }
-    try {
-        const hit_t hit = parse_hit(body);
-        m_lines << "hit " << ++m_tally.hits << ": " << describe(hit) << std::endl;
-        status = 200;
-    } catch (const malformed_hit_t& fault) {
-        refuse(fault.what());
-    }
-    if (m_raw)
-        m_lines << "    raw: " << quoted(body) << std::endl;
-    return status;
-}
 
-void server_t::refuse(const std::string& reason) {
-    ++m_tally.malformed;
-    m_lines << "malformed: " << reason << std::endl;
+    mutable std::mutex m_mutex;
+    mutable std::condition_variable m_arrived;
+    std::vector<request_t> m_requests; ///< guarded by m_mutex
+    judge_t m_judge;
+    asio::io_context m_context;
+    tcp::acceptor m_acceptor;
+    int m_connections = 0;
+    std::thread m_thread;
+};
+
+server_t::server_t(judge_t judge, unsigned short port)
+    : m_listener(std::make_unique<listener_t>(std::move(judge), port)) {}
+
+server_t::~server_t() = default;
+
+unsigned short server_t::port() const {
+    return m_listener->port();
+}
+std::string server_t::url() const {
+    return "http://127.0.0.1:" + std::to_string(port()) + "/collect";
+}
+std::vector<request_t> server_t::requests() const {
+    return m_listener->requests();
+}
+bool server_t::wait_for(std::size_t count) const {
+    return m_listener->wait_for(count);
 }
 
 } // namespace collector

@@ -1,46 +1,51 @@
-// The HTTP side of the collector: takes posted hits and tells what arrived.
+// The HTTP side of the collector: takes what is posted, keeps it, and leaves the answer to its owner.
 #pragma once
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
-
-#include <iosfwd>
+#include <functional>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace collector {
 
-/// What arrived so far.
-struct tally_t {
-    int hits = 0;
-    int malformed = 0;
-    int connections = 0;
+/// What came in as one request.
+struct request_t {
+    std::string method;
+    std::string target; ///< an absolute URL when the request came as to a proxy
+    std::string content_type;
+    std::string user_agent;
+    std::string body;
+    int connection = 0;  ///< counted from 1 in the order of accepting
+    unsigned status = 0; ///< what it was answered with
+    std::string fault; ///< why it is no HTTP as expected, and then nothing else is known; empty for a request
 };
 
-/// Listens on 127.0.0.1 from construction on. Everything happens on the thread that runs the context.
+/// Listens on 127.0.0.1 from construction to destruction. One thread of its own serves all connections.
 class server_t {
 public:
+    /// Says which status a request is answered with.
+    using judge_t = std::function<unsigned(const request_t&)>;
+
+    /// @param judge called on the server's thread
     /// @param port  0 takes a free one
-    /// @param lines receives one line a hit
-    /// @param raw   whether each line is followed by the body as it arrived
     /// Throws boost::system::system_error when the port cannot be had.
-    server_t(boost::asio::io_context& context, unsigned short port, std::ostream& lines, bool raw);
+    explicit server_t(judge_t judge, unsigned short port = 0);
+    ~server_t();
+    server_t(const server_t&) = delete;
+    server_t& operator=(const server_t&) = delete;
 
-    unsigned short port() const { return m_acceptor.local_endpoint().port(); }
-    const tally_t& tally() const { return m_tally; }
+    unsigned short port() const;
+    /// For example http://127.0.0.1:4711/collect
+    std::string url() const;
 
-    /// Judges one request and writes its line. @return the status to answer with: 200 or 400
-    unsigned take(const std::string& method, const std::string& target, const std::string& body);
-
-    /// Writes the line of something that is no hit.
-    void refuse(const std::string& reason);
+    /// All that came in so far.
+    std::vector<request_t> requests() const;
+    /// Blocks until so many requests have come in. @return whether they did before a generous limit
+    bool wait_for(std::size_t count) const;
 
 private:
-    void accept();
-
-    boost::asio::ip::tcp::acceptor m_acceptor;
-    std::ostream& m_lines;
-    bool m_raw;
-    tally_t m_tally;
+    class listener_t;
+    std::unique_ptr<listener_t> m_listener;
 };
 
 } // namespace collector

@@ -15,12 +15,12 @@ class OSTREL_API path_t {
 public:
     /// The empty path.
     path_t();
-    path_t(const std::wstring&
-               text); // NOLINT(google-explicit-constructor): a text is a path wherever one is due
-    path_t(const path_t& other);
-    path_t(path_t&& other) noexcept;
-    path_t& operator=(const path_t& other);
-    path_t& operator=(path_t&& other) noexcept;
+    /// The text as it stands; also where a path is expected and a text given.
+    path_t(const std::wstring& text);           // NOLINT(google-explicit-constructor)
+    path_t(const path_t& other);                ///< The same text.
+    path_t(path_t&& other) noexcept;            ///< Leaves @p other valid, its text unspecified.
+    path_t& operator=(const path_t& other);     ///< The same text.
+    path_t& operator=(path_t&& other) noexcept; ///< Leaves @p other valid, its text unspecified.
     ~path_t();
 
     /// Joins @p other behind this path with the system's preferred separator, also where @p other begins with
@@ -31,6 +31,7 @@ public:
     /// The path in the system's preferred separators.
     const std::wstring& as_string() const;
 
+    /// Whether there is no text at all; says nothing of files.
     bool is_empty() const;
 
     /// Replaces the extension (from the last dot of the file name on), or adds one where there is none.

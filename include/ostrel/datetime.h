@@ -18,15 +18,15 @@ class OSTREL_API datetime_t {
 public:
     /// Calendar fields in the order and with the ranges of the C library's `tm`.
     struct fields_t {
-        std::int32_t second = 0;
-        std::int32_t minute = 0;
-        std::int32_t hour = 0;
-        std::int32_t day = 0;     ///< of the month, from 1
-        std::int32_t month = 0;   ///< from 0
-        std::int32_t year = 0;    ///< since 1900
-        std::int32_t weekday = 0; ///< from 0 = Sunday
-        std::int32_t yearday = 0; ///< from 0
-        std::int32_t daylight = 0;
+        std::int32_t second = 0;   ///< from 0
+        std::int32_t minute = 0;   ///< from 0
+        std::int32_t hour = 0;     ///< from 0
+        std::int32_t day = 0;      ///< of the month, from 1
+        std::int32_t month = 0;    ///< from 0
+        std::int32_t year = 0;     ///< since 1900
+        std::int32_t weekday = 0;  ///< from 0 = Sunday
+        std::int32_t yearday = 0;  ///< from 0
+        std::int32_t daylight = 0; ///< always 0: in UTC there is none
     };
 
     /// The invalid value. It equals every other invalid value and is less than every valid one.
@@ -48,12 +48,13 @@ public:
     /// The profile of ISO 8601 "YYYY-MM-DDThh:mm:ssZ"; 1900-01-00T00:00:00Z for the invalid value.
     std::wstring as_string() const;
 
+    /// False for what a failure gave, and for a default-made value.
     bool is_valid() const;
 
-    bool operator==(const datetime_t& other) const;
-    bool operator!=(const datetime_t& other) const;
-    bool operator<(const datetime_t& other) const;
-    bool operator>(const datetime_t& other) const;
+    bool operator==(const datetime_t& other) const; ///< The same second, or both invalid.
+    bool operator!=(const datetime_t& other) const; ///< The opposite of ==.
+    bool operator<(const datetime_t& other) const;  ///< Earlier; invalid comes first.
+    bool operator>(const datetime_t& other) const;  ///< Later; invalid comes first.
 
 private:
     static datetime_t from_fields(const fields_t& fields);

@@ -17,7 +17,9 @@ class OSTREL_API filelock_t {
 public:
     /// Touches no file. @param path the data file to protect; it need not exist
     explicit filelock_t(const kiln2::path_t& path);
+    /// Believes that it holds the lock when @p other does.
     filelock_t(const filelock_t& other);
+    /// As the copy constructor; a lock that was held here is forgotten and its file stays.
     filelock_t& operator=(const filelock_t& other);
     /// Releases the lock if it is held.
     ~filelock_t();
@@ -29,6 +31,7 @@ public:
     /// Deletes the companion file if the lock is held; a failure to delete is ignored.
     void unlock();
 
+    /// What this object believes; the disk is not asked.
     bool is_locked() const;
 
 private:

@@ -1,4 +1,5 @@
-/* The C interface: feature-usage statistics over an opaque handle.
+/** @file
+ * The C interface: feature-usage statistics over an opaque handle.
  *
  * Strings are NUL-terminated UTF-8; byte sequences that are not UTF-8 are dropped from the text. No string is
  * kept by reference: a caller may free its buffers as soon as a call has returned.
@@ -21,10 +22,10 @@
 extern "C" {
 #endif
 
-/* One statistic object with its own sending thread. */
+/** One statistic object with its own sending thread. */
 typedef struct statistic_handle_t statistic_handle_t;
 
-/* Makes a statistic object for one product.
+/** Makes a statistic object for one product.
  *
  * product_id: names the product in every hit and, unless a product-locations service says otherwise, its
  * settings folder. product_version: sent with every hit as it stands. Both may be empty, neither may be null.
@@ -36,7 +37,7 @@ typedef struct statistic_handle_t statistic_handle_t;
  * switch decides the matter first. Nothing is sent on this thread. */
 OSTREL_API statistic_handle_t* ostrel_create_statistic(const char* product_id, const char* product_version);
 
-/* Releases a handle; null is ignored.
+/** Releases a handle; null is ignored.
  *
  * Blocks until every hit queued so far was handled: immediately when nothing is queued or sending has
  * switched itself off, else as long as the collector takes, at most 5 seconds for each proxy candidate of the
@@ -44,7 +45,7 @@ OSTREL_API statistic_handle_t* ostrel_create_statistic(const char* product_id, c
  * writes the days of use. The handle is invalid afterwards. */
 OSTREL_API void ostrel_destroy_statistic(statistic_handle_t* handle);
 
-/* Reports that a feature was used once.
+/** Reports that a feature was used once.
  *
  * feature_name: a dotted name such as "editor.open.file". It is sent when the event filter enables it or one
  * of its dotted prefixes, or when it is "run." followed by a name without dots, and when collection is on;
@@ -53,14 +54,14 @@ OSTREL_API void ostrel_destroy_statistic(statistic_handle_t* handle);
  * Never waits for the network: the hit is queued and posted in the background. */
 OSTREL_API void ostrel_notify_feature_usage(statistic_handle_t* handle, const char* feature_name);
 
-/* Records the user's answer, non-zero for consent and zero for refusal, and decides afresh whether this
+/** Records the user's answer, non-zero for consent and zero for refusal, and decides afresh whether this
  * handle collects. The answer holds for all of the maker's products of this user; other live handles notice
  * it when they are made anew or record an answer themselves. A file that cannot be written is ignored.
  *
  * May block while it resolves one DNS name. */
 OSTREL_API void ostrel_set_statistic_collection_enabled(statistic_handle_t* handle, int enabled);
 
-/* Returns 1 when no answer of the user is on file and no environment switch decides, so that the host should
+/** Returns 1 when no answer of the user is on file and no environment switch decides, so that the host should
  * ask; 0 otherwise, and for a null handle. Reads one small file. */
 OSTREL_API int ostrel_should_ask_user_consent(statistic_handle_t* handle);
 

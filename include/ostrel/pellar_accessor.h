@@ -13,7 +13,7 @@ namespace OSTREL_NAMESPACE {
 
 /// Names the host product to the software manager. Only kept and handed back, never interpreted.
 struct OSTREL_API product_id_t {
-    std::uint32_t value = 0;
+    std::uint32_t value = 0; ///< zero until the host sets one
 };
 
 /// Drives the software manager's tools, one child process a call.
@@ -33,8 +33,8 @@ struct OSTREL_API product_id_t {
 class OSTREL_API pellar_accessor_t {
 public:
     pellar_accessor_t() = default;
-    pellar_accessor_t(const pellar_accessor_t&) = default;
-    pellar_accessor_t& operator=(const pellar_accessor_t&) = default;
+    pellar_accessor_t(const pellar_accessor_t&) = default;            ///< Nothing is kept here.
+    pellar_accessor_t& operator=(const pellar_accessor_t&) = default; ///< Nothing is kept here.
     virtual ~pellar_accessor_t();
 
     /// Uploads a statistics file and waits. The tool deletes what it uploaded.
@@ -86,14 +86,17 @@ public:
 /// that it started still run.
 class OSTREL_API pellar_accessor_impl_t : public pellar_accessor_t {
 public:
+    /// The tools, by what they do.
     enum pellar_tool_t : std::int32_t {
-        tool_remote_monitor = 0,
-        tool_pellar = 1,
-        tool_check_virk_consent = 2,
+        tool_remote_monitor = 0,     ///< uploads, and knows the machine id
+        tool_pellar = 1,             ///< looks for updates
+        tool_check_virk_consent = 2, ///< knows the user's answer
     };
 
     pellar_accessor_impl_t();
+    /// With the same product id.
     pellar_accessor_impl_t(const pellar_accessor_impl_t& other);
+    /// Takes the product id over.
     pellar_accessor_impl_t& operator=(const pellar_accessor_impl_t& other);
     ~pellar_accessor_impl_t() override;
 

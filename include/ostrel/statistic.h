@@ -80,11 +80,16 @@ public:
 class OSTREL_API statistic_guard_t {
 public:
     /// Reports @p name + @p begin_suffix; the parts are joined without a separator.
-    /// @param statistic receives both events and is kept alive; must not be null
+    /// @param name         what both events begin with
+    /// @param begin_suffix ends the first one
+    /// @param end_suffix   ends the second one
+    /// @param statistic    receives both events and is kept alive; must not be null
     statistic_guard_t(const std::wstring& name, const std::wstring& begin_suffix,
                       const std::wstring& end_suffix, boost::shared_ptr<statistic_t> statistic);
 
+    /// Reports nothing now; each of the two will report the end.
     statistic_guard_t(const statistic_guard_t& other);
+    /// Reports nothing now, not even the end of what stood here before.
     statistic_guard_t& operator=(const statistic_guard_t& other);
 
     /// Reports the name followed by the end suffix. What the report throws leaves the destructor.

@@ -4,13 +4,41 @@
 #include "toolkit/brask/log.h"
 #include "toolkit/brask/tstring.h"
 
+#include <chrono>
+#include <thread>
+
 namespace OSTREL_NAMESPACE {
+
+std::atomic<bool> is_log_closed{false};
 
 namespace {
 
-log4cplus::Logger configured_logger(const std::wstring& name) {
+std::atomic<int> writers{0};
+
+struct writer_t {
+    writer_t() { ++writers; }
+    ~writer_t() { --writers; }
+};
+
+// log4cplus takes itself apart when the process ends, right after this library: a thread of the host that was
+// still writing then would bring the process down. So nobody is let in any more, and those inside are waited
+// for; not for ever, since one of them may be the thread that ends the process.
+struct closing_t {
+    closing_t() = default;
+    closing_t(const closing_t&) = delete;
+    closing_t& operator=(const closing_t&) = delete;
+    ~closing_t() {
+        is_log_closed = true;
+        for (int patience = 1000; writers > 0 && patience > 0; --patience)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+};
+
+const closing_t closing;
+
+const log4cplus::Logger& configured_logger(const std::wstring& name) {
     brask_1::log::configureComponentLogger(name);
-    return log4cplus::Logger::getInstance(brask_1::log::to_tstring(name));
+    return *new log4cplus::Logger(log4cplus::Logger::getInstance(brask_1::log::to_tstring(name)));
 }
 
 } // namespace
@@ -19,7 +47,9 @@ component_logger_t::component_logger_t(const wchar_t* name) : m_logger(configure
 
 void component_logger_t::write(log_level_t level, std::wstring_view message, const char* file,
                                int line) const {
-    m_logger.forcedLog(static_cast<int>(level), brask_1::log::to_tstring(message), file, line);
+    const writer_t writer;
+    if (!is_log_closed)
+        m_logger.forcedLog(static_cast<int>(level), brask_1::log::to_tstring(message), file, line);
 }
 
 message_t& message_t::operator<<(std::wstring_view text) {

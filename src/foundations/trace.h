@@ -5,6 +5,7 @@
 
 #include <log4cplus/logger.h>
 
+#include <atomic>
 #include <string>
 #include <string_view>
 
@@ -17,20 +18,27 @@ enum class log_level_t : int {
     error = 40000,
 };
 
-/// A module's logger. Made when the library is loaded, only read afterwards.
+/// Set once the process takes its static objects apart.
+extern std::atomic<bool> is_log_closed;
+
+/// A module's logger. Made when the library is loaded, only read afterwards, and never destroyed: threads of
+/// the host may report until the process is gone. What they report while it ends is not logged.
 class component_logger_t {
 public:
     /// Configures the component's logger and takes it, in that order.
     explicit component_logger_t(const wchar_t* name);
 
     /// Asked before any text is built: a site that is off costs no more than this.
-    bool is_enabled_for(log_level_t level) const { return m_logger.isEnabledFor(static_cast<int>(level)); }
+    bool is_enabled_for(log_level_t level) const {
+        return !is_log_closed.load(std::memory_order_relaxed) &&
+               m_logger.isEnabledFor(static_cast<int>(level));
+    }
 
     /// Writes whatever the level; @p file is the narrow path of the source.
     void write(log_level_t level, std::wstring_view message, const char* file, int line) const;
 
 private:
-    log4cplus::Logger m_logger;
+    const log4cplus::Logger& m_logger;
 };
 
 /// Joins the pieces of a message: wide and narrow texts, and integers in plain decimal whatever the host's

@@ -1,6 +1,7 @@
 // The machine id that the software manager keeps, fetched through an exchange file.
 #include "ostrel/filelock.h"
 #include "ostrel/pellar_accessor.h"
+#include "pellar_accessor/exchange.h"
 #include "pellar_accessor/log.h"
 #include "platform/files.h"
 #include "platform/process.h"
@@ -21,25 +22,6 @@ using ostrel_platform::shared_file_t;
 
 bool create_empty(const kiln2::path_t& path) {
     return shared_file_t::open_for_writing(path.as_string()).has_value();
-}
-
-/// The first line without its end; empty where the file holds none, nothing where it cannot be opened.
-std::optional<std::string> read_first_line(const kiln2::path_t& path) {
-    auto file = shared_file_t::open_for_reading(path.as_string());
-    if (!file)
-        return std::nullopt;
-    std::string line;
-    std::array<char, 4096> buffer;
-    for (auto end = std::string::npos; end == std::string::npos;) {
-        const std::size_t count = file->read(buffer.data(), buffer.size()).value_or(0);
-        const std::string_view bytes(buffer.data(), count);
-        end = count == 0 ? 0 : bytes.find('\n');
-        line += bytes.substr(0, end);
-    }
-    // The tool may end its lines as Windows does.
-    if (!line.empty() && line.back() == '\r')
-        line.pop_back();
-    return line;
 }
 
 std::optional<kiln2::path_t> exchange_folder() {
@@ -77,6 +59,24 @@ std::optional<std::string> exchange(const kiln2::path_t& path, const Ask& ask) {
 }
 
 } // namespace
+
+std::optional<std::string> read_first_line(const kiln2::path_t& path) {
+    auto file = shared_file_t::open_for_reading(path.as_string());
+    if (!file)
+        return std::nullopt;
+    std::string line;
+    std::array<char, 4096> buffer;
+    for (auto end = std::string::npos; end == std::string::npos;) {
+        const std::size_t count = file->read(buffer.data(), buffer.size()).value_or(0);
+        const std::string_view bytes(buffer.data(), count);
+        end = count == 0 ? 0 : bytes.find('\n');
+        line += bytes.substr(0, end);
+    }
+    // The tool may end its lines as Windows does.
+    if (!line.empty() && line.back() == '\r')
+        line.pop_back();
+    return line;
+}
 
 std::wstring pellar_accessor_impl_t::get_uuid() const {
     OSTREL_TRACE_CALL(bridge_log, OSTREL_WSTRING_TEXT L" " OSTREL_BRIDGE_TEXT L"get_uuid() const");

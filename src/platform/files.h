@@ -24,9 +24,6 @@ public:
     /// Reads up to @p size bytes; 0 at the end of the file, nothing on an error.
     std::optional<std::size_t> read(char* buffer, std::size_t size);
 
-    /// Writes all of @p bytes; false when that failed.
-    bool write(std::string_view bytes);
-
     shared_file_t(shared_file_t&&) noexcept;
     shared_file_t& operator=(shared_file_t&&) noexcept;
     ~shared_file_t();
@@ -46,6 +43,12 @@ bool create_exclusively(const std::wstring& path);
 /// the new one. The bytes are on the disk before they take the old file's place.
 /// @return false when nothing was replaced, also while another process replaces the same file
 bool replace_file(const std::wstring& path, std::string_view bytes);
+
+/// Writes over the file's content, which stays the same file, or creates it. Readers, and a kill at any
+/// instant, see a new file whole or not at all, and of one byte written over another the old or the new one.
+/// @return false when the file may not be written or the disk is full; a file that was missing is missing
+/// then
+bool overwrite_file(const std::wstring& path, std::string_view bytes);
 
 /// Deletes a file; false when that failed or there was none.
 bool remove_file(const std::wstring& path);

@@ -20,28 +20,14 @@ bool is_ascii(std::basic_string_view<Char> text) {
     return bits < 0x80;
 }
 
-/// Writes @p text to @p units one by one. Without a branch for the same reason.
-/// @return whether that is all there is to convert, that is, whether the text is ASCII
-inline bool widen_ascii(std::string_view text, wchar_t* units) {
-    unsigned char bits = 0;
-    for (const char unit : text) {
-        bits |= static_cast<unsigned char>(unit);
-        *units++ = static_cast<unsigned char>(unit);
-    }
-    return bits < 0x80;
-}
-
 /// Converts between UTF-8, UTF-16 and UTF-32, told apart by the size of the character type.
 ///
 /// Code units that begin no well-formed sequence are dropped one by one, so that the text behind a broken
 /// sequence survives.
-template <class To, class From>
-std::basic_string<To> convert_utf(std::basic_string_view<From> text) {
+/// @return the end of what was written
+template <class To, class From, class Output>
+Output transcode(std::basic_string_view<From> text, Output output) {
     namespace utf = boost::locale::utf;
-    if (is_ascii(text))
-        return std::basic_string<To>(text.begin(), text.end());
-    std::basic_string<To> result;
-    result.reserve(text.size());
     const From* position = text.data();
     const From* const end = position + text.size();
     while (position != end) {
@@ -50,13 +36,37 @@ std::basic_string<To> convert_utf(std::basic_string_view<From> text) {
         if (point == utf::illegal || point == utf::incomplete)
             position = start + 1;
         else
-            utf::utf_traits<To>::template encode<>(point, std::back_inserter(result));
+            output = utf::utf_traits<To>::template encode<>(point, output);
     }
+    return output;
+}
+
+/// The same as a string.
+template <class To, class From>
+std::basic_string<To> convert_utf(std::basic_string_view<From> text) {
+    if (is_ascii(text))
+        return std::basic_string<To>(text.begin(), text.end());
+    std::basic_string<To> result;
+    result.reserve(text.size());
+    transcode<To>(text, std::back_inserter(result));
     return result;
 }
 
 inline std::string to_utf8(std::wstring_view text) {
     return convert_utf<char>(text);
+}
+
+/// Writes at most as many units as @p text has bytes.
+/// @return the end of what was written
+inline wchar_t* to_wide(std::string_view text, wchar_t* units) {
+    // Copied while it is looked at, and converted anew in the rarer case that the look was not in vain.
+    unsigned char bits = 0;
+    wchar_t* end = units;
+    for (const char byte : text) {
+        bits |= static_cast<unsigned char>(byte);
+        *end++ = static_cast<unsigned char>(byte);
+    }
+    return bits < 0x80 ? end : transcode<wchar_t>(text, units);
 }
 
 inline std::wstring to_wide(std::string_view text) {

@@ -55,8 +55,7 @@ virk_state_t read_consent(const std::wstring& path) {
 }
 
 void write_consent(const std::wstring& path, bool enabled) {
-    if (auto file = ostrel_platform::shared_file_t::open_for_writing(path))
-        file->write(enabled ? "1" : "0");
+    ostrel_platform::overwrite_file(path, enabled ? "1" : "0");
 }
 
 } // namespace OSTREL_NAMESPACE

@@ -4,7 +4,42 @@
 #include "settor2/product_locations.h"
 #include "toolkit/kiln2/variant_bag.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace OSTREL_NAMESPACE {
+
+namespace {
+
+constexpr std::size_t long_length = 63;
+
+std::uint64_t length_bit(std::wstring_view text) {
+    return std::uint64_t{1} << std::min(text.size(), long_length);
+}
+
+std::size_t mark_of(std::wstring_view text) {
+    std::uint32_t hash = 0;
+    for (const wchar_t unit : text)
+        hash = hash * 31 + static_cast<std::uint32_t>(unit);
+    return hash % 4096;
+}
+
+} // namespace
+
+event_filter_t::event_filter_t(event_set_t names) : m_names(std::move(names)) {
+    for (const std::wstring& name : m_names) {
+        m_lengths |= length_bit(name);
+        if (name.size() < long_length)
+            m_marks.set(mark_of(name));
+    }
+}
+
+bool event_filter_t::may_hold(std::wstring_view text) const {
+    if ((m_lengths & length_bit(text)) == 0)
+        return false;
+    // Long texts are not hashed: one that is cut at many dots would be hashed as often.
+    return text.size() >= long_length || m_marks[mark_of(text)];
+}
 
 kiln2::path_t event_filter_path() {
     const settor2::IProductLocations* const locations = settor2::IProductLocations::get();
@@ -24,7 +59,7 @@ event_set_t load_enabled_events(const kiln2::path_t& path) {
         return events;
     for (const auto& [name, event] : bag.bags())
         if (const auto* const text = std::get_if<std::wstring>(&event.get(L"name")); name == L"event" && text)
-            events.insert(*text);
+            events.insert(events.end(), *text); // most lists are sorted
     return events;
 }
 

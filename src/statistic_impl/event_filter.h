@@ -4,39 +4,33 @@
 #include "kiln2/path.h"
 #include "ostrel/version.h"
 
-#include <algorithm>
-#include <cstddef>
+#include <bitset>
 #include <cstdint>
 #include <functional>
 #include <set>
 #include <string>
-#include <utility>
+#include <string_view>
 
 namespace OSTREL_NAMESPACE {
 
 /// Event names in the order of their code units; searched with views.
 using event_set_t = std::set<std::wstring, std::less<>>;
 
-/// The names, and which lengths they have: for a text of any other length the set need not be searched.
+/// The names, and what tells most other texts from them without a search.
 class event_filter_t {
 public:
     event_filter_t() = default;
-    event_filter_t(event_set_t names) : m_names(std::move(names)) { // NOLINT(google-explicit-constructor)
-        for (const std::wstring& name : m_names)
-            m_lengths |= bit_of(name.size());
-    }
+    event_filter_t(event_set_t names); // NOLINT(google-explicit-constructor): a set is a filter
 
     const event_set_t& names() const { return m_names; }
-    bool has_names_of(std::size_t length) const { return (m_lengths & bit_of(length)) != 0; }
+
+    /// False for sure when @p text is none of the names; true now and then for another text too.
+    bool may_hold(std::wstring_view text) const;
 
 private:
-    /// The last bit stands for every length from 63 on.
-    static std::uint64_t bit_of(std::size_t length) {
-        return std::uint64_t{1} << std::min<std::size_t>(length, 63);
-    }
-
     event_set_t m_names;
-    std::uint64_t m_lengths = 0;
+    std::uint64_t m_lengths = 0; ///< a bit for every length that occurs, the last one for all from there on
+    std::bitset<4096> m_marks;   ///< a bit for the hash of every name that is not of those
 };
 
 /// Where the host's configuration service puts the list; the empty path when there is no service or no

@@ -19,33 +19,9 @@ std::optional<route_t> route_run(std::wstring_view feature) {
     return route_t{L"run", rest};
 }
 
-/// A key on its way down the set. What is met later lies between the nearest names on either side so far, and
-/// so begins with what these two share with the key: that need not be compared again.
-class probe_t {
-public:
-    explicit probe_t(std::wstring_view key) : m_key(key) {}
-
-    bool is_less_than(std::wstring_view name) const {
-        const std::size_t end = std::min(m_key.size(), name.size());
-        std::size_t at = std::min(m_shared_below, m_shared_above);
-        while (at != end && m_key[at] == name[at])
-            ++at;
-        const bool is_less = at == end ? m_key.size() < name.size() : m_key[at] < name[at];
-        (is_less ? m_shared_above : m_shared_below) = at;
-        return is_less;
-    }
-
-    /// After the search: how much the key shares with the last name that is not above it.
-    std::size_t shared_below() const { return m_shared_below; }
-
-private:
-    std::wstring_view m_key;
-    mutable std::size_t m_shared_below = 0;
-    mutable std::size_t m_shared_above = 0;
-};
-
-bool operator<(const probe_t& probe, const std::wstring& name) {
-    return probe.is_less_than(name);
+std::size_t shared_length(std::wstring_view left, std::wstring_view right) {
+    const auto end = left.begin() + static_cast<std::ptrdiff_t>(std::min(left.size(), right.size()));
+    return static_cast<std::size_t>(std::mismatch(left.begin(), end, right.begin()).first - left.begin());
 }
 
 struct search_t {
@@ -54,17 +30,17 @@ struct search_t {
 };
 
 search_t look_up(std::wstring_view key, const event_filter_t& enabled) {
-    if (!enabled.has_names_of(key.size()))
+    if (!enabled.may_hold(key))
         return {false, key.size()};
-    const probe_t probe(key);
-    auto nearest = enabled.names().upper_bound(probe);
+    auto nearest = enabled.names().upper_bound(key);
     if (nearest == enabled.names().begin())
         return {false, 0};
     --nearest;
+    if (*nearest == key)
+        return {true, 0};
     // Every enabled name that begins the key stands between itself and the key, and so begins its nearest
     // neighbour too: cuts behind what the two share lead nowhere.
-    const std::size_t shared = probe.shared_below();
-    return {shared == key.size() && shared == nearest->size(), shared};
+    return {false, shared_length(key, *nearest)};
 }
 
 } // namespace

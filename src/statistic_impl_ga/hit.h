@@ -53,7 +53,8 @@ std::string compose_event_hit(const std::string& prefix, const route_t& route, b
     // Also left out when nothing of the label could be encoded: an empty parameter is no part of a hit.
     if (!label.empty())
         hit.append("&el=").append(label);
-    return hit.append("&cd3=").append(is_regular_user ? "y" : "n");
+    hit.append("&cd3=").append(is_regular_user ? "y" : "n");
+    return hit; // by name: what append gives back would be copied
 }
 
 } // namespace OSTREL_NAMESPACE

@@ -22,7 +22,7 @@ public:
 
     void notify_feature_usage_ex(const std::wstring& feature_name, std::uint64_t value) override;
     /// As notify_feature_usage, for a name in UTF-8: converted only where somebody looks at it, and on the
-    /// heap only where it is long or not ASCII.
+    /// heap only where it is long.
     void notify_feature_usage_utf8(std::string_view feature_name);
     void reserved_slot_5() override;
     void reserved_slot_6() override;

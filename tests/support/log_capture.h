@@ -1,6 +1,11 @@
 // The lines that the library logs, kept in memory.
 #pragma once
 
+#include "platform/utf.h"
+
+#include <log4cplus/appender.h>
+#include <log4cplus/logger.h>
+#include <log4cplus/spi/loggingevent.h>
 #include <string>
 #include <vector>
 
@@ -13,25 +18,52 @@ struct log_line_t {
     int line = 0;
 };
 
-/// Listens to one logger while it lives.
+/// Listens to one logger while it lives, from a level on as log4cplus numbers them. Belongs to one thread,
+/// and so must what is logged meanwhile.
 class log_capture_t {
 public:
-    /// @param level the lowest level to let through, as log4cplus numbers them
-    explicit log_capture_t(const std::string& logger = "ostrel.statistic", int level = 0);
-    ~log_capture_t();
+    explicit log_capture_t(const std::string& logger = "ostrel.statistic", int level = 0)
+        : m_logger(log4cplus::Logger::getInstance(log4cplus::tstring(logger.begin(), logger.end()))),
+          m_former_level(m_logger.getLogLevel()) {
+        m_logger.setLogLevel(level);
+        m_logger.addAppender(log4cplus::SharedAppenderPtr(m_memory.get()));
+    }
+    ~log_capture_t() {
+        m_logger.removeAppender(log4cplus::SharedAppenderPtr(m_memory.get()));
+        m_logger.setLogLevel(m_former_level);
+    }
     log_capture_t(const log_capture_t&) = delete;
     log_capture_t& operator=(const log_capture_t&) = delete;
 
-    std::vector<log_line_t> lines() const;
+    const std::vector<log_line_t>& lines() const { return m_memory->lines; }
+    void clear() { m_memory->lines.clear(); }
     /// The texts alone.
-    std::vector<std::string> texts() const;
-    /// How many lines have exactly this text.
-    int count(const std::string& text) const;
-    void clear();
+    std::vector<std::string> texts() const {
+        std::vector<std::string> result;
+        for (const log_line_t& line : lines())
+            result.push_back(line.text);
+        return result;
+    }
 
 private:
-    struct impl_t;
-    impl_t* m_impl;
+    struct memory_t : log4cplus::Appender {
+        ~memory_t() override { destructorImpl(); }
+        void close() override { closed = true; }
+        void append(const log4cplus::spi::InternalLoggingEvent& event) override {
+            const auto narrow = [](const log4cplus::tstring& text) {
+                return ostrel_platform::convert_utf<char>(
+                    std::basic_string_view<log4cplus::tstring::value_type>(text));
+            };
+            lines.push_back(
+                {event.getLogLevel(), narrow(event.getMessage()), narrow(event.getFile()), event.getLine()});
+        }
+
+        std::vector<log_line_t> lines;
+    };
+
+    log4cplus::Logger m_logger;
+    log4cplus::LogLevel m_former_level;
+    log4cplus::helpers::SharedObjectPtr<memory_t> m_memory{new memory_t};
 };
 
 } // namespace test_support

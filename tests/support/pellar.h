@@ -2,57 +2,93 @@
 #pragma once
 
 #include "ostrel/pellar_accessor.h"
-#include "settor2/product_locations.h"
+#include "pellar_accessor/locate.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace test_support {
 
-class locations_t : public settor2::IProductLocations {
-public:
-    void getVersion(int& /*major*/, int& /*minor*/, int& /*build*/) const override {}
-    std::wstring getLocation(int /*kind*/) const override { return {}; }
-    const wchar_t* getFolder() const override { return L""; }
-    const wchar_t* getTempDir() const override { return temp_dir.c_str(); }
-    bool isManagerExpected() const override { return manager_expected; }
+using accessor_t = OSTREL_NAMESPACE::pellar_accessor_impl_t;
+constexpr const char* tool_names[] = {"norvaneremotemon.exe", "pellar.exe", "checkVIRKconsent.exe"};
 
-    std::wstring temp_dir;
-    bool manager_expected = false;
+// An explicit instantiation may name a private member.
+using invoke_t = int (accessor_t::*)(accessor_t::pellar_tool_t, const std::vector<std::wstring>&, bool) const;
+invoke_t private_entry();
+template <invoke_t Member>
+struct entry_t {
+    friend invoke_t private_entry() { return Member; }
 };
-
-/// The texts behind their level ("E ", "I " or "T "); of error lines the suffix is checked and cut off.
-std::vector<std::string> plain(const std::vector<log_line_t>& lines);
+template struct entry_t<&accessor_t::invoke_pellar>;
 
 /// Gives each test a profile with the three stand-ins in PELLAR_DIR, whose name holds a blank and a non-ASCII
 /// letter, no tool in the standard folder, and a service with an empty folder for exchange files.
 class pellar_test_t : public testing::Test {
 protected:
-    pellar_test_t();
-    ~pellar_test_t() override;
+    pellar_test_t() {
+        program_files = wide(profile.folder() / "common");
+        OSTREL_NAMESPACE::replace_program_files([] { return program_files; });
+        install_tools(tools());
+        profile.set("PELLAR_DIR", tools().u8string());
+        profile.set("STAND_IN_RECORD", (profile.folder() / "record").u8string());
+        for (const char* const name : {"STAND_IN_ACTION", "STAND_IN_EXIT", "STAND_IN_UNTIL"})
+            profile.unset(name);
+        fs::create_directories(temp());
+        locations.temp_dir = wide(temp());
+        locations_t::install(&locations);
+    }
+    ~pellar_test_t() override { OSTREL_NAMESPACE::replace_program_files(nullptr); }
 
-    /// Puts a program, by default the stand-in, under the three names into @p folder.
-    static void install(const std::filesystem::path& folder, const std::filesystem::path& program);
-    std::filesystem::path tools() const { return profile.folder() / std::filesystem::u8path(u8"t \u00f6"); }
-    std::filesystem::path standard_folder() const { return profile.folder() / "common"; }
-    std::filesystem::path temp() const { return profile.folder() / "temp"; }
-
-    /// From now on the system names no folder for common program files.
-    static void lose_standard_folder();
+    static void install_tools(const fs::path& folder) {
+        fs::create_directories(folder);
+        for (const char* const name : tool_names)
+            fs::copy_file(fs::u8path(STAND_IN), folder / name);
+    }
+    fs::path tools() const { return profile.folder() / fs::u8path(u8"t \u00f6"); }
+    fs::path temp() const { return profile.folder() / "temp"; }
 
     /// The stand-in's runs so far, "[argument][argument]" each.
-    std::vector<std::string> runs() const;
+    texts_t runs() const {
+        std::ifstream record(profile.folder() / "record", std::ios::binary);
+        texts_t result;
+        for (std::string line; std::getline(record, line);)
+            result.push_back(line);
+        return result;
+    }
     /// Blocks until so many runs are on record; a generous limit ends it.
-    bool wait_for_runs(std::size_t count) const;
-    /// What the stand-in writes when its action is "write".
-    void answer(const std::string& bytes);
-    /// The private entry to everything below the operations.
-    int invoke(int tool, const std::vector<std::wstring>& arguments, bool sync);
+    bool wait_for_runs(std::size_t count) const {
+        for (int tries = 0; tries < 6000 && runs().size() < count; ++tries)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        return runs().size() == count;
+    }
+    /// What the stand-in writes into the exchange file from now on.
+    void answer(const std::string& bytes) {
+        write_file(profile.folder() / "answer", bytes);
+        profile.set("STAND_IN_ACTION", "write");
+        profile.set("STAND_IN_ANSWER", (profile.folder() / "answer").u8string());
+    }
+    int invoke(int tool, const std::vector<std::wstring>& arguments, bool sync) {
+        return (bridge.*private_entry())(static_cast<accessor_t::pellar_tool_t>(tool), arguments, sync);
+    }
+    /// The texts behind their level ("E " or "I "); of error lines the suffix is checked and cut off.
+    texts_t logged() const {
+        texts_t result;
+        for (const log_line_t& line : log.lines()) {
+            const std::string suffix = ", at file: " + line.file + ":" + std::to_string(line.line);
+            const auto end = line.level == 40000 ? line.text.rfind(suffix) : line.text.size();
+            result.push_back((line.level == 40000 ? "E " : "I ") +
+                             (end == std::string::npos ? "no suffix" : line.text.substr(0, end)));
+        }
+        return result;
+    }
 
+    static inline std::optional<std::wstring> program_files;
     profile_t profile;
     locations_t locations;
-    OSTREL_NAMESPACE::pellar_accessor_impl_t bridge;
+    accessor_t bridge;
     log_capture_t log{"ostrel.pellar_accessor", 20000};
 };
 

@@ -1,66 +1,140 @@
-// A user profile of the test's own: data folder, environment and corporate network.
+// A user profile of the test's own: data folder, environment, corporate network and the host's service.
 #pragma once
 
+#include "platform/utf.h"
+#include "settor2/product_locations.h"
 #include "statistic_impl/network_check.h"
 #include "support/system.h"
 
-#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
-#include <optional>
-#include <string>
-#include <vector>
+#include <stdexcept>
 
 namespace test_support {
+
+namespace fs = std::filesystem;
+using texts_t = std::vector<std::string>;
+
+inline texts_t operator+(texts_t left, const texts_t& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
 
 /// Removes itself with everything in it.
 class temporary_folder_t {
 public:
-    temporary_folder_t();
-    ~temporary_folder_t();
+    temporary_folder_t() {
+        static int count = 0;
+        m_path = fs::temp_directory_path() /
+                 ("ostrel-test-" + std::to_string(process_id()) + "-" + std::to_string(++count));
+        fs::create_directories(m_path);
+    }
+    ~temporary_folder_t() {
+        std::error_code ignored;
+        fs::remove_all(m_path, ignored);
+    }
     temporary_folder_t(const temporary_folder_t&) = delete;
     temporary_folder_t& operator=(const temporary_folder_t&) = delete;
 
-    const std::filesystem::path& path() const { return m_path; }
+    const fs::path& path() const { return m_path; }
 
 private:
-    std::filesystem::path m_path;
+    fs::path m_path;
 };
 
 /// Starts with every variable of the library and of proxies unset, an empty data folder whose name has a
 /// blank and a non-ASCII letter, and a resolver that knows no host. Puts everything back when it goes.
 class profile_t {
 public:
-    profile_t();
-    ~profile_t();
+    profile_t() {
+        for (const char* const name :
+             {"NORVANE_STATISTICS_DISABLE", "NORVANE_DONOTSEND_FEEDBACK", "NORVANE_DISABLE_FEEDBACK",
+              "NORVANE_FORCE_FEEDBACK", "NORVANE_FORCE_UUID", "NORVANE_DISABLE_UPDATES_CHECK",
+              "OSTREL_DISABLE_PELLAR", "PELLAR_DIR", "OSTREL_COLLECTION_URL", "OSTREL_CORPORATE_DOMAIN",
+              "XRDP_SESSION", "http_proxy", "https_proxy", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"})
+            unset(name);
+        fs::create_directories(local_app_data());
+        m_local_app_data.emplace(local_app_data());
+        asked_names.clear();
+        answer_with({ostrel_platform::resolution_t::unknown_host, {}});
+        OSTREL_NAMESPACE::replace_resolver([](const std::string& name) {
+            asked_names.push_back(name);
+            return resolver_answer;
+        });
+    }
+    ~profile_t() {
+        OSTREL_NAMESPACE::replace_resolver(nullptr);
+        for (const auto& [name, value] : m_former)
+            set_variable(name, value);
+    }
     profile_t(const profile_t&) = delete;
     profile_t& operator=(const profile_t&) = delete;
 
     /// Sets a variable for the profile's life; UTF-8.
-    void set(const std::string& name, const std::string& value);
-    void unset(const std::string& name);
+    void set(const std::string& name, const std::optional<std::string>& value) {
+        m_former.emplace(name, get_variable(name));
+        set_variable(name, value);
+    }
+    void unset(const std::string& name) { set(name, std::nullopt); }
 
-    std::filesystem::path folder() const { return m_folder.path(); }
-    std::filesystem::path local_app_data() const;
-    std::filesystem::path company() const;
-    std::filesystem::path virk() const;
-    std::filesystem::path statistic_dir(const std::string& product = "product") const;
+    fs::path folder() const { return m_folder.path(); }
+    fs::path local_app_data() const { return folder() / fs::u8path(u8"data \u00e9"); }
+    fs::path company() const { return local_app_data() / "Norvane Corporation"; }
+    fs::path virk() const { return company() / "virk"; }
+    fs::path statistic_dir(const std::string& product = "product") const {
+        return company() / fs::u8path(product) / "settings" / "statistic";
+    }
 
     /// What the resolver answers from now on.
-    void answer_with(ostrel_platform::host_addresses_t answer);
+    static void answer_with(const ostrel_platform::host_addresses_t& answer) { resolver_answer = answer; }
     /// How often, and for which names, the resolver was asked.
-    const std::vector<std::string>& resolved_names() const;
+    static const texts_t& resolved_names() { return asked_names; }
 
 private:
+    static inline ostrel_platform::host_addresses_t resolver_answer;
+    static inline texts_t asked_names;
     temporary_folder_t m_folder;
     std::map<std::string, std::optional<std::string>> m_former;
     std::optional<local_app_data_t> m_local_app_data;
 };
 
+/// The host's service; the test installs it, its end removes it.
+struct locations_t : settor2::IProductLocations {
+    ~locations_t() override { install(nullptr); }
+    void getVersion(int& major, int& minor, int& build) const override {
+        if (has_failed)
+            throw std::runtime_error("no version");
+        major = version;
+        minor = 1;
+        build = 312;
+    }
+    std::wstring getLocation(int kind) const override { return kind == 6 ? location : L"wrong kind"; }
+    const wchar_t* getFolder() const override { return folder.c_str(); }
+    const wchar_t* getTempDir() const override { return temp_dir.c_str(); }
+    bool isManagerExpected() const override { return manager_expected; }
+
+    int version = 7;
+    bool has_failed = false;
+    bool manager_expected = false;
+    std::wstring location, folder, temp_dir;
+};
+
 /// Writes a file, with every missing folder.
-void write_file(const std::filesystem::path& path, const std::string& content);
+inline void write_file(const fs::path& path, const std::string& content) {
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+}
+
 /// The path as the library takes it; std::filesystem's own conversion goes through the C locale.
-std::wstring wide(const std::filesystem::path& path);
+inline std::wstring wide(const fs::path& path) {
+    return ostrel_platform::to_wide(path.u8string());
+}
+
 /// The file's bytes; nothing when there is no such file.
-std::optional<std::string> read_file(const std::filesystem::path& path);
+inline std::optional<std::string> read_file(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return file ? std::make_optional(std::string(std::istreambuf_iterator<char>(file), {})) : std::nullopt;
+}
 
 } // namespace test_support

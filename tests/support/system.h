@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace test_support {
 
@@ -25,5 +26,12 @@ private:
 };
 
 unsigned process_id();
+
+/// What main was given, without the program's own name; UTF-8.
+std::vector<std::string> utf8_arguments(int argc, char** argv);
+
+/// How this process was started: signals, session, streams, and how many descriptors it was given beside
+/// them. Empty where a system knows no such ties between processes.
+std::string inheritance();
 
 } // namespace test_support

@@ -52,6 +52,21 @@ bool is_still_at(const descriptor_t& file, const std::string& path) {
            held.st_ino == named.st_ino && held.st_dev == named.st_dev;
 }
 
+// The file gets its name when it is whole: nobody can read half of it, and a kill leaves nothing behind.
+// Nothing is returned where it has to be written under its name, being there already or on a file system
+// without nameless files.
+std::optional<bool> create_whole(const std::string& path, std::string_view bytes) {
+    const descriptor_t file = open_file(path.substr(0, path.rfind('/') + 1) + ".", O_TMPFILE | O_WRONLY);
+    if (!file.is_open())
+        return std::nullopt;
+    if (!write_all(file, bytes) || ::fsync(file.get()) != 0)
+        return false;
+    const std::string nameless = "/proc/self/fd/" + std::to_string(file.get());
+    if (::linkat(AT_FDCWD, nameless.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0)
+        return std::nullopt;
+    return true;
+}
+
 } // namespace
 
 struct shared_file_t::handle_t {
@@ -89,10 +104,6 @@ std::optional<std::size_t> shared_file_t::read(char* buffer, std::size_t size) {
     return static_cast<std::size_t>(count);
 }
 
-bool shared_file_t::write(std::string_view bytes) {
-    return write_all(m_handle->descriptor, bytes);
-}
-
 bool create_exclusively(const std::wstring& path) {
     return open_file(to_utf8(path), O_RDONLY | O_CREAT | O_EXCL).is_open();
 }
@@ -110,6 +121,18 @@ bool replace_file(const std::wstring& path, std::string_view bytes) {
         return true;
     ::unlink(draft.c_str());
     return false;
+}
+
+bool overwrite_file(const std::wstring& path, std::string_view bytes) {
+    const std::string target = to_utf8(path);
+    descriptor_t file = open_regular(target, O_WRONLY);
+    if (!file.is_open()) {
+        if (const auto created = create_whole(target, bytes))
+            return *created;
+        file = open_regular(target, O_WRONLY | O_CREAT);
+    }
+    return file.is_open() && write_all(file, bytes) &&
+           ::ftruncate(file.get(), static_cast<off_t>(bytes.size())) == 0;
 }
 
 bool remove_file(const std::wstring& path) {

@@ -19,6 +19,18 @@ constexpr DWORD deny_none = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 
 using open_file_t = ostrel_platform::handle_t;
 
+/// A file under a name that others may read, write and rename meanwhile.
+struct disk_file_t {
+    disk_file_t(const std::wstring& path, DWORD access, DWORD disposition)
+        : file(::CreateFileW(path.c_str(), access, deny_none, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
+                             nullptr)) {}
+
+    // A console or a pipe under a file's name could keep a reader waiting for ever.
+    bool is_on_disk() const { return file.is_open() && ::GetFileType(file.get()) == FILE_TYPE_DISK; }
+
+    open_file_t file;
+};
+
 bool write_all(HANDLE file, std::string_view bytes) {
     while (!bytes.empty()) {
         const auto step = static_cast<DWORD>(std::min(bytes.size(), largest_step));
@@ -43,15 +55,8 @@ bool rename_open_file(HANDLE file, const std::wstring& path) {
 
 } // namespace
 
-struct shared_file_t::handle_t {
-    handle_t(const std::wstring& path, DWORD access, DWORD disposition)
-        : file(::CreateFileW(path.c_str(), access, deny_none, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
-                             nullptr)) {}
-
-    // A console or a pipe under a file's name could keep a reader waiting for ever.
-    bool is_on_disk() const { return file.is_open() && ::GetFileType(file.get()) == FILE_TYPE_DISK; }
-
-    open_file_t file;
+struct shared_file_t::handle_t : disk_file_t {
+    using disk_file_t::disk_file_t;
 };
 
 shared_file_t::shared_file_t(std::unique_ptr<handle_t> handle) : m_handle(std::move(handle)) {}
@@ -81,10 +86,6 @@ std::optional<std::size_t> shared_file_t::read(char* buffer, std::size_t size) {
     return count;
 }
 
-bool shared_file_t::write(std::string_view bytes) {
-    return write_all(m_handle->file.get(), bytes);
-}
-
 bool create_exclusively(const std::wstring& path) {
     int descriptor = -1;
     if (::_wsopen_s(&descriptor, path.c_str(), create_new_only, _SH_DENYRW, _S_IREAD | _S_IWRITE) != 0)
@@ -106,6 +107,15 @@ bool replace_file(const std::wstring& path, std::string_view bytes) {
     FILE_DISPOSITION_INFO disposition{TRUE};
     ::SetFileInformationByHandle(file.get(), FileDispositionInfo, &disposition, sizeof disposition);
     return false;
+}
+
+bool overwrite_file(const std::wstring& path, std::string_view bytes) {
+    // A new file is renamed into its place, so that nobody reads it empty.
+    if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES && replace_file(path, bytes))
+        return true;
+    const disk_file_t opened(path, GENERIC_WRITE, OPEN_ALWAYS);
+    return opened.is_on_disk() && write_all(opened.file.get(), bytes) &&
+           ::SetEndOfFile(opened.file.get()) != 0;
 }
 
 bool remove_file(const std::wstring& path) {

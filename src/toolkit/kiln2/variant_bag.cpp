@@ -3,8 +3,8 @@
 
 namespace kiln2 {
 
-void variant_bag_t::put(const std::wstring& name, variant_t value) {
-    m_values[name] = std::move(value);
+void variant_bag_t::put(std::wstring name, variant_t value) {
+    m_values.insert_or_assign(std::move(name), std::move(value));
 }
 
 const variant_t& variant_bag_t::get(std::wstring_view name) const {
@@ -13,8 +13,8 @@ const variant_t& variant_bag_t::get(std::wstring_view name) const {
     return place != m_values.end() ? place->second : empty;
 }
 
-variant_bag_t& variant_bag_t::add_bag(const std::wstring& name) {
-    return m_bags.emplace_back(name, variant_bag_t()).second;
+variant_bag_t& variant_bag_t::add_bag(std::wstring name) {
+    return m_bags.emplace_back(std::move(name), variant_bag_t()).second;
 }
 
 } // namespace kiln2

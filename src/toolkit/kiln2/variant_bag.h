@@ -24,13 +24,13 @@ public:
     using values_t = std::map<std::wstring, variant_t, std::less<>>;
 
     /// Sets a value, in place of an earlier one of that name.
-    void put(const std::wstring& name, variant_t value);
+    void put(std::wstring name, variant_t value);
 
     /// The value of that name; the empty one when there is none.
     const variant_t& get(std::wstring_view name) const;
 
     /// Adds an empty nested bag; the reference holds until the next one is added to this bag.
-    variant_bag_t& add_bag(const std::wstring& name);
+    variant_bag_t& add_bag(std::wstring name);
 
     const values_t& values() const { return m_values; }
     const nested_t& bags() const { return m_bags; }

@@ -9,12 +9,14 @@
 #include <charconv>
 #include <optional>
 #include <sstream>
+#include <utility>
 
 namespace kiln2 {
 
 namespace {
 
 constexpr std::size_t largest_file = std::size_t{64} << 20;
+constexpr std::size_t block_size = 8192; // most files are smaller
 constexpr int deepest_bag = 64;
 // Texts come back to the letter: no line ends folded, no blanks trimmed.
 constexpr unsigned parse_flags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_ws_pcdata_single;
@@ -27,7 +29,7 @@ std::optional<std::string> read_file(const path_t& path) {
     if (!file)
         return std::nullopt;
     std::string content;
-    std::string block(65536, '\0');
+    std::string block(block_size, '\0');
     while (content.size() <= largest_file) {
         const auto count = file->read(block.data(), block.size());
         if (!count)
@@ -63,6 +65,9 @@ bool is_value(const pugi::xml_node& element) {
 // A value of a type that is not known here, or a number that is none, is there but empty.
 variant_t to_value(const pugi::xml_node& element) {
     const std::string_view type = element.attribute("type").as_string("string");
+    const pugi::xml_node first = element.first_child();
+    if (type == "string" && !first.next_sibling())
+        return utf8_to_utf16(first.value());
     std::string text;
     for (const auto& child : element.children())
         text += child.value();
@@ -80,10 +85,10 @@ bool fill(variant_bag_t& bag, const pugi::xml_node& element, int depth) {
     for (const auto& child : element.children()) {
         if (child.type() != pugi::node_element)
             continue;
-        const std::wstring name = utf8_to_utf16(child.name());
+        std::wstring name = utf8_to_utf16(child.name());
         if (is_value(child))
-            bag.put(name, to_value(child));
-        else if (!fill(bag.add_bag(name), child, depth + 1))
+            bag.put(std::move(name), to_value(child));
+        else if (!fill(bag.add_bag(std::move(name)), child, depth + 1))
             return false;
     }
     return true;

@@ -14,7 +14,7 @@ std::wstring utf8_to_utf16(std::string_view text);
 /// From the system's wide text to UTF-8. Units that are no characters (lone surrogates) are dropped.
 std::string utf16_to_utf8(std::wstring_view text);
 
-/// What utf8_to_utf16 gives, for the length of a call: short ASCII text, as names of features are, needs no
+/// What utf8_to_utf16 gives, for the length of a call: short text, as names of features are, needs no
 /// heap.
 class wide_text_t {
 public:

@@ -5,6 +5,8 @@
 
 #include <windows.h>
 
+#include <shellapi.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <stdexcept>
@@ -75,6 +77,20 @@ local_app_data_t::~local_app_data_t() {
 
 unsigned process_id() {
     return ::GetCurrentProcessId();
+}
+
+std::vector<std::string> utf8_arguments(int /*argc*/, char** /*argv*/) {
+    int count = 0;
+    wchar_t** const all = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    std::vector<std::string> result;
+    for (int i = 1; i < count; ++i)
+        result.push_back(to_utf8(all[i]));
+    ::LocalFree(all);
+    return result;
+}
+
+std::string inheritance() {
+    return {};
 }
 
 } // namespace test_support

@@ -1,0 +1,93 @@
+// A host for callgrind, which counts instructions between the marks.
+#include "server.h"
+#include "workspace.h"
+
+#include "ostrel/ostrel.h"
+#include "settor2/product_locations_c.h"
+
+#include <curl/curl.h>
+#include <valgrind/callgrind.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include <unistd.h>
+
+namespace {
+
+void notify(const char* name, int names, bool collecting, int calls) {
+    const bench::workspace_t workspace;
+    workspace.set_filter(names);
+    const std::string folder = workspace.folder();
+    settor2_product_locations_t locations{};
+    locations.folder = folder.c_str();
+    settor2_install_product_locations(&locations);
+    bench::collect(collecting);
+    if (const char* const url = std::getenv("BENCH_URL"))
+        bench::post_to(url);
+    statistic_handle_t* const handle = ostrel_create_statistic(bench::product, bench::version);
+    ostrel_notify_feature_usage(handle, name);
+    CALLGRIND_START_INSTRUMENTATION;
+    for (int call = 0; call < calls; ++call)
+        ostrel_notify_feature_usage(handle, name);
+    if (std::getenv("BENCH_URL") == nullptr)
+        CALLGRIND_STOP_INSTRUMENTATION;
+    ostrel_destroy_statistic(handle);
+    CALLGRIND_STOP_INSTRUMENTATION;
+}
+
+std::size_t discard(const char* /*data*/, std::size_t size, std::size_t count, void* /*user*/) {
+    return size * count;
+}
+
+/// The bare loop, with a body as long as the library's.
+void bare(const char* url, int length, int calls) {
+    const std::string hit(static_cast<std::size_t>(length), 'x');
+    curl_global_init(CURL_GLOBAL_ALL);
+    CURL* const curl = curl_easy_init();
+    curl_easy_setopt(curl, CURLOPT_URL, url);
+    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &discard);
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT, 5L);
+    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(curl, CURLOPT_POSTFIELDS, hit.c_str());
+    curl_easy_perform(curl);
+    CALLGRIND_START_INSTRUMENTATION;
+    for (int call = 0; call < calls; ++call)
+        curl_easy_perform(curl);
+    CALLGRIND_STOP_INSTRUMENTATION;
+    curl_easy_cleanup(curl);
+    curl_global_cleanup();
+}
+
+/// Prints its address and serves until standard input ends.
+void serve() {
+    const bench::server_t server(0);
+    std::printf("%s\n", server.url().c_str());
+    std::fflush(stdout);
+    while (std::getchar() != EOF) {
+    }
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    const std::string what = count > 1 ? arguments[1] : "";
+    const int number = count > 2 ? std::atoi(arguments[2]) : 100;
+    const int calls = count > 3 ? std::atoi(arguments[3]) : 1'000;
+    if (what == "routed")
+        notify(bench::routed_name, number, true, calls);
+    else if (what == "escaped")
+        notify(bench::escaped_name, number, true, calls);
+    else if (what == "missed")
+        notify(bench::missed_name, number, true, calls);
+    else if (what == "off")
+        notify(bench::routed_name, number, false, calls);
+    else if (what == "bare")
+        bare(std::getenv("BENCH_URL"), number, calls);
+    else if (what == "serve")
+        serve();
+    else
+        return 2;
+    return 0;
+}

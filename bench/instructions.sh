@@ -1,0 +1,95 @@
+#!/usr/bin/env bash
+# Counts the instructions of a notification and of a delivery, and fails when one of bench/limits.txt is passed.
+set -euo pipefail
+
+root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
+source "$root/scripts/common.sh"
+
+usage() {
+    cat <<END
+Usage: ${0##*/} [--limits FILE]
+
+Installs what is missing, builds, counts with callgrind, and prints a table in
+Markdown. Fails when a limit is passed.
+
+  --limits FILE  compare with FILE instead of bench/limits.txt
+  --help         print this text
+END
+}
+
+limits=$root/bench/limits.txt
+case ${1-} in
+--help) usage && exit ;;
+--limits) (($# == 2)) || die "--limits needs a value"
+          limits=$2 ;;
+'') ;;
+*) die "unknown option: $1 (see --help)" ;;
+esac
+
+readonly calls=1000 hits=2000
+readonly host=$root/build/bench/bench/instructions
+work=$(mktemp -d)
+trap 'rm -rf "$work"; [[ -z ${server-} ]] || exec {server}>&-' EXIT
+
+# count OUT ARGUMENT...: runs the host; the counts stand in OUT-01, OUT-02, ... afterwards, a file for each thread.
+count() {
+    valgrind --tool=callgrind --instr-atstart=no --separate-threads=yes --callgrind-out-file="$work/$1" \
+        "$host" "${@:2}" >"$work/log" 2>&1 || { cat "$work/log" >&2; die "callgrind failed"; }
+}
+
+# total FILE...: the largest count among the files.
+total() { sed -n 's/^totals: //p' "$@" | sort -n | tail -n 1; }
+
+# The caller's thread alone.
+a_call() {
+    count "$1-$2" "$1" "$2" "$calls"
+    echo $(($(total "$work/$1-$2-01") / calls))
+}
+
+# What the sending thread does for a hit, in per cent of the bare loop.
+delivery() {
+    local ours bare url
+    coproc serve { exec "$host" serve; }
+    server=${serve[1]}
+    read -r url <&"${serve[0]}"
+    BENCH_URL=$url count sent routed 100 "$hits"
+    rm -f "$work/sent-01"
+    BENCH_URL=$url count bare bare 151 "$hits"
+    exec {server}>&-
+    server=
+    ours=$(total "$work"/sent-*) bare=$(total "$work"/bare-*)
+    echo "sending thread $((ours / hits)) a hit, bare loop $((bare / hits))" >&2
+    echo $((100 * ours / bare))
+}
+
+"$root/scripts/bootstrap.sh" build bench
+cd "$root"
+log=build/bench/build.log
+step "configure bench" cmake -G Ninja -B build/bench -DCMAKE_BUILD_TYPE=Release -DOSTREL_BUILD_BENCH=ON \
+    -DOSTREL_BUILD_TESTS=OFF -DOSTREL_BUILD_EXAMPLES=OFF
+step "build bench (log in $log)" cmake --build build/bench --target instructions
+
+declare -A counted
+for what in routed escaped missed off; do
+    counted[$what]=$(a_call "$what" 100)
+done
+counted[names]=$(($(a_call routed 1000) - $(a_call routed 1)))
+counted[delivery]=$(delivery)
+if grep -q pthread_mutex_lock "$work/off-100-01"; then
+    die "a notification takes a lock while collection is off"
+fi
+
+declare -rA titles=(
+    [routed]="enabled and routed, until the hit is in the queue" [escaped]="the same with a name that needs escaping"
+    [missed]="name not in the filter" [off]="collection off, the day of use recorded, no lock"
+    [names]="1,000 names in the filter against 1, more" [delivery]="delivery, per cent of a bare loop"
+)
+printf '\n| instructions a call | goal | limit | counted | |\n|---|---|---|---|---|\n'
+status=0
+while read -r what limit goal; do
+    verdict=met
+    ((${counted[$what]} <= goal)) || verdict=missed
+    ((${counted[$what]} <= limit)) || { verdict="limit passed" && status=1; }
+    printf '| %s | ≤ %d | %d | %d | %s |\n' "${titles[$what]}" "$goal" "$limit" "${counted[$what]}" "$verdict"
+done < <(grep -v '^#' "$limits")
+exit $status

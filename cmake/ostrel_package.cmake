@@ -1,0 +1,34 @@
+# What CPack makes of a build: packages for Debian, one a component, and one archive of everything.
+set(CPACK_PACKAGE_NAME ostrel)
+set(CPACK_PACKAGE_VENDOR "Norvane Corporation")
+set(CPACK_PACKAGE_CONTACT "ostrel maintainers <ostrel@norvane.example>")
+set(CPACK_GENERATOR DEB TGZ)
+set(CPACK_COMPONENTS_ALL runtime development tools)
+set(CPACK_STRIP_FILES ON)
+# Whatever the builder's umask is.
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+                                                WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libostrel1)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}
+ Reports which features of a product are used, if the user has agreed.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libostrel-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+# The C++ headers hand out Boost's shared pointer.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libostrel1 (= ${PROJECT_VERSION}), libboost-dev (>= 1.74)")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "${PROJECT_DESCRIPTION}, for builders of hosts
+ Headers, and what CMake and pkg-config need to find the library.")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ostrelctl)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Shows what the usage-statistics library would do
+ Says whether usage would be reported for this user, which rule decides, and what would be sent.")
+include(CPack)

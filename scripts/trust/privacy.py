@@ -1,0 +1,68 @@
+"""That a process which may not collect touches no network, and that files belong to their user."""
+import os
+import pathlib
+import re
+import tempfile
+
+from host import Host, Profile, expect
+from peers import Peer
+
+SWITCHES = ["NORVANE_STATISTICS_DISABLE", "NORVANE_DONOTSEND_FEEDBACK", "NORVANE_DISABLE_FEEDBACK"]
+NETWORK = re.compile(r"\b(socket|connect|sendto|sendmsg|sendmmsg|bind|getsockopt)\(|/etc/(resolv\.conf|hosts|nsswitch\.conf)")
+
+
+def traced(consent=True, **variables):
+    """@return lines of the system calls that have to do with the network or with resolving names"""
+    with tempfile.TemporaryDirectory() as folder, Peer() as peer, Profile(consent) as profile:
+        log = pathlib.Path(folder, "trace")
+        prefix = ["strace", "-f", "-o", str(log), "-e", "trace=%network,openat,open"]
+        # Any name but those that hosts(5) knows: resolving it would show.
+        with Host(profile, peer.url, prefix=prefix, OSTREL_CORPORATE_DOMAIN="corp.trust.example", **variables) as host:
+            for command in ("create", "get", "notify n 3", "destroy", "release"):
+                host.tell(command)
+            host.end()
+        return [line for line in log.read_text(errors="replace").splitlines() if NETWORK.search(line)], peer.bodies
+
+
+def switched_off(_full):
+    for switch in SWITCHES:
+        for force in ({}, {"NORVANE_FORCE_FEEDBACK": "1"}):
+            lines, bodies = traced(**{switch: "0"}, **force)
+            expect(f"{switch}: no socket, no name resolved", not lines and not bodies, lines[:5])
+    return "each of the three switches, alone and against the forcing one: no socket, no name service file opened"
+
+
+def allowed_shows(_full):
+    """The same look finds what it looks for where collecting is allowed."""
+    lines, bodies = traced(NORVANE_FORCE_FEEDBACK="1")
+    expect("sockets are seen", any("socket(AF_INET" in line for line in lines) and len(bodies) == 4, lines[:5])
+    return f"{len(lines)} calls seen, {len(bodies)} hits arrived: the look is not blind"
+
+
+def refused(_full):
+    with Profile() as profile:
+        profile.virk.write_text("0")
+    lines, bodies = traced(consent=False)
+    connects = [line for line in lines if "connect(" in line and "AF_INET" in line and "htons(53)" not in line]
+    expect("nothing is sent", not bodies and not connects, connects[:5])
+    return f"no answer on file: no connection to the collector; {len(lines)} calls to resolve the corporate domain remain"
+
+
+def modes(_full):
+    former = os.umask(0)
+    try:
+        with Peer() as peer, Profile(consent=False) as profile:
+            with Host(profile, peer.url) as host:
+                for command in ("create", "consent 1", "notify n 1", "destroy"):
+                    host.tell(command)
+                host.end()
+            seen = {path.name: oct(path.stat().st_mode & 0o777) for path in profile.files()}
+    finally:
+        os.umask(former)
+    expect("files are their user's alone", seen == dict.fromkeys(["last_active_dates.xml", "uuid.xml", "virk"], "0o600"),
+           seen)
+    return "0600 each, with a umask of 0: " + ", ".join(seen)
+
+
+CASES = {"a disabling switch is set": switched_off, "forced on": allowed_shows, "nobody has answered": refused,
+         "modes of files": modes}

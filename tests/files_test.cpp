@@ -1,0 +1,209 @@
+// The files that the library keeps: bags on their way to the disk and back, and the days of use.
+#include "ostrel/filelock.h"
+#include "statistic_impl/last_active_dates.h"
+#include "support/profile.h"
+#include "toolkit/kiln2/variant_bag.h"
+
+#include <boost/process/child.hpp>
+#include <gtest/gtest.h>
+
+using namespace test_support;
+using namespace OSTREL_NAMESPACE;
+using kiln2::load_variant_bag2;
+using kiln2::save_variant_bag2;
+using kiln2::variant_bag_t;
+using kiln2::variant_t;
+
+namespace {
+
+std::string nested(int depth) {
+    std::string text = "<bag>";
+    for (int i = 1; i < depth; ++i)
+        text += "<b>";
+    for (int i = 1; i < depth; ++i)
+        text += "</b>";
+    return text + "</bag>";
+}
+
+class variant_bag : public testing::Test {
+protected:
+    int load(bool optional = false) { return load_variant_bag2(bag, wide(file), L"bag", optional); }
+    bool save(const variant_bag_t& saved, const wchar_t* root = L"bag") const {
+        return save_variant_bag2(saved, wide(file), root);
+    }
+    bool is_empty() const { return bag.values().empty() && bag.bags().empty(); }
+
+    const temporary_folder_t folder;
+    const fs::path file = folder.path() / fs::u8path(u8"b\u00e4g.xml");
+    variant_bag_t bag;
+};
+
+std::string item(const active_date_t& date) {
+    return "<item><Y type=\"int\">" + std::to_string(date.year) + "</Y><M type=\"int\">" +
+           std::to_string(date.month) + "</M><D type=\"int\">" + std::to_string(date.day) + "</D></item>";
+}
+
+class last_active_dates : public testing::Test {
+protected:
+    /// The file's years, but "today" for today. Midnight may pass during the test: then the day at its begin
+    /// is today too, and the one that follows it goes without saying.
+    texts_t stored() const {
+        kiln2::variant_bag_t bag;
+        kiln2::load_variant_bag2(bag, wide(file), L"bag", false);
+        texts_t dates;
+        for (const auto& [name, day] : bag.bags()) {
+            const auto number = [&bag = day](const wchar_t* key) { return std::get<int>(bag.get(key)); };
+            const active_date_t date{number(L"Y"), number(L"M"), number(L"D")};
+            if (date < begin)
+                dates.push_back(std::to_string(date.year));
+            else if (date == begin || dates.empty() || dates.back() != "today")
+                dates.push_back(last_active_dates_t::today() < date ? "future" : "today");
+        }
+        return dates;
+    }
+
+    const temporary_folder_t folder;
+    const kiln2::path_t path{wide(folder.path())};
+    const fs::path file = folder.path() / "last_active_dates.xml";
+    const active_date_t begin = last_active_dates_t::today();
+    const std::string old = item({2014, 7, 2});
+};
+
+} // namespace
+
+TEST_F(variant_bag, what_was_saved_comes_back_to_the_letter) {
+    const std::wstring texts[] = {
+        L"", L" ", L"\n", L" a\tb\r\nc\r ", L"<&>\"']]>", L"\x01\x1F\x7F", L"caf\u00e9 \u4e2d \U0001F600"};
+    variant_bag_t saved;
+    saved.put(L"number", -2147483647 - 1);
+    saved.put(L"number2", 2147483647);
+    saved.put(L"nothing", {});
+    for (const std::wstring& text : texts)
+        saved.add_bag(L"item").put(L"text", text);
+    saved.add_bag(L"empty");
+    // A draft that a killed writer left is in nobody's way.
+    write_file(fs::path(file) += ".tmp", std::string(10000, 'x'));
+    ASSERT_TRUE(save(saved));
+    EXPECT_FALSE(fs::exists(fs::path(file) += ".tmp"));
+    ASSERT_EQ(load(), 1);
+    EXPECT_EQ(bag.values(), saved.values());
+    ASSERT_EQ(bag.bags().size(), 8U);
+    for (std::size_t i = 0; i < 7; ++i)
+        EXPECT_EQ(bag.bags()[i].second.get(L"text"), variant_t(texts[i])) << i;
+}
+
+TEST_F(variant_bag, what_is_missing_or_malformed_leaves_the_bag_empty) {
+    const std::string whole = "<bag><item><Y type=\"int\">1</Y></item><name>n</name></bag>";
+    texts_t malformed{"",         "\n",     std::string(1, '\0'), "\x89PNG\r\n\x1A\n",      "text",
+                      "<other/>", "<Bag/>", nested(65),           std::string(200000, '<'), nested(200000)};
+    for (std::size_t length = 1; length < whole.size(); length += 5)
+        malformed.push_back(whole.substr(0, length));
+    bag.put(L"former", 1);
+    EXPECT_TRUE(load() == 0 && is_empty() && load(true) == 1);
+    for (const std::string& content : malformed) {
+        write_file(file, content);
+        bag.put(L"former", 1);
+        EXPECT_EQ(load(), -1) << content.substr(0, 60);
+        EXPECT_TRUE(is_empty());
+    }
+    for (const std::string& content : {whole, nested(64), std::string("<bag/>")}) {
+        write_file(file, content);
+        EXPECT_EQ(load(), 1) << content.substr(0, 60);
+    }
+    fs::resize_file(file, (std::uintmax_t{64} << 20) + 1);
+    EXPECT_EQ(load(), -1);
+}
+
+TEST_F(variant_bag, what_cannot_be_written_leaves_what_is_there) {
+    ASSERT_TRUE(save({}));
+    const auto former = read_file(file);
+    for (const wchar_t* const name : {L"", L"1a", L"a b", L"a>", L"\u00e9"}) {
+        variant_bag_t bad;
+        bad.put(name, 1);
+        EXPECT_FALSE(save(bad) || save({}, name));
+    }
+    variant_bag_t bad;
+    bad.add_bag(L"nested").put(L"text", std::wstring(L"a\0b", 3));
+    EXPECT_FALSE(save(bad));
+    EXPECT_EQ(read_file(file), former);
+    fs::remove(file);
+    EXPECT_FALSE(save_variant_bag2({}, wide(file / "in a missing folder"), L"bag"));
+    fs::create_directories(file / "inside");
+    EXPECT_FALSE(save({}));
+    EXPECT_EQ(load(true), 0);
+    EXPECT_EQ(std::distance(fs::recursive_directory_iterator(folder.path()), {}), 2);
+}
+
+TEST_F(variant_bag, a_reader_sees_whole_files_while_other_processes_write) {
+    const fs::path shared = folder.path() / "shared.xml";
+    bag.put(L"whole", 1);
+    ASSERT_TRUE(save_variant_bag2(bag, wide(shared), L"bag"));
+    boost::process::child first(OTHER_PROCESS, "save", shared.string());
+    boost::process::child second(OTHER_PROCESS, "save", shared.string());
+    while (first.running() || second.running()) {
+        ASSERT_EQ(load_variant_bag2(bag, wide(shared), L"bag", false), 1);
+        ASSERT_EQ(bag.get(L"whole"), variant_t(1));
+    }
+    ASSERT_EQ(load_variant_bag2(bag, wide(shared), L"bag", false), 1);
+    EXPECT_NE(bag.get(L"text"), variant_t());
+}
+
+TEST_F(last_active_dates, a_regular_user_began_less_than_a_year_ago) {
+    const std::tuple<std::size_t, active_date_t, active_date_t, bool> cases[] = {
+        {3, {2020, 5, 1}, {2020, 5, 5}, false},   {4, {2019, 5, 5}, {2020, 5, 5}, false},
+        {4, {2019, 5, 6}, {2020, 5, 5}, true},    {9, {2019, 4, 30}, {2020, 5, 5}, false},
+        {9, {2018, 12, 31}, {2020, 5, 5}, false}, {9, {2019, 2, 28}, {2020, 2, 29}, false},
+        {9, {2019, 3, 1}, {2020, 2, 29}, true},
+    };
+    for (const auto& [count, first, today, is_regular] : cases)
+        EXPECT_EQ(is_new_regular_user(count, first, today), is_regular)
+            << count << item(first) << item(today);
+}
+
+TEST_F(last_active_dates, the_stored_order_is_kept_bad_items_are_skipped_and_the_first_day_counts) {
+    const std::string bad =
+        "<item/><item><Y type=\"int\">1</Y><M type=\"int\">1</M><D type=\"int\">1x</D></item><item><Y>2</Y>"
+        "<M>2</M><D>2</D></item><other><Y type=\"int\">3</Y><M type=\"int\">3</M>"
+        "<D type=\"int\">3</D></other>";
+    for (const bool recent_first : {true, false}) {
+        const std::string two = recent_first ? item(begin) + bad + old : old + bad + item(begin);
+        write_file(file, "<bag>" + bad + two + item({2015, 1, 1}) + "</bag>");
+        last_active_dates_t dates(path);
+        EXPECT_FALSE(dates.is_new_regular_user());
+        dates.add_today();
+        EXPECT_EQ(dates.is_new_regular_user(), recent_first);
+        EXPECT_TRUE(dates.save());
+        EXPECT_EQ(stored(), recent_first ? (texts_t{"today", "2014", "2015", "today"})
+                                         : (texts_t{"2014", "today", "2015", "today"}));
+    }
+}
+
+TEST_F(last_active_dates, a_day_is_added_once_and_nothing_new_rewrites_nothing) {
+    for (int object = 0; object < 2; ++object) {
+        last_active_dates_t dates(path);
+        dates.add_today();
+        dates.add_today();
+        EXPECT_TRUE(dates.save() == (object == 0) || begin < last_active_dates_t::today());
+    }
+    EXPECT_EQ(stored(), texts_t{"today"});
+    for (const std::string& content : {std::string("malformed"), "<bag>" + old + "</bag>"}) {
+        write_file(file, content);
+        { EXPECT_FALSE(last_active_dates_t(path).save()); }
+        EXPECT_EQ(read_file(file), content) << "rewritten though nothing was added";
+    }
+}
+
+TEST_F(last_active_dates, a_store_whose_lock_is_held_waits_a_second_and_starts_empty) {
+    write_file(file, "<bag>" + old + "</bag>");
+    filelock_t other(wide(file));
+    ASSERT_TRUE(other.lock());
+    const auto start = std::chrono::steady_clock::now();
+    last_active_dates_t dates(path);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    dates.add_today();
+    EXPECT_FALSE(dates.save());
+    EXPECT_EQ(stored(), texts_t{"2014"});
+    other.unlock();
+    EXPECT_TRUE(dates.save());
+    EXPECT_EQ(stored(), texts_t{"today"});
+}

@@ -1,0 +1,155 @@
+// Date-times, locks between processes, and the layout of diagnostic lines.
+#include "foundations/trace.h"
+#include "ostrel/datetime.h"
+#include "ostrel/filelock.h"
+#include "support/log_capture.h"
+#include "support/profile.h"
+
+#include <boost/process/child.hpp>
+#include <ctime>
+#include <gtest/gtest.h>
+
+using namespace test_support;
+using OSTREL_NAMESPACE::datetime_t;
+using OSTREL_NAMESPACE::filelock_t;
+
+namespace {
+
+class filelock : public testing::Test {
+protected:
+    const temporary_folder_t folder;
+    const fs::path data = folder.path() / "data.xml";
+    const fs::path companion = folder.path() / "data.lock";
+};
+
+const OSTREL_NAMESPACE::component_logger_t trace_log(L"ostrel.test");
+
+void traced(bool fails) {
+    OSTREL_TRACE_CALL(trace_log, L"void traced(bool)");
+    if (fails)
+        throw std::runtime_error("on the way");
+    OSTREL_LOG(trace_log, trace, L"Return 'false' - a reason");
+}
+
+} // namespace
+
+TEST(datetime, texts_are_read_as_leniently_as_ever) {
+    const std::wstring invalid = L"1900-01-00T00:00:00Z";
+    const std::pair<std::wstring, std::wstring> cases[] = {
+        {L"1970-01-01T00:00:00Z", L"1970-01-01T00:00:00Z"},
+        {L"3000-12-31T23:59:59Z", L"3000-12-31T23:59:59Z"},
+        {L"2016-05-04T03:02:01", L"2016-05-04T03:02:01Z"},
+        {L"2016-1-2T3:4:5Z", L"2016-01-02T03:04:05Z"},
+        {L" 2016- 1-+2T3:4: 5Z", L"2016-01-02T03:04:05Z"},
+        {L"2016-13-01T00:00:00Z", L"2017-01-01T00:00:00Z"},
+        {L"2016-00-01T00:00:00Z", L"2015-12-01T00:00:00Z"},
+        {L"2016-02-30T00:00:00Z", L"2016-03-01T00:00:00Z"},
+        {L"2016-12-31T23:59:60Z", L"2017-01-01T00:00:00Z"},
+        {L"1970-01-02T00:00:-1Z", L"1970-01-01T23:59:59Z"},
+        {L"1969-12-31T23:59:59Z", invalid},
+        {L"1969-12-31T23:59:58Z", invalid},
+        {L"3001-01-01T00:00:00Z", invalid},
+        {L"2016-05-04T03:02:01Z ", invalid},
+        {L"2016-05-04 03:02:01Z", invalid},
+        {L"2016-05-04T03:02Z", invalid},
+        {L"", invalid},
+    };
+    for (const auto& [text, moment] : cases) {
+        EXPECT_EQ(datetime_t::parse(text).as_string(), moment) << std::string(text.begin(), text.end());
+        EXPECT_EQ(datetime_t::parse(text).is_valid(), moment != invalid);
+    }
+}
+
+TEST(datetime, moments_compare_by_what_they_stand_for) {
+    const datetime_t none;
+    const datetime_t epoch = datetime_t::parse(L"1970-01-01T00:00:00Z");
+    const datetime_t later = datetime_t::parse(L"2016-02-30T00:00:00Z");
+    const datetime_t same = datetime_t::parse(L"2016-03-01T00:00:00Z");
+    EXPECT_TRUE(none < epoch && epoch < later && later > epoch && later == same && later != epoch);
+    EXPECT_FALSE(epoch < none || none > epoch || later > same || later < same || later != same ||
+                 later == epoch);
+}
+
+TEST(datetime, now_is_the_system_clock_in_utc) {
+    const auto clock = [] {
+        wchar_t text[32];
+        const std::time_t seconds = std::time(nullptr);
+        return std::wstring(text, std::wcsftime(text, 32, L"%Y-%m-%dT%H:%M:%SZ", std::gmtime(&seconds)));
+    };
+    const std::wstring before = clock();
+    const datetime_t now = datetime_t::now();
+    EXPECT_TRUE(before <= now.as_string() && now.as_string() <= clock());
+    EXPECT_TRUE(now == datetime_t::parse(now.as_string()));
+}
+
+TEST(datetime, only_a_readable_file_has_a_time) {
+    const temporary_folder_t folder;
+    const fs::path file = folder.path() / fs::u8path(u8"\u00e9 \u4e2d.txt");
+    EXPECT_FALSE(datetime_t::file_time(wide(file)).is_valid());
+    EXPECT_FALSE(datetime_t::file_time(wide(folder.path())).is_valid());
+    write_file(file, "");
+    EXPECT_TRUE(datetime_t::file_time(wide(file)).is_valid());
+}
+
+TEST_F(filelock, one_of_two_holds_the_lock_until_it_lets_go) {
+    {
+        filelock_t first(wide(data)), second(wide(data));
+        EXPECT_FALSE(first.is_locked() || fs::exists(companion));
+        EXPECT_TRUE(first.lock() && first.lock() && first.is_locked());
+        EXPECT_EQ(read_file(companion), "");
+        EXPECT_FALSE(second.lock() || second.is_locked());
+        second.unlock();
+        EXPECT_TRUE(fs::exists(companion));
+        first.unlock();
+        EXPECT_FALSE(first.is_locked() || fs::exists(companion) || fs::exists(data));
+        EXPECT_TRUE(second.lock());
+    }
+    EXPECT_FALSE(fs::exists(companion));
+    write_file(companion, "somebody else's");
+    { EXPECT_FALSE(filelock_t(wide(data)).lock()); }
+    EXPECT_EQ(read_file(companion), "somebody else's");
+    EXPECT_FALSE(filelock_t(wide(folder.path() / "missing" / "data.xml")).lock());
+}
+
+TEST_F(filelock, a_copy_believes_that_it_holds_the_lock_too) {
+    filelock_t first(wide(data));
+    ASSERT_TRUE(first.lock());
+    filelock_t copy(first);
+    filelock_t assigned(std::wstring(L"elsewhere.xml"));
+    assigned = first;
+    EXPECT_TRUE(copy.is_locked() && assigned.is_locked());
+    copy.unlock();
+    EXPECT_TRUE(first.is_locked() && first.lock());
+    EXPECT_FALSE(fs::exists(companion));
+}
+
+TEST_F(filelock, processes_exclude_each_other_and_a_crashed_ones_lock_stays) {
+    write_file(data, "0");
+    std::vector<boost::process::child> others;
+    for (int i = 0; i < 3; ++i)
+        others.emplace_back(OTHER_PROCESS, "count", data.string());
+    for (auto& other : others)
+        other.wait();
+    EXPECT_EQ(read_file(data), "150");
+    boost::process::child crash(OTHER_PROCESS, "crash", data.string());
+    crash.wait();
+    EXPECT_EQ(crash.exit_code(), 3);
+    EXPECT_FALSE(filelock_t(wide(data)).lock());
+    fs::remove(companion);
+    EXPECT_TRUE(filelock_t(wide(data)).lock());
+}
+
+TEST(trace, scopes_are_enclosed_also_on_the_way_of_an_exception_and_levels_that_are_off_build_nothing) {
+    log_capture_t capture("ostrel.test");
+    traced(false);
+    EXPECT_THROW(traced(true), std::runtime_error);
+    EXPECT_EQ(capture.texts(),
+              (texts_t{"ENTER: void traced(bool)", "Return 'false' - a reason", "EXIT:  void traced(bool)",
+                       "ENTER: void traced(bool)", "EXIT:  void traced(bool)"}));
+    const log_capture_t coarse("ostrel.test", 20000);
+    int built = 0;
+    traced(false);
+    OSTREL_LOG(trace_log, trace, L"built " << ++built);
+    OSTREL_LOG(trace_log, info, L"\u00e9 " << "\xE9" << 18446744073709551615U << true << built);
+    EXPECT_EQ(coarse.texts(), texts_t{"\u00e9 \u00e9" + std::string("1844674407370955161510")});
+}

@@ -1,0 +1,128 @@
+// What only POSIX has: file modes, pipes, links, signals, and variables that are no text.
+#include "http_connector/http_connector.h"
+#include "ostrel/datetime.h"
+#include "ostrel/ostrel.h"
+#include "platform/files.h"
+#include "platform/folders.h"
+#include "statistic_impl/statistic_impl.h"
+#include "support/collector.h"
+#include "support/profile.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace test_support;
+
+namespace {
+
+class posix : public testing::Test {
+protected:
+    /// One object that asks, is allowed and is told of a feature. @return what it says of consent, twice
+    static std::pair<int, int> use() {
+        statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
+        const int before = ostrel_should_ask_user_consent(handle);
+        ostrel_set_statistic_collection_enabled(handle, 1);
+        ostrel_notify_feature_usage(handle, "run.a");
+        const int after = ostrel_should_ask_user_consent(handle);
+        ostrel_destroy_statistic(handle);
+        return {before, after};
+    }
+
+    profile_t profile;
+};
+
+} // namespace
+
+TEST_F(posix, data_lies_in_the_data_home_or_below_the_home_or_nowhere) {
+    using text_t = std::optional<std::string>;
+    const std::tuple<text_t, text_t, std::optional<std::wstring>> cases[] = {
+        {"/d\xC3\xA4ta", "/home/u", L"/d\u00e4ta"},
+        {"", "/home/u", L"/home/u/.local/share"},
+        {"relative", "/home/u", L"/home/u/.local/share"},
+        {"", "", std::nullopt},
+        {"", "relative", std::nullopt},
+        {std::nullopt, std::nullopt, std::nullopt},
+    };
+    for (const auto& [data_home, home, folder] : cases) {
+        profile.set("XDG_DATA_HOME", data_home);
+        profile.set("HOME", home);
+        EXPECT_EQ(ostrel_platform::local_app_data_folder(), folder) << data_home.value_or("unset");
+    }
+    const collector_t collector;
+    profile.set("OSTREL_COLLECTION_URL", collector.url());
+    profile.set("NORVANE_FORCE_UUID", "id");
+    const temporary_folder_t work;
+    const fs::path former = fs::current_path();
+    fs::current_path(work.path());
+    EXPECT_EQ(use(), std::pair(1, 1));
+    profile.set("NORVANE_FORCE_FEEDBACK", "1");
+    EXPECT_EQ(use(), std::pair(0, 0));
+    fs::current_path(former);
+    EXPECT_TRUE(fs::is_empty(work.path()));
+    EXPECT_EQ(collector.bodies().size(), 0U);
+}
+
+TEST_F(posix, a_switch_whose_value_is_no_text_counts_as_set) {
+    profile.set("NORVANE_STATISTICS_DISABLE", "\xFF");
+    EXPECT_EQ(OSTREL_NAMESPACE::statistic_impl_t::get_env_vars_state(), 3);
+}
+
+TEST_F(posix, what_the_library_creates_is_the_users_alone) {
+    const mode_t former = ::umask(0);
+    EXPECT_EQ(use(), std::pair(1, 0));
+    const fs::path lock = profile.folder() / "lock";
+    EXPECT_TRUE(ostrel_platform::create_exclusively(wide(lock)));
+    ::umask(former);
+    for (const fs::path& file : {profile.virk(), profile.statistic_dir() / "uuid.xml",
+                                 profile.statistic_dir() / "last_active_dates.xml", lock})
+        EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write) << file;
+}
+
+TEST_F(posix, pipes_and_links_in_place_of_files_are_refused_and_block_nobody) {
+    fs::create_directories(profile.statistic_dir());
+    for (const char* const name : {"uuid.xml", "uuid.xml.tmp", "last_active_dates.xml", "../../../virk"})
+        ASSERT_EQ(::mkfifo((profile.statistic_dir() / name).c_str(), 0600), 0);
+    EXPECT_EQ(use(), std::pair(1, 1));
+    EXPECT_TRUE(fs::is_fifo(profile.virk()));
+    fs::create_symlink(profile.folder() / "victim", profile.folder() / "bag.xml.tmp");
+    EXPECT_FALSE(ostrel_platform::replace_file(wide(profile.folder() / "bag.xml"), "new"));
+    EXPECT_FALSE(fs::exists(profile.folder() / "victim"));
+}
+
+TEST_F(posix, a_files_time_is_read_to_the_second_and_within_its_range) {
+    const fs::path file = profile.folder() / "file";
+    write_file(file, "");
+    const std::pair<std::time_t, const wchar_t*> cases[] = {{1000000000, L"2001-09-09T01:46:40Z"},
+                                                            {0, L"1970-01-01T00:00:00Z"},
+                                                            {-1, L"1900-01-00T00:00:00Z"},
+                                                            {-2, L"1900-01-00T00:00:00Z"}};
+    for (const auto& [seconds, text] : cases) {
+        const timespec times[2] = {{seconds, 999999999}, {seconds, 999999999}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
+        EXPECT_EQ(OSTREL_NAMESPACE::datetime_t::file_time(wide(file)).as_string(), text);
+    }
+}
+
+TEST_F(posix, the_sending_thread_blocks_all_signals_and_the_calling_one_keeps_its_mask) {
+    sigset_t none, all, mask;
+    ::sigemptyset(&none);
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
+    const collector_t collector;
+    ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
+    OSTREL_NAMESPACE::http_connector_t connector(collector.url().c_str());
+    connector.send("hit");
+    ASSERT_TRUE(collector.wait_for(1));
+    ::pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+    EXPECT_EQ(::sigismember(&mask, SIGTERM), 0);
+    // With this thread's door shut too, a signal to the process has nowhere to go but to wait.
+    ::pthread_sigmask(SIG_SETMASK, &all, nullptr);
+    ::kill(::getpid(), SIGUSR1);
+    int received = 0;
+    EXPECT_EQ(::sigwait(&all, &received), 0);
+    EXPECT_EQ(received, SIGUSR1);
+    ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
+}
