@@ -4,10 +4,10 @@
 
 #include "settor2/product_locations_c.h"
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 #include <thread>
 
@@ -16,11 +16,20 @@
 
 namespace {
 
-using clock_type = std::chrono::steady_clock;
+/// Processor time of the calling thread: what others do on the machine meanwhile is no part of it.
+class stop_watch_t {
+public:
+    double microseconds() const { return now() - m_start; }
 
-double microseconds_since(clock_type::time_point start) {
-    return std::chrono::duration<double, std::micro>(clock_type::now() - start).count();
-}
+private:
+    static double now() {
+        timespec time{};
+        ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) / 1e3;
+    }
+
+    double m_start = now();
+};
 
 double resident_kilobytes() {
     long total = 0;
@@ -49,17 +58,17 @@ double create(void* library) {
     symbol<void (*)(const settor2_product_locations_t*)>(library,
                                                          "settor2_install_product_locations")(&locations);
     const auto make = symbol<void* (*)(const char*, const char*)>(library, "ostrel_create_statistic");
-    const auto start = clock_type::now();
+    const stop_watch_t watch;
     make(bench::product, bench::version);
-    return microseconds_since(start);
+    return watch.microseconds();
 }
 
 double init_and_thread(void* library) {
     const auto init = symbol<int (*)(long)>(library, "curl_global_init");
-    const auto start = clock_type::now();
+    const stop_watch_t watch;
     init(3);
     std::thread thread([] { ::pause(); });
-    const double time = microseconds_since(start);
+    const double time = watch.microseconds();
     thread.detach();
     return time;
 }
@@ -71,9 +80,9 @@ int main(int count, char** arguments) {
         return 2;
     const char* const what = arguments[1];
     const double resident = resident_kilobytes();
-    const auto start = clock_type::now();
+    const stop_watch_t watch;
     void* const library = load(arguments[2]);
-    double figure = microseconds_since(start);
+    double figure = watch.microseconds();
     if (library == nullptr)
         return 1;
     if (std::strcmp(what, "resident") == 0)

@@ -108,8 +108,8 @@ constexpr row_t rows[] = {
     {"whole chain, rate against a bare loop", "chain", "ratio", "", 0.92, true},
     {"delivery, processor time a hit against a bare loop", "delivery", "work", "", 1.10},
     {"whole chain, processor time a hit against a bare loop", "chain", "work", "", 1.10},
-    {"loading, time against an empty library", "load", "ratio", "", 1.05},
-    {"create, time against curl_global_init and one thread", "create", "ratio", "", 1.4},
+    {"loading, processor time against an empty library", "load", "ratio", "", 1.05},
+    {"create, processor time against curl_global_init and one thread", "create", "ratio", "", 1.4},
     {"destroy, idle", "destroy", "ms", " ms", 1},
     {"memory a queued hit of 230 bytes", "queued_hit", "bytes", " bytes", 300},
 };

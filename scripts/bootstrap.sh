@@ -8,11 +8,12 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 declare -rA groups=(
     [build]="cmake ninja-build g++ libboost-dev libboost-filesystem-dev libboost-thread-dev
              libcurl4-openssl-dev liblog4cplus-dev libpugixml-dev libcli11-dev nlohmann-json3-dev"
-    [test]="libgtest-dev pkg-config doxygen"
+    [test]="libgtest-dev pkg-config doxygen abigail-tools clang python3"
     [package]="dpkg-dev pkg-config"
     [collector]="nginx-light"
     [lint]="clang-format clang-tidy"
     [clang]="clang"
+    [trust]="nginx-light tinyproxy squid strace iproute2 util-linux python3"
     [bench]="libbenchmark-dev valgrind"
 )
 
@@ -25,11 +26,12 @@ is there). Nothing missing: nothing is done, and no network is used.
 
 Groups (without any: build test lint):
   build   compiler, CMake and the libraries that ostrel links
-  test    GoogleTest, pkg-config and Doxygen
+  test    GoogleTest, and what looks at packages, documents and the border
   package what CPack needs to make Debian packages
   collector  nginx, to try the configuration in the documents
   lint    clang-format and clang-tidy
   clang   the second compiler that the tree has to build with
+  trust   collectors, proxies and tracers that scripts/trust/ tries hosts with
   bench   Google Benchmark and valgrind
 
   --list  print what is missing and install nothing

@@ -9,8 +9,8 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--fix]
 
-Runs clang-format over all of our code, and clang-tidy over src/ with the
-compiler options of the preset linux.
+Runs clang-format over all of our code, and clang-tidy over src/ and tools/ with
+the compiler options of the preset linux.
 
   --fix   format in place and run nothing else
   --help  print this text
@@ -23,7 +23,7 @@ our_files() {
 }
 
 tidy() {
-    run-clang-tidy -quiet -j "$(nproc)" -p build/linux "^$root/src/.*\\.cpp\$" 2>&1 |
+    run-clang-tidy -quiet -j "$(nproc)" -p build/linux "^$root/(src|tools)/.*\\.cpp\$" 2>&1 |
         sed '/^clang-tidy/d; /warnings generated/d'
 }
 

@@ -7,7 +7,7 @@ source "$root/scripts/common.sh"
 
 usage() {
     cat <<END
-Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | instructions | all]
+Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | instructions | all]
 
 Without a name: linux.
 
@@ -17,7 +17,7 @@ END
 }
 
 # A build is one function of its name with the prefix "test_"; the order is that of "all".
-readonly builds=(linux windows asan tsan fuzz instructions)
+readonly builds=(linux windows asan tsan fuzz trust instructions)
 lint=yes
 
 configure_and_build() {
@@ -33,6 +33,32 @@ test_linux() {
     ctest --preset linux -j "$(nproc)"
 }
 
+# All of ctest under a sanitizer. Nothing of ours is suppressed, and nothing else has needed it so far.
+test_asan() {
+    "$root/scripts/bootstrap.sh" build test
+    configure_and_build "${1:-asan}"
+    ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+        TSAN_OPTIONS=second_deadlock_stack=1 ctest --preset "${1:-asan}" -j "$(nproc)"
+}
+
+test_tsan() { test_asan tsan; }
+
+test_fuzz() {
+    "$root/scripts/bootstrap.sh" build clang
+    configure_and_build fuzz
+    "$root/scripts/fuzz.sh" --seconds 20
+}
+
+test_trust() {
+    "$root/scripts/bootstrap.sh" build test trust
+    configure_and_build linux
+    "$root/scripts/trust/run.py"
+}
+
+test_instructions() {
+    "$root/bench/instructions.sh"
+}
+
 # In a prefix of its own below the build folder, whose server is ended with the tests.
 test_windows() {
     "$root/scripts/windows-deps.sh"
@@ -40,10 +66,6 @@ test_windows() {
     "$root/scripts/wine.sh"
     trap '"$root/scripts/wine.sh" --end' EXIT
     ctest --preset windows -j "$(nproc)"
-}
-
-test_instructions() {
-    "$root/bench/instructions.sh"
 }
 
 run_build() {

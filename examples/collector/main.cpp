@@ -92,14 +92,6 @@ std::string counted(int count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-// Not every system has signals between processes; every one tells the reader of a pipe that it was closed.
-void stop_when_input_ends() {
-    std::thread([] {
-        std::cin.ignore(std::numeric_limits<std::streamsize>::max());
-        std::raise(SIGTERM);
-    }).detach();
-}
-
 collector::hit_t read_hit(const collector::request_t& request) {
     if (!request.fault.empty())
         throw collector::malformed_hit_t("not HTTP as expected: " + request.fault);
@@ -135,6 +127,14 @@ void sum_up(const std::vector<collector::request_t>& requests) {
     }
     std::cout << counted(hits, "hit") << " over " << counted(connections, "connection") << ", " << malformed
               << " malformed" << std::endl;
+}
+
+// Not every system has signals between processes; every one tells the reader of a pipe that it was closed.
+void stop_when_input_ends() {
+    std::thread([] {
+        std::cin.ignore(std::numeric_limits<std::streamsize>::max());
+        std::raise(SIGTERM);
+    }).detach();
 }
 
 void collect(const options_t& options) {

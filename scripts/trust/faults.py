@@ -98,10 +98,16 @@ def big_hit(_full):
 
 
 SILENT_RESOLVER = """
+exec 3<&0
 ip link set lo up
 mount --bind "$0" /etc/resolv.conf
-python3 -c 'import socket, time; s = socket.socket(2, 2); s.bind(("127.0.0.1", 53)); print(flush=True); time.sleep(60)' \
-    </dev/null 2>/dev/null | { read -r; exec "$@" <&3; } 3<&0
+python3 -c '
+import os, socket, time
+name_server, parent = socket.socket(socket.AF_INET, socket.SOCK_DGRAM), os.getppid()
+name_server.bind(("127.0.0.1", 53))
+print(flush=True)
+while os.getppid() == parent: time.sleep(0.1)
+' </dev/null 2>/dev/null 3<&- | { read -r; exec "$@" <&3 3<&-; }
 """
 
 

@@ -180,28 +180,34 @@ std::string mask_password(const std::string& url) {
     return url.substr(0, colon + 1) + "***" + url.substr(at);
 }
 
-std::string explain(verdict_t verdict) {
+std::string because(verdict_t verdict) {
     switch (verdict) {
     case verdict_t::no_machine_id:
-        return "no: there is no machine id";
+        return "there is no machine id";
     case verdict_t::switched_off:
-        return "no: the environment switches it off";
+        return "the environment switches it off";
     case verdict_t::forced_on:
-        return "yes: the environment forces it";
+        return "the environment forces it";
     case verdict_t::built_on:
-        return "yes: the build forces it";
+        return "the build forces it";
     case verdict_t::inside_network:
-        return "no: this machine is inside the maker's network";
+        return "this machine is inside the maker's network";
     case verdict_t::network_unknown:
-        return "no: the network check could not be made";
+        return "the network check could not be made";
     case verdict_t::agreed:
-        return "yes: the user has agreed";
+        return "the user has agreed";
     case verdict_t::not_agreed:
-        return "no: the user has not agreed";
+        return "the user has not agreed";
     case verdict_t::undecided:
         break;
     }
-    return "goes on";
+    return {};
+}
+
+std::string explain(verdict_t verdict) {
+    if (verdict == verdict_t::undecided)
+        return "goes on";
+    return (library::allows(verdict) ? "yes: " : "no: ") + because(verdict);
 }
 
 inspection_t inspect(const subject_t& subject) {

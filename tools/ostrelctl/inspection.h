@@ -71,6 +71,9 @@ inspection_t inspect(const subject_t& subject);
 /// The text with whatever stands where a URL has its password replaced by "***".
 std::string mask_password(const std::string& url);
 
+/// For people: why the verdict is what it is; empty for one that decides nothing.
+std::string because(library::verdict_t verdict);
+
 /// For people: the consequence of a verdict, for example "no: the user has not agreed".
 std::string explain(library::verdict_t verdict);
 

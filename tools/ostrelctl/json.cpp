@@ -10,27 +10,27 @@ namespace ostrelctl {
 
 namespace {
 
-using json = nlohmann::ordered_json;
+using json_t = nlohmann::ordered_json;
 using quillkit::strings::utf16_to_utf8;
 
-std::string dump(const json& document) {
+std::string dump(const json_t& document) {
     // Arguments and variables may hold anything.
-    return document.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+    return document.dump(2, ' ', false, json_t::error_handler_t::replace) + "\n";
 }
 
-json to_json(const file_t& file) {
+json_t to_json(const file_t& file) {
     return {{"role", file.role}, {"path", file.path}, {"state", file.state}, {"mode", file.mode}};
 }
 
-json files_of(const inspection_t& found) {
-    json files = json::array();
+json_t files_of(const inspection_t& found) {
+    json_t files = json_t::array();
     for (const file_t& file : found.files)
         files.push_back(to_json(file));
     return files;
 }
 
-json rules_of(const inspection_t& found) {
-    json rules = json::array();
+json_t rules_of(const inspection_t& found) {
+    json_t rules = json_t::array();
     for (const rule_line_t& line : found.rules)
         rules.push_back({{"rule", line.name},
                          {"finding", line.finding},
@@ -39,21 +39,21 @@ json rules_of(const inspection_t& found) {
     return rules;
 }
 
-json events_of(const inspection_t& found) {
-    json events = json::array();
+json_t events_of(const inspection_t& found) {
+    json_t events = json_t::array();
     for (const std::wstring& event : found.events)
         events.push_back(utf16_to_utf8(event));
     return events;
 }
 
-json days_of(const days_t& days) {
+json_t days_of(const days_t& days) {
     return {{"stored", days.stored.size()},
             {"ignored_because", days.why_ignored},
             {"with_today", days.count},
             {"cd3", days.is_regular_user ? "y" : "n"}};
 }
 
-json head_of(const inspection_t& found) {
+json_t head_of(const inspection_t& found) {
     return {{"product", found.subject.product},
             {"would_report", found.would_report()},
             {"because", explain(found.verdict)},
@@ -64,7 +64,7 @@ json head_of(const inspection_t& found) {
 } // namespace
 
 std::string status_json(const inspection_t& found) {
-    json document = head_of(found);
+    json_t document = head_of(found);
     document["rules"] = rules_of(found);
     document["files"] = files_of(found);
     document["endpoint"] = found.endpoint;
@@ -75,11 +75,12 @@ std::string status_json(const inspection_t& found) {
 }
 
 std::string preview_json(const inspection_t& found, const std::vector<preview_t>& previews) {
-    json document = head_of(found);
-    document["features"] = json::array();
+    json_t document = head_of(found);
+    document["features"] = json_t::array();
     for (const preview_t& one : previews)
-        document["features"].push_back(
-            {{"name", one.feature}, {"body", one.body ? json(*one.body) : json()}, {"why_not", one.why_not}});
+        document["features"].push_back({{"name", one.feature},
+                                        {"body", one.body ? json_t(*one.body) : json_t()},
+                                        {"why_not", one.why_not}});
     return dump(document);
 }
 

@@ -16,7 +16,9 @@ namespace {
 
 using namespace ostrelctl;
 
-enum status_t : int { would_report = 0, would_not_report = 1, wrong_usage = 2 };
+constexpr int would_report = 0;
+constexpr int would_not_report = 1;
+constexpr int wrong_usage = 2;
 
 #define OSTRELCTL_TEXT(name) #name
 #define OSTRELCTL_VERSION(major, minor, patch)                                                               \
@@ -144,7 +146,7 @@ int run(CLI::App& app, int count, char** arguments) {
 
 } // namespace
 
-int main(int count, char** arguments) {
+int main(int count, char** arguments) { // NOLINT(bugprone-exception-escape): only when memory is short
     CLI::App app("Shows what the usage-statistics library would do for this user, and why.", "ostrelctl");
     try {
         return run(app, count, arguments);

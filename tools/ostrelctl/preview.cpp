@@ -31,7 +31,7 @@ std::vector<preview_t> preview(const inspection_t& found, const std::vector<std:
         const std::wstring name = utf8_to_utf16(feature);
         const auto route = library::route_feature(name, found.events);
         if (!found.would_report())
-            one.why_not = explain(found.verdict);
+            one.why_not = because(found.verdict);
         else if (!route)
             one.why_not = "the event filter does not list it, and it is not \"run.\" and one word";
         else

@@ -104,7 +104,7 @@ std::string text_report_t::preview(const inspection_t& found, const std::vector<
                 (one.body ? m_is_terminal ? printable(*one.body) : *one.body
                           : "nothing would be posted: " + one.why_not) +
                 "\n";
-    if (found.machine_id.is_new)
+    if (found.machine_id.is_new && found.would_report())
         text += "(NEW-MACHINE-ID stands for the id that a host makes when it runs first.)\n";
     return text;
 }

@@ -5,6 +5,7 @@
 #include "platform/utf.h"
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 namespace ostrel_platform {
@@ -18,15 +19,14 @@ std::optional<std::string> read_small_file(const std::wstring& path) {
     auto file = shared_file_t::open_for_reading(path);
     if (!file)
         return std::nullopt;
-    std::string content(largest_file, '\0');
-    std::size_t length = 0;
-    while (length < content.size()) {
-        const auto count = file->read(&content[length], content.size() - length);
+    std::string content;
+    std::array<char, 4096> block; // filled by the file alone: most are far smaller
+    while (content.size() < largest_file) {
+        const auto count = file->read(block.data(), block.size());
         if (!count || *count == 0)
             break;
-        length += *count;
+        content.append(block.data(), *count);
     }
-    content.resize(length);
     return content;
 }
 

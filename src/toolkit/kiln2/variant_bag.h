@@ -3,6 +3,7 @@
 
 #include "kiln2/path.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -31,6 +32,9 @@ public:
 
     /// Adds an empty nested bag; the reference holds until the next one is added to this bag.
     variant_bag_t& add_bag(std::wstring name);
+
+    /// Makes room for nested bags that are about to be added.
+    void expect_bags(std::size_t count) { m_bags.reserve(count); }
 
     const values_t& values() const { return m_values; }
     const nested_t& bags() const { return m_bags; }

@@ -62,6 +62,13 @@ bool is_value(const pugi::xml_node& element) {
     return !element.attribute("type").empty() || !element.text().empty();
 }
 
+std::size_t count_bags(const pugi::xml_node& element) {
+    std::size_t count = 0;
+    for (const auto& child : element.children())
+        count += has_element(child) ? 1U : 0U;
+    return count;
+}
+
 // A value of a type that is not known here, or a number that is none, is there but empty.
 variant_t to_value(const pugi::xml_node& element) {
     const std::string_view type = element.attribute("type").as_string("string");
@@ -82,6 +89,7 @@ variant_t to_value(const pugi::xml_node& element) {
 bool fill(variant_bag_t& bag, const pugi::xml_node& element, int depth) {
     if (depth > deepest_bag)
         return false;
+    bag.expect_bags(count_bags(element));
     for (const auto& child : element.children()) {
         if (child.type() != pugi::node_element)
             continue;

@@ -7,6 +7,8 @@
 
 #include <shellapi.h>
 
+#include <shellapi.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <stdexcept>

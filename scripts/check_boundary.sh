@@ -1,0 +1,99 @@
+#!/usr/bin/env bash
+# Holds the library's border: what it exports, its ABI, how it is hardened, and that each public header stands alone.
+set -euo pipefail
+
+root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
+readonly root exports=$root/cmake/exports-linux.txt abi=$root/cmake/abi-linux.xml
+faults=0
+
+usage() {
+    cat <<END
+Usage: ${0##*/} [--update] [--build-dir DIR]
+
+Compares DIR/src/libostrel.so (DIR: build/linux) with cmake/exports-linux.txt, and
+DIR/tests/trust/libostrel_abi.so, the same interface with debugging information,
+with cmake/abi-linux.xml.
+
+  --update  write those two files anew, to be reviewed like any other change
+  --help    print this text
+END
+}
+
+report() {
+    local lines
+    lines=$(cat)
+    [[ -n $lines ]] || return 0
+    printf '%s:\n%s\n' "$1" "$lines"
+    faults=1
+}
+
+# Kind and name of everything that is visible from outside.
+exported() {
+    nm -D --defined-only --format=posix "$1" | cut -d' ' -f1,2 | sed -E 's/@@?[^ ]*//' | LC_ALL=C sort
+}
+
+# The interface's types only: those of the headers, no private member functions, no place on this machine.
+abi_of() {
+    abidw --no-corpus-path --no-comp-dir-path --no-show-locs --no-elf-needed --drop-private-types \
+        --exported-interfaces-only --type-id-style hash --short-locs --headers-dir "$root/include" "$1"
+}
+
+check_hardening() {
+    local segments entries symbols
+    segments=$(readelf -lW "$1")
+    entries=$(readelf -dW "$1")
+    symbols=$(nm -D "$1")
+    grep -q GNU_RELRO <<<"$segments" || echo "no RELRO"
+    grep -q BIND_NOW <<<"$entries" || echo "RELRO is not full: symbols are bound late"
+    grep -q 'GNU_STACK.*RWE' <<<"$segments" && echo "the stack is executable"
+    grep -q TEXTREL <<<"$entries" && echo "text relocations"
+    grep -qE 'RPATH|RUNPATH' <<<"$entries" && echo "a search path of its own"
+    grep -q __stack_chk_fail <<<"$symbols" || echo "no stack protector"
+    grep -qE ' U __[a-z]+_chk(@|$)' <<<"$symbols" || echo "no checked function (_FORTIFY_SOURCE)"
+    return 0
+}
+
+check_headers() {
+    local header name compiler
+    local -r flags="-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -fsyntax-only -I $root/include"
+    for header in "$root"/include/*/*.h; do
+        name=${header#"$root/include/"}
+        for compiler in g++ clang++; do
+            # shellcheck disable=SC2086
+            echo "#include \"$name\"" | $compiler -std=c++17 $flags -x c++ - 2>&1 || true
+        done
+        case $name in
+        ostrel/ostrel.h | ostrel/export.h | ostrel/version.h | settor2/product_locations_c.h) ;;
+        *) continue ;;
+        esac
+        for compiler in gcc clang; do
+            # shellcheck disable=SC2086
+            printf "#include \"%s\"\ntypedef int alone_t;\n" "$name" | $compiler -std=c99 $flags -x c - 2>&1 || true
+        done
+    done
+}
+
+update=no
+build=$root/build/linux
+while (($#)); do
+    case $1 in
+    --help) usage && exit ;;
+    --update) update=yes ;;
+    --build-dir) build=$2 && shift ;;
+    *) usage >&2 && exit 2 ;;
+    esac
+    shift
+done
+library=$build/src/libostrel.so
+typed=$build/tests/trust/libostrel_abi.so
+if [[ $update == yes ]]; then
+    exported "$library" >"$exports"
+    abi_of "$typed" >"$abi"
+fi
+report "exported otherwise than $(basename "$exports") says (<: missing, >: too much)" < \
+    <(diff "$exports" <(exported "$library") || true)
+report "the ABI is not that of $(basename "$abi")" < \
+    <(changes=$(abidiff --no-added-syms "$abi" "$typed" 2>&1) || echo "$changes")
+report "not hardened" < <(check_hardening "$library")
+report "public headers that do not stand alone" < <(check_headers)
+exit $faults
