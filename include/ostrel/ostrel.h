@@ -41,8 +41,8 @@ OSTREL_API statistic_handle_t* ostrel_create_statistic(const char* product_id, c
  *
  * Blocks until every hit queued so far was handled: immediately when nothing is queued or sending has
  * switched itself off, else as long as the collector takes, at most 5 seconds for each proxy candidate of the
- * hit that fails (sending switches itself off with it; longer where the name server keeps silent), without any
- * overall limit while hits succeed. Also writes the days of use. The handle is invalid afterwards. */
+ * hit that fails (sending switches itself off with it; longer where the name server keeps silent), without
+ * any overall limit while hits succeed. Also writes the days of use. The handle is invalid afterwards. */
 OSTREL_API void ostrel_destroy_statistic(statistic_handle_t* handle);
 
 /** Reports that a feature was used once.
