@@ -95,4 +95,11 @@ esac
 start_server
 WINEPATH=$(dll_path)
 export WINEPATH
-exec setarch x86_64 -R /usr/lib/wine/wine64 "$@"
+# Wine's helpers, such as its desktop, outlive the program that needed them first, with its streams: whoever reads these
+# must not wait for that.
+output=$(mktemp)
+trap 'rm -f "$output"' EXIT
+status=0
+wine "$@" >"$output" 2>&1 || status=$?
+cat "$output"
+exit $status

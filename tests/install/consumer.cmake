@@ -2,7 +2,7 @@
 # with the sources in their own tree.
 cmake_minimum_required(VERSION 3.25)
 
-include(${CMAKE_CURRENT_LIST_DIR}/steps.cmake)
+include(${CMAKE_CURRENT_LIST_DIR}/common.cmake)
 
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${folder}/prefix")
 file(GLOB_RECURSE library "${folder}/prefix/libostrel.so")
@@ -26,13 +26,6 @@ add_subdirectory(../cpp_host cpp_host)
 ")
 build_project(whole)
 
-# Nobody listens there: what is tried here is whether the program finds its library and does its work.
-set(ENV{OSTREL_COLLECTION_URL} http://127.0.0.1:9/collect)
-set(ENV{OSTREL_CORPORATE_DOMAIN} localhost)
-set(ENV{XDG_DATA_HOME} "${folder}/data")
-foreach(switch STATISTICS_DISABLE DONOTSEND_FEEDBACK DISABLE_FEEDBACK FORCE_FEEDBACK FORCE_UUID)
-  unset(ENV{NORVANE_${switch}})
-endforeach()
 foreach(program "c_host build/c_host" plain_c "whole build/c_host/c_host")
   run("${folder}/${program}")
   set(company "${folder}/data/Norvane Corporation")

@@ -91,6 +91,10 @@ std::string field(const std::string& text) {
     return field(static_cast<std::uint32_t>(text.size())) + text;
 }
 
+std::string address_of(const collector_t& collector) {
+    return "127.0.0.1:" + std::to_string(collector.port());
+}
+
 /// A profile whose machine has a registry of its own too; the user's belongs to every profile.
 class windows : public testing::Test {
 protected:
@@ -209,8 +213,8 @@ TEST_F(windows, proxies_come_from_the_browser_discovery_the_machine_and_only_the
 TEST_F(windows, hits_go_through_the_machines_proxy_once_the_browsers_has_failed) {
     const collector_t browser([](const request_t&) { return 502U; });
     const collector_t machine;
-    set_browser_proxy("127.0.0.1:" + std::to_string(browser.port()));
-    set_machine_proxy(3, "127.0.0.1:" + std::to_string(machine.port()));
+    set_browser_proxy(address_of(browser));
+    set_machine_proxy(3, address_of(machine));
     {
         http_connector_t connector("http://collector.example/collect");
         connector.send("1");

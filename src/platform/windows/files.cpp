@@ -19,6 +19,18 @@ constexpr DWORD deny_none = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 
 using open_file_t = ostrel_platform::handle_t;
 
+/// A file under a name that others may read, write and rename meanwhile.
+struct disk_file_t {
+    disk_file_t(const std::wstring& path, DWORD access, DWORD disposition)
+        : file(::CreateFileW(path.c_str(), access, deny_none, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
+                             nullptr)) {}
+
+    // A console or a pipe under a file's name could keep a reader waiting for ever.
+    bool is_on_disk() const { return file.is_open() && ::GetFileType(file.get()) == FILE_TYPE_DISK; }
+
+    open_file_t file;
+};
+
 bool write_all(HANDLE file, std::string_view bytes) {
     while (!bytes.empty()) {
         const auto step = static_cast<DWORD>(std::min(bytes.size(), largest_step));
@@ -43,15 +55,8 @@ bool rename_open_file(HANDLE file, const std::wstring& path) {
 
 } // namespace
 
-struct shared_file_t::handle_t {
-    handle_t(const std::wstring& path, DWORD access, DWORD disposition)
-        : file(::CreateFileW(path.c_str(), access, deny_none, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
-                             nullptr)) {}
-
-    // A console or a pipe under a file's name could keep a reader waiting for ever.
-    bool is_on_disk() const { return file.is_open() && ::GetFileType(file.get()) == FILE_TYPE_DISK; }
-
-    open_file_t file;
+struct shared_file_t::handle_t : disk_file_t {
+    using disk_file_t::disk_file_t;
 };
 
 shared_file_t::shared_file_t(std::unique_ptr<handle_t> handle) : m_handle(std::move(handle)) {}
@@ -108,10 +113,9 @@ bool overwrite_file(const std::wstring& path, std::string_view bytes) {
     // A new file is renamed into its place, so that nobody reads it empty.
     if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES && replace_file(path, bytes))
         return true;
-    const open_file_t file(::CreateFileW(path.c_str(), GENERIC_WRITE, deny_none, nullptr, OPEN_ALWAYS,
-                                         FILE_ATTRIBUTE_NORMAL, nullptr));
-    return file.is_open() && ::GetFileType(file.get()) == FILE_TYPE_DISK && write_all(file.get(), bytes) &&
-           ::SetEndOfFile(file.get()) != 0;
+    const disk_file_t opened(path, GENERIC_WRITE, OPEN_ALWAYS);
+    return opened.is_on_disk() && write_all(opened.file.get(), bytes) &&
+           ::SetEndOfFile(opened.file.get()) != 0;
 }
 
 bool remove_file(const std::wstring& path) {
