@@ -57,9 +57,11 @@ event_set_t load_enabled_events(const kiln2::path_t& path) {
     event_set_t events;
     if (path.is_empty() || kiln2::load_variant_bag2(bag, path, L"bag", false) != 1)
         return events;
-    for (const auto& [name, event] : bag.bags())
-        if (const auto* const text = std::get_if<std::wstring>(&event.get(L"name")); name == L"event" && text)
-            events.insert(events.end(), *text); // most lists are sorted
+    for (auto& [kind, event] : bag.bags()) {
+        auto name = event.take(L"name");
+        if (auto* const text = std::get_if<std::wstring>(&name); kind == L"event" && text != nullptr)
+            events.insert(events.end(), std::move(*text)); // most lists are sorted
+    }
     return events;
 }
 

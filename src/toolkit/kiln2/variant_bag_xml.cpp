@@ -29,15 +29,18 @@ std::optional<std::string> read_file(const path_t& path) {
     if (!file)
         return std::nullopt;
     std::string content;
-    std::string block(block_size, '\0');
-    while (content.size() <= largest_file) {
-        const auto count = file->read(block.data(), block.size());
+    std::size_t size = 0;
+    while (size <= largest_file) {
+        if (size == content.size())
+            content.resize(size + block_size);
+        const auto count = file->read(content.data() + size, content.size() - size);
         if (!count)
             return std::nullopt;
         if (*count == 0)
             break;
-        content.append(block, 0, *count);
+        size += *count;
     }
+    content.resize(size);
     return content;
 }
 
@@ -50,7 +53,7 @@ std::optional<std::int32_t> parse_integer(std::string_view text) {
 }
 
 bool has_element(const pugi::xml_node& element) {
-    for (const auto& child : element.children())
+    for (auto child = element.first_child(); child; child = child.next_sibling())
         if (child.type() == pugi::node_element)
             return true;
     return false;
@@ -60,13 +63,6 @@ bool is_value(const pugi::xml_node& element) {
     if (has_element(element))
         return false;
     return !element.attribute("type").empty() || !element.text().empty();
-}
-
-std::size_t count_bags(const pugi::xml_node& element) {
-    std::size_t count = 0;
-    for (const auto& child : element.children())
-        count += has_element(child) ? 1U : 0U;
-    return count;
 }
 
 // A value of a type that is not known here, or a number that is none, is there but empty.
@@ -89,8 +85,7 @@ variant_t to_value(const pugi::xml_node& element) {
 bool fill(variant_bag_t& bag, const pugi::xml_node& element, int depth) {
     if (depth > deepest_bag)
         return false;
-    bag.expect_bags(count_bags(element));
-    for (const auto& child : element.children()) {
+    for (auto child = element.first_child(); child; child = child.next_sibling()) {
         if (child.type() != pugi::node_element)
             continue;
         std::wstring name = utf8_to_utf16(child.name());
