@@ -5,10 +5,25 @@ set -euo pipefail
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 source "$root/scripts/common.sh"
 
-[[ ${1-} != --help ]] || {
-    printf 'Usage: %s\n\nBuilds library, tool and packages of the last commit twice, in two folders, and compares them.\n' "${0##*/}"
-    exit
+usage() {
+    cat <<END
+Usage: ${0##*/} [linux | windows]
+
+Builds the last commit twice, in two folders, and compares what comes out:
+  linux    the library, ostrelctl and the Debian packages
+  windows  the DLL, its import library and the zip
+Without a name: linux.
+END
 }
+
+case ${1-linux} in
+linux) preset=linux generator=DEB
+       "$root/scripts/bootstrap.sh" build package ;;
+windows) preset=windows generator=ZIP
+         "$root/scripts/windows-deps.sh" ;;
+--help) usage && exit ;;
+*) die "no such build: $1 (see --help)" ;;
+esac
 
 folder=$(mktemp -d)
 trap 'rm -rf -- "$folder"' EXIT
@@ -20,21 +35,27 @@ build_in() {
     mkdir -p "$1"
     git -C "$root" archive HEAD | tar -xC "$1"
     cd "$1"
-    cmake --preset linux -DOSTREL_BUILD_TESTS=OFF -DOSTREL_BUILD_EXAMPLES=OFF
-    cmake --build --preset linux
-    cd build/linux && cpack -B packages
+    cmake --preset "$preset" -DOSTREL_BUILD_TESTS=OFF -DOSTREL_BUILD_EXAMPLES=OFF
+    cmake --build --preset "$preset"
+    cd "build/$preset" && cpack -G "$generator" -B packages
+}
+
+artefacts() {
+    find src tools packages -maxdepth 2 -type f \
+        \( -name 'libostrel.so.*.*' -o -name ostrelctl -o -name '*.dll' -o -name '*.dll.a' -o -name '*.deb' -o -name '*.zip' \)
 }
 
 compare() {
-    local file
-    for file in src/libostrel.so tools/ostrelctl/ostrelctl $(cd "${places[0]}/build/linux" && ls packages/*.deb); do
-        (cd "${places[0]}/build/linux" && sha256sum "$file")
-        cmp "${places[0]}/build/linux/$file" "${places[1]}/build/linux/$file"
-        ! grep -aF -e "$folder" -e "$root" -e "$HOME/" "${places[0]}/build/linux/$file" || return 1
-    done
+    local file files
+    files=$(cd "${places[0]}/build/$preset" && artefacts)
+    [[ -n $files ]] || die "nothing was built"
+    while read -r file; do
+        (cd "${places[0]}/build/$preset" && sha256sum "$file")
+        cmp "${places[0]}/build/$preset/$file" "${places[1]}/build/$preset/$file"
+        ! grep -aF -e "$folder" -e "$root" -e "$HOME/" "${places[0]}/build/$preset/$file" || return 1
+    done <<<"$files"
 }
 
-"$root/scripts/bootstrap.sh" build package
 log=$folder/log
 for place in "${places[@]}"; do
     step "build in ${place##*/}" build_in "$place"
