@@ -36,6 +36,8 @@ install(
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
 
+add_custom_target(uninstall COMMAND ${PROJECT_SOURCE_DIR}/scripts/uninstall.sh ${PROJECT_BINARY_DIR} VERBATIM)
+
 # On Windows every library that is not linked in travels beside ours: the host shares the loggers and the runtime.
 if(WIN32)
   foreach(library liblog4cplusU libstdc++-6 libgcc_s_seh-1 libwinpthread-1)

@@ -12,23 +12,41 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXE
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # CPack would put it before each of those below
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libostrel1)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+file(WRITE ${PROJECT_BINARY_DIR}/triggers "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/triggers)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}
- Reports which features of a product are used, if the user has agreed.")
+Reports which features of a product are used, if the user has agreed.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libostrel-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 # The C++ headers hand out Boost's shared pointer.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libostrel1 (= ${PROJECT_VERSION}), libboost-dev (>= 1.74)")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "${PROJECT_DESCRIPTION}, for builders of hosts
- Headers, and what CMake and pkg-config need to find the library.")
+Headers, and what CMake and pkg-config need to find the library.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ostrelctl)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Shows what the usage-statistics library would do
- Says whether usage would be reported for this user, which rule decides, and what would be sent.")
+Says whether usage would be reported for this user, which rule decides, and
+what would be sent.")
+
+# What Debian expects beside them; an install by hand leaves it out.
+ostrel_compress(CHANGELOG.md)
+foreach(component runtime development tools)
+  string(TOUPPER ${component} key)
+  install(
+    FILES ${PROJECT_SOURCE_DIR}/cmake/copyright
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${key}_PACKAGE_NAME}
+    COMPONENT ${component} EXCLUDE_FROM_ALL)
+  install(
+    FILES ${PROJECT_BINARY_DIR}/CHANGELOG.md.gz
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${key}_PACKAGE_NAME}
+    COMPONENT ${component} EXCLUDE_FROM_ALL RENAME changelog.gz)
+endforeach()
 include(CPack)
