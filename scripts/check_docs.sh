@@ -30,6 +30,8 @@ while (($#)); do
     esac
 done
 
+[[ $with_nginx == no ]] || "$root/scripts/bootstrap.sh" collector
+
 folder=$(mktemp -d)
 server=
 clean_up() {

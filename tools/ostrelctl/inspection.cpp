@@ -10,6 +10,8 @@
 #include "terminal.h"
 #include "toolkit/quillkit/strings.h"
 
+#include <algorithm>
+
 namespace ostrelctl {
 
 namespace {
@@ -17,6 +19,8 @@ namespace {
 using library::verdict_t;
 using quillkit::strings::utf16_to_utf8;
 using quillkit::strings::utf8_to_utf16;
+
+constexpr const char* filter_role = "event filter";
 
 /// In the place of the host's configuration service, so that the library's own code lays out the paths.
 class service_t final : public settor2::IProductLocations {
@@ -55,7 +59,7 @@ struct facts_t {
 
 machine_id_t find_machine_id(const std::optional<library::settings_paths_t>& paths) {
     if (!paths)
-        return {{}, "the system names no folder for settings", false};
+        return {{}, "HOME and XDG_DATA_HOME name no folder", false};
     if (std::wstring forced = library::forced_uuid(); !forced.empty())
         return {std::move(forced), "from NORVANE_FORCE_UUID", false};
     const auto stored = library::stored_uuid(paths->uuid.as_string());
@@ -164,11 +168,17 @@ void look_at_filter(inspection_t& found) {
                                    ? library::event_filter_path()
                                    : kiln2::path_t(utf8_to_utf16(found.subject.filter));
     if (!path.is_empty())
-        found.files.push_back(look_at_file("event filter", path, true));
+        found.files.push_back(look_at_file(filter_role, path, true));
     found.events = library::load_enabled_events(path);
 }
 
 } // namespace
+
+const file_t* filter_of(const inspection_t& found) {
+    const auto filter = std::find_if(found.files.begin(), found.files.end(),
+                                     [](const file_t& file) { return file.role == filter_role; });
+    return filter == found.files.end() ? nullptr : &*filter;
+}
 
 std::string mask_password(const std::string& url) {
     const std::size_t at = url.rfind('@');

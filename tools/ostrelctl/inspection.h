@@ -68,6 +68,9 @@ struct inspection_t {
 /// Looks at everything. Reads files and environment and resolves one name; writes, creates and sends nothing.
 inspection_t inspect(const subject_t& subject);
 
+/// The event filter among the files; null when the host has none.
+const file_t* filter_of(const inspection_t& found);
+
 /// The text with whatever stands where a URL has its password replaced by "***".
 std::string mask_password(const std::string& url);
 

@@ -76,6 +76,8 @@ std::string status_json(const inspection_t& found) {
 
 std::string preview_json(const inspection_t& found, const std::vector<preview_t>& previews) {
     json_t document = head_of(found);
+    const file_t* const filter = filter_of(found);
+    document["filter"] = filter == nullptr ? json_t() : to_json(*filter);
     document["features"] = json_t::array();
     for (const preview_t& one : previews)
         document["features"].push_back({{"name", one.feature},

@@ -105,8 +105,8 @@ void add_subject(CLI::App& command, subject_t& subject) {
     command.add_option("--product-folder", subject.folder, "Folder with statistic/enabled_stat_events.xml")
         ->type_name("DIR");
     command.add_option("--filter", subject.filter, "Event filter to use in place of that one")
-        ->check(CLI::ExistingFile)
-        ->type_name("");
+        ->check(CLI::ExistingFile.description(""))
+        ->type_name("FILE");
 }
 
 /// @return the function of the chosen command
@@ -123,9 +123,9 @@ int (*parse(CLI::App& app, request_t& request, int count, char** arguments))(con
         ->type_name("TEXT");
     preview.add_option("NAME", request.features, "Names of features")->required()->type_name("");
     CLI::App& consent = *app.add_subcommand("consent", "Show the shared answer, or record another one");
-    consent.add_option("ANSWER", request.answer, "yes or no")
-        ->check(CLI::IsMember({"yes", "no"}))
-        ->type_name("");
+    consent.add_option("ANSWER", request.answer, "The answer to record")
+        ->check(CLI::IsMember({"yes", "no"}).description(""))
+        ->type_name("yes|no");
     for (CLI::App* const command : {&status, &preview, &consent})
         command->add_flag("--json", request.wants_json, "Print JSON");
     app.parse(count, arguments);

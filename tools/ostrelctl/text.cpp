@@ -61,6 +61,15 @@ std::string events(const inspection_t& found) {
     return text;
 }
 
+// A host would say nothing, and send only the names that need no filter.
+std::string fault_of_filter(const inspection_t& found) {
+    const file_t* const filter = filter_of(found);
+    if (filter == nullptr || filter->state == "readable")
+        return {};
+    return "(The event filter is " + filter->state +
+           ", so that it lists nothing: " + printable(filter->path) + ")\n";
+}
+
 std::string days(const days_t& days) {
     const std::string stored = std::to_string(days.stored.size());
     return "\nDays of use:\n" +
@@ -106,7 +115,7 @@ std::string text_report_t::preview(const inspection_t& found, const std::vector<
                 "\n";
     if (found.machine_id.is_new && found.would_report())
         text += "(NEW-MACHINE-ID stands for the id that a host makes when it runs first.)\n";
-    return text;
+    return text + fault_of_filter(found);
 }
 
 std::string text_report_t::consent(const consent_report_t& report) const {
