@@ -70,7 +70,9 @@ esac
 log=build/package.log
 step "packages (log in $log)" make_packages
 for package in build/package/*.deb; do
-    echo "  ${package##*/}: $(dpkg-deb -f "$package" Depends)"
+    depends=$(dpkg-deb -f "$package" Depends)
+    echo "  ${package##*/}: $depends"
+    [[ -n $depends ]] || die "CPack has found no dependencies (see $log)"
     files_of "$package" | sed 's/^/    /'
 done
 [[ ${1-} != --build-only ]] || exit 0

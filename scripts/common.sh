@@ -28,6 +28,7 @@ step() {
 missing_packages() {
     local package
     for package in "$@"; do
-        [[ $(dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null) == *installed* ]] || echo "$package"
+        # A line for each architecture; "not-installed" is what one says that others merely mention.
+        dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || echo "$package"
     done
 }
