@@ -36,7 +36,9 @@ install(
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
 
-add_custom_target(uninstall COMMAND ${PROJECT_SOURCE_DIR}/scripts/uninstall.sh ${PROJECT_BINARY_DIR} VERBATIM)
+if(PROJECT_IS_TOP_LEVEL) # another project's tree keeps its own record of what it installed
+  add_custom_target(uninstall COMMAND ${PROJECT_SOURCE_DIR}/scripts/uninstall.sh ${PROJECT_BINARY_DIR} VERBATIM)
+endif()
 
 # On Windows every library that is not linked in travels beside ours: the host shares the loggers and the runtime.
 if(WIN32)
