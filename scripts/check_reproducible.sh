@@ -41,7 +41,7 @@ build_in() {
 }
 
 artefacts() {
-    find src tools packages -maxdepth 2 -type f \
+    find . -maxdepth 3 -type f -not -path "*/_CPack_Packages/*" \
         \( -name 'libostrel.so.*.*' -o -name ostrelctl -o -name '*.dll' -o -name '*.dll.a' -o -name '*.deb' -o -name '*.zip' \)
 }
 

@@ -33,7 +33,7 @@ TEST_F(pellar_accessor, every_operation_runs_its_tool_with_its_arguments) {
         EXPECT_EQ(texts_t(lines.begin(), end), first_lines);
         EXPECT_EQ(texts_t(end + 2, lines.end()), last_lines) << "behind location and command line";
         log.clear();
-        fs::remove(profile.folder() / "record");
+        remove_when_free(profile.folder() / "record");
     };
     const texts_t waited{"I pellar return code=0"};
     const texts_t statistic{"I aggregated_file=" + path, "I tool=0", "I sync=1"};
@@ -78,7 +78,7 @@ TEST_F(pellar_accessor, outcomes_mean_what_each_operation_makes_of_them) {
     profile.set("OSTREL_DISABLE_PELLAR", "0");
     expect("switched off", false, true, true);
     profile.unset("OSTREL_DISABLE_PELLAR");
-    fs::remove_all(tools());
+    remove_when_free(tools());
     expect("no tool", false, false, false);
     for (const char* const name : tool_names)
         fs::create_directories(tools() / name);
@@ -111,7 +111,7 @@ TEST_F(pellar_accessor, situations_become_results_and_lines) {
     expect(pellar, 0, 0, {});
     profile.set("OSTREL_DISABLE_PELLAR", "");
     for (const char* const name : {"pellar.exe", "norvaneremotemon.exe"})
-        fs::remove(tools() / name);
+        remove_when_free(tools() / name);
     write_file(tools() / "pellar.exe", std::string("\0no program", 11));
     expect(pellar, an_error, -1, located("pellar.exe"), {"E CreateProcessW failed: "});
     fs::create_directories(tools() / "norvaneremotemon.exe");
@@ -147,9 +147,7 @@ TEST_F(pellar_accessor, detached_starts_return_while_the_tool_hangs) {
     EXPECT_TRUE(wait_for_runs(2));
     write_file(profile.folder() / "go", "");
     // Some systems keep a program's file while it runs, and with it the folder of this test.
-    std::error_code busy;
-    for (int tries = 0; tries < 6000 && fs::remove_all(tools(), busy) == std::uintmax_t(-1); ++tries)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    remove_when_free(tools());
 }
 
 TEST_F(pellar_accessor, the_check_for_updates_has_a_switch_of_its_own) {
@@ -207,7 +205,7 @@ TEST_F(pellar_accessor, the_machine_id_is_the_first_line_of_the_answer) {
 TEST_F(pellar_accessor, without_an_answer_the_machine_id_is_empty) {
     const auto expect = [this](std::size_t count, const std::string& last_but_one, const std::string& last) {
         log.clear();
-        fs::remove(profile.folder() / "record");
+        remove_when_free(profile.folder() / "record");
         EXPECT_EQ(bridge.get_uuid(), L"");
         const texts_t lines = logged();
         EXPECT_EQ(lines.back(), last);
@@ -223,7 +221,7 @@ TEST_F(pellar_accessor, without_an_answer_the_machine_id_is_empty) {
     profile.set("OSTREL_DISABLE_PELLAR", "1");
     expect(0, "I sync=1", "I return: uuid = ");
     profile.set("OSTREL_DISABLE_PELLAR", "");
-    fs::remove_all(tools());
+    remove_when_free(tools());
     expect(0, "E Failed to find pellar location", "I return: uuid = ");
     locations.temp_dir += L" missing";
     expect(0, "", "I return: empty string");

@@ -24,6 +24,13 @@ struct entry_t {
 };
 template struct entry_t<&accessor_t::invoke_pellar>;
 
+/// Removes a file or folder with everything in it once no tool runs there any more: Windows refuses before.
+inline void remove_when_free(const fs::path& path) {
+    std::error_code busy;
+    for (int tries = 0; tries < 6000 && fs::remove_all(path, busy) == std::uintmax_t(-1); ++tries)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+}
+
 /// Gives each test a profile with the three stand-ins in PELLAR_DIR, whose name holds a blank and a non-ASCII
 /// letter, no tool in the standard folder, and a service with an empty folder for exchange files.
 class pellar_test_t : public testing::Test {

@@ -28,6 +28,7 @@ public:
         static int count = 0;
         m_path = fs::temp_directory_path() /
                  ("ostrel-test-" + std::to_string(process_id()) + "-" + std::to_string(++count));
+        fs::remove_all(m_path); // of an earlier process with this number, which was killed
         fs::create_directories(m_path);
     }
     ~temporary_folder_t() {

@@ -78,6 +78,7 @@ protected:
         set_variable("OSTREL_COLLECTION_URL", "http://127.0.0.1:9/collect");
         set_variable("OSTREL_CORPORATE_DOMAIN", "localhost");
         set_variable("NORVANE_FORCE_FEEDBACK", "1");
+        fs::remove_all(folder); // of an earlier process with this number, which has left at once
         fs::create_directories(folder);
     }
     ~dll() override { fs::remove_all(folder); }
