@@ -72,7 +72,11 @@ std::string what_overrides_the_answer() {
 
 /// Records the answer as a host does. @return whether it is on file now
 bool record(const library::settings_paths_t& paths, bool agrees) {
-    kiln2::create_folders(paths.company_dir);
+    try {
+        kiln2::create_folders(paths.company_dir);
+    } catch (const std::exception&) {
+        return false; // why is for builders; which file it is about is said below
+    }
     library::write_consent(paths.virk.as_string(), agrees);
     return library::read_consent(paths.virk.as_string()) ==
            (agrees ? library::vsEnabled : library::vsDisabled);
@@ -83,7 +87,7 @@ int show_or_record_consent(const request_t& request) {
     if (!paths)
         throw std::runtime_error("no folder for settings: set HOME or XDG_DATA_HOME");
     if (!request.answer.empty() && !record(*paths, request.answer == "yes"))
-        throw std::runtime_error("the answer cannot be written: " +
+        throw std::runtime_error("the answer cannot be written; see that this user may create " +
                                  quillkit::strings::utf16_to_utf8(paths->virk.as_string()));
     const library::virk_state_t state = library::read_consent(paths->virk.as_string());
     const char* const answer = state == library::vsUnknown   ? "none"
