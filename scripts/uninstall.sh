@@ -11,7 +11,7 @@ Usage: ${0##*/} [BUILD_DIR]
 
 Removes the files that the last "cmake --install" from BUILD_DIR (build/linux)
 has put in place, and the folders of the prefix that are empty then. Folders
-of the system, as in /usr/local, stay. The target "uninstall" does the same.
+that the system comes with stay. The target "uninstall" does the same.
 END
 }
 
@@ -25,11 +25,11 @@ for file in "${files[@]}"; do
     [[ $file != */include/ostrel/ostrel.h ]] || prefix=${file%/include/ostrel/ostrel.h}
 done
 
-# Whether a folder is there for us alone.
+# Whether a folder goes once it is empty: each of a prefix of our own, of the system's those that it does not come with.
 is_ours() {
+    [[ $1/ == "$prefix"/* ]] || return
     case $prefix in
-    '' | /usr | /usr/local) [[ $1 =~ /(ostrel|kiln2|settor2)$ ]] ;;
-    *) [[ $1/ == "$prefix"/* ]] ;;
+    '' | /usr | /usr/local) [[ ! ${1#"$prefix"} =~ ^(|/(bin|include|lib|share|share/man))$ ]] ;;
     esac
 }
 

@@ -11,7 +11,6 @@
 #include <sys/wait.h>
 
 using namespace test_support;
-using texts_t = std::vector<std::string>;
 namespace fs = std::filesystem;
 
 namespace {
