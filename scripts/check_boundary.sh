@@ -4,7 +4,7 @@ set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 readonly root exports=$root/cmake/exports-linux.txt abi=$root/cmake/abi-linux.xml
-faults=0
+source "$root/scripts/common.sh"
 
 usage() {
     cat <<END
@@ -17,14 +17,6 @@ with cmake/abi-linux.xml.
   --update  write those two files anew, to be reviewed like any other change
   --help    print this text
 END
-}
-
-report() {
-    local lines
-    lines=$(cat)
-    [[ -n $lines ]] || return 0
-    printf '%s:\n%s\n' "$1" "$lines"
-    faults=1
 }
 
 # Kind and name of everything that is visible from outside.

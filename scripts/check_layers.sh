@@ -2,17 +2,8 @@
 # Keeps the rooms of the house apart: who may include whom, and where a foreign header or a system may be named.
 # Takes another tree to check as its argument.
 set -euo pipefail
+source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 cd -- "${1:-$(dirname -- "${BASH_SOURCE[0]}")/..}"
-faults=0
-
-# report TITLE: lines "file:number:text" that break a rule come in on standard input.
-report() {
-    local lines
-    lines=$(cat)
-    [[ -n $lines ]] || return 0
-    printf '%s:\n%s\n' "$1" "$lines"
-    faults=1
-}
 
 # only_in PLACES PATTERN TITLE: lines that match stand only in files that match.
 only_in() {

@@ -1,4 +1,5 @@
-# What the other scripts share: quiet steps and the list of missing packages. Sourced, not run.
+# What the other scripts share: quiet steps, the list of missing packages, and faults that are collected. Sourced, not
+# run.
 
 die() {
     echo "${0##*/}: $*" >&2
@@ -31,4 +32,14 @@ missing_packages() {
         # A line for each architecture; "not-installed" is what one says that others merely mention.
         dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || echo "$package"
     done
+}
+
+# report TITLE: the lines on standard input are faults of that kind; without any nothing is said.
+faults=0
+report() {
+    local lines
+    lines=$(cat)
+    [[ -n $lines ]] || return 0
+    printf '%s:\n%s\n' "$1" "$lines"
+    faults=1
 }

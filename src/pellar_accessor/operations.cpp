@@ -1,8 +1,8 @@
 // The bridge's operations: a command line each, and what its outcome means.
 #include "ostrel/pellar_accessor.h"
 
+#include "pellar_accessor/disabling_switch.h"
 #include "pellar_accessor/log.h"
-#include "platform/environment.h"
 #include "platform/process.h"
 
 namespace OSTREL_NAMESPACE {
@@ -86,12 +86,7 @@ void pellar_accessor_impl_t::check_for_updates(const std::wstring& product_guid)
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): hosts link to it as it is
 bool pellar_accessor_impl_t::is_check_for_updates_enabled() const {
     OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"is_check_for_updates_enabled() const");
-    if (!ostrel_platform::is_variable_set(L"NORVANE_DISABLE_UPDATES_CHECK")) {
-        OSTREL_LOG(bridge_log, trace, L"Return 'true'");
-        return true;
-    }
-    OSTREL_LOG(bridge_log, trace, L"Return 'false' - NORVANE_DISABLE_UPDATES_CHECK is set");
-    return false;
+    return is_allowed_by(L"NORVANE_DISABLE_UPDATES_CHECK");
 }
 
 void pellar_accessor_impl_t::set_product_id(const product_id_t& product_id) {

@@ -1,9 +1,9 @@
 // Running a tool: whether, where, and what came of it.
 #include "ostrel/pellar_accessor.h"
 
+#include "pellar_accessor/disabling_switch.h"
 #include "pellar_accessor/log.h"
 #include "pellar_accessor/quote.h"
-#include "platform/environment.h"
 #include "settor2/product_locations.h"
 
 namespace OSTREL_NAMESPACE {
@@ -32,12 +32,7 @@ int run_and_wait(const ostrel_platform::command_t& command) {
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): hosts link to it as it is
 bool pellar_accessor_impl_t::is_pellar_call_allowed() const {
     OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"is_pellar_call_allowed() const");
-    if (!ostrel_platform::is_variable_set(L"OSTREL_DISABLE_PELLAR")) {
-        OSTREL_LOG(bridge_log, trace, L"Return 'true'");
-        return true;
-    }
-    OSTREL_LOG(bridge_log, trace, L"Return 'false' - OSTREL_DISABLE_PELLAR is set");
-    return false;
+    return is_allowed_by(L"OSTREL_DISABLE_PELLAR");
 }
 
 int pellar_accessor_impl_t::invoke_pellar(pellar_tool_t tool, const std::vector<std::wstring>& arguments,
