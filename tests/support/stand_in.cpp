@@ -2,16 +2,41 @@
 #include "support/system.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <thread>
 
 namespace fs = std::filesystem;
 
+namespace {
+
+/// Whose session, which descriptors, and the signals that are blocked or ignored, as Linux tells it.
+std::string inheritance() {
+    std::string process, other, session, result;
+    std::ifstream("/proc/self/stat") >> process >> other >> other >> other >> other >> session;
+    result = session == process ? "own session" : "host's session";
+    for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+        std::error_code closed;
+        const fs::path target = fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor), closed);
+        result += closed ? "" : " " + target.string();
+    }
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.rfind("SigBlk:", 0) == 0 || line.rfind("SigIgn:", 0) == 0)
+            result += " " + line.substr(line.size() - 7); // above, the C library keeps some to itself
+    return result;
+}
+
+} // namespace
+
 int main(int argc, char** argv) {
-    const auto variable = [](const char* name) { return test_support::get_variable(name).value_or(""); };
+    const auto variable = [](const char* name) {
+        const char* const value = std::getenv(name);
+        return std::string(value == nullptr ? "" : value);
+    };
     const auto arguments = test_support::utf8_arguments(argc, argv);
     const std::string action = variable("STAND_IN_ACTION");
-    std::string line = action == "probe" ? test_support::inheritance() : "";
+    std::string line = action == "probe" ? inheritance() : "";
     for (const std::string& argument : arguments)
         line += "[" + argument + "]";
     // One write a run, so that runs at the same time do not mix.

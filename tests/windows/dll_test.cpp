@@ -9,6 +9,7 @@
 #include <psapi.h>
 #include <tlhelp32.h>
 
+#include <boost/dll/shared_library.hpp>
 #include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -18,28 +19,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class library_t {
-public:
-    library_t() : m_module(::LoadLibraryA(OSTREL_DLL)) {
-        load(create, "ostrel_create_statistic");
-        load(destroy, "ostrel_destroy_statistic");
-        load(notify, "ostrel_notify_feature_usage");
-    }
-    ~library_t() { ::FreeLibrary(m_module); }
-    library_t(const library_t&) = delete;
-    library_t& operator=(const library_t&) = delete;
-
-    decltype(&ostrel_create_statistic) create;
-    decltype(&ostrel_destroy_statistic) destroy;
-    decltype(&ostrel_notify_feature_usage) notify;
-
-private:
-    template <class Function>
-    void load(Function*& function, const char* name) {
-        function = reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(m_module, name)));
-    }
-
-    HMODULE m_module;
+struct library_t {
+    boost::dll::shared_library file{OSTREL_DLL, boost::dll::load_mode::search_system_folders};
+    decltype(ostrel_create_statistic)& create =
+        file.get<decltype(ostrel_create_statistic)>("ostrel_create_statistic");
+    decltype(ostrel_destroy_statistic)& destroy =
+        file.get<decltype(ostrel_destroy_statistic)>("ostrel_destroy_statistic");
+    decltype(ostrel_notify_feature_usage)& notify =
+        file.get<decltype(ostrel_notify_feature_usage)>("ostrel_notify_feature_usage");
 };
 
 struct resources_t {
@@ -82,7 +69,8 @@ protected:
     }
     ~dll() override { fs::remove_all(folder); }
 
-    fs::path folder = fs::temp_directory_path() / ("ostrel-dll-test-" + std::to_string(process_id()));
+    fs::path folder =
+        fs::temp_directory_path() / ("ostrel-dll-test-" + std::to_string(::GetCurrentProcessId()));
     local_app_data_t data{folder};
 };
 
