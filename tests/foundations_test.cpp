@@ -69,17 +69,17 @@ TEST(datetime, now_is_the_system_clock_in_utc) {
 }
 
 TEST(datetime, only_a_readable_file_has_a_time) {
-    const temporary_folder_t folder;
-    const fs::path file = folder.path() / fs::u8path(u8"\u00e9 \u4e2d.txt");
+    const profile_t profile;
+    const fs::path file = profile.folder() / fs::u8path(u8"\u00e9 \u4e2d.txt");
     EXPECT_FALSE(datetime_t::file_time(wide(file)).is_valid());
-    EXPECT_FALSE(datetime_t::file_time(wide(folder.path())).is_valid());
+    EXPECT_FALSE(datetime_t::file_time(wide(profile.folder())).is_valid());
     write_file(file, "");
     EXPECT_TRUE(datetime_t::file_time(wide(file)).is_valid());
 }
 
 TEST(filelock, one_of_two_holds_the_lock_until_it_lets_go_and_a_copy_believes_that_it_does_too) {
-    const temporary_folder_t folder;
-    const fs::path data = folder.path() / "data.xml", companion = folder.path() / "data.lock";
+    const profile_t profile;
+    const fs::path data = profile.folder() / "data.xml", companion = profile.folder() / "data.lock";
     {
         filelock_t first(wide(data)), second(wide(data));
         EXPECT_FALSE(first.is_locked() || fs::exists(companion));
@@ -100,7 +100,7 @@ TEST(filelock, one_of_two_holds_the_lock_until_it_lets_go_and_a_copy_believes_th
     write_file(companion, "left by a process that crashed");
     { EXPECT_FALSE(filelock_t(wide(data)).lock()); }
     EXPECT_EQ(read_file(companion), "left by a process that crashed");
-    EXPECT_FALSE(filelock_t(wide(folder.path() / "missing" / "data.xml")).lock());
+    EXPECT_FALSE(filelock_t(wide(profile.folder() / "missing" / "data.xml")).lock());
 }
 
 TEST(trace, scopes_are_enclosed_also_on_the_way_of_an_exception_and_levels_that_are_off_build_nothing) {

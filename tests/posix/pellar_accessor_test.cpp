@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,6 +22,7 @@ std::ptrdiff_t entries(const char* folder) {
 }
 
 std::atomic<int> alarms{0};
+fs::path go;
 
 } // namespace
 
@@ -90,23 +92,19 @@ TEST_F(pellar_processes, a_remote_session_starts_nothing_and_says_nothing) {
 
 TEST_F(pellar_processes, a_wait_survives_the_hosts_signals) {
     profile.set("STAND_IN_ACTION", "wait");
-    profile.set("STAND_IN_UNTIL", (profile.folder() / "go").string());
+    profile.set("STAND_IN_UNTIL", (go = profile.folder() / "go").string());
     profile.set("STAND_IN_EXIT", "5");
-    alarms = 0;
     struct sigaction action {};
-    action.sa_handler = [](int) { ++alarms; }; // without SA_RESTART: waits are interrupted
-    ::sigaction(SIGUSR2, &action, nullptr);
-    std::thread disturber([this, waiting = ::pthread_self()] {
-        wait_for_runs(1);
-        while (alarms < 20) {
-            ::pthread_kill(waiting, SIGUSR2);
-            std::this_thread::yield();
-        }
-        write_file(profile.folder() / "go", "");
-    });
+    action.sa_handler = [](int) { // without SA_RESTART: waits are interrupted
+        if (++alarms == 200)
+            ::close(::creat(go.c_str(), 0600));
+    };
+    ::sigaction(SIGALRM, &action, nullptr);
+    const itimerval often{{0, 1000}, {0, 1000}}, never{};
+    ::setitimer(ITIMER_REAL, &often, nullptr);
     EXPECT_EQ(invoke(pellar, {}, true), 5);
-    disturber.join();
-    std::signal(SIGUSR2, SIG_DFL);
+    ::setitimer(ITIMER_REAL, &never, nullptr);
+    std::signal(SIGALRM, SIG_DFL);
 }
 
 TEST_F(pellar_processes, a_host_that_ignores_its_children_loses_exit_codes_only) {

@@ -23,39 +23,19 @@ inline texts_t operator+(texts_t left, const texts_t& right) {
     return left;
 }
 
-/// Removes itself with everything in it.
-class temporary_folder_t {
-public:
-    temporary_folder_t() {
-        static int count = 0;
-        m_path = fs::temp_directory_path() / ("ostrel-test-" + std::to_string(ostrel_platform::process_id()) +
-                                              "-" + std::to_string(++count));
-        fs::create_directories(m_path);
-    }
-    ~temporary_folder_t() {
-        std::error_code ignored;
-        fs::remove_all(m_path, ignored);
-    }
-
-    const fs::path& path() const { return m_path; }
-
-private:
-    fs::path m_path;
-};
-
 /// Starts with every variable of the library and of proxies unset, an empty data folder whose name has a
 /// blank and a non-ASCII letter, and a resolver that knows no host. One lives at a time; what it sets the
 /// next one unsets.
 class profile_t {
 public:
     profile_t() {
+        fs::create_directories(local_app_data());
         for (const char* const name :
              {"NORVANE_STATISTICS_DISABLE", "NORVANE_DONOTSEND_FEEDBACK", "NORVANE_DISABLE_FEEDBACK",
               "NORVANE_FORCE_FEEDBACK", "NORVANE_FORCE_UUID", "NORVANE_DISABLE_UPDATES_CHECK",
               "OSTREL_DISABLE_PELLAR", "PELLAR_DIR", "OSTREL_COLLECTION_URL", "OSTREL_CORPORATE_DOMAIN",
               "XRDP_SESSION", "http_proxy", "https_proxy", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"})
             unset(name);
-        fs::create_directories(local_app_data());
         asked_names.clear();
         answer_with({ostrel_platform::resolution_t::unknown_host, {}});
         OSTREL_NAMESPACE::replace_resolver([](const std::string& name) {
@@ -63,14 +43,18 @@ public:
             return resolver_answer;
         });
     }
-    ~profile_t() { OSTREL_NAMESPACE::replace_resolver(nullptr); }
+    ~profile_t() {
+        OSTREL_NAMESPACE::replace_resolver(nullptr);
+        std::error_code ignored;
+        fs::remove_all(m_folder, ignored);
+    }
 
     static void set(const std::string& name, const std::optional<std::string>& value) {
         set_variable(name, value);
     }
     static void unset(const std::string& name) { set_variable(name, std::nullopt); }
 
-    fs::path folder() const { return m_folder.path(); }
+    const fs::path& folder() const { return m_folder; }
     fs::path local_app_data() const { return folder() / fs::u8path(u8"data \u00e9"); }
     fs::path company() const { return local_app_data() / "Norvane Corporation"; }
     fs::path virk() const { return company() / "virk"; }
@@ -86,7 +70,10 @@ public:
 private:
     static inline ostrel_platform::host_addresses_t resolver_answer;
     static inline texts_t asked_names;
-    temporary_folder_t m_folder;
+    static inline int count = 0;
+    const fs::path m_folder =
+        fs::temp_directory_path() /
+        ("ostrel-test-" + std::to_string(ostrel_platform::process_id()) + "-" + std::to_string(++count));
     local_app_data_t m_local_app_data{local_app_data()};
 };
 

@@ -91,16 +91,6 @@ std::string fork_and_wait() {
                              : "signal " + std::to_string(WTERMSIG(status));
 }
 
-void work(int index, statistic_handle_t* common) {
-    ostrel_notify_feature_usage(common, "run.storm"); // the first of the day for all threads at once
-    ostrel_should_ask_user_consent(common);
-    ostrel_set_statistic_collection_enabled(common, index % 4 != 0);
-    statistic_t::get()->notify_feature_usage(L"run.storm");
-    statistic_handle_t* const own = ostrel_create_statistic("storm", "1.0");
-    ostrel_notify_feature_usage(own, "run.storm");
-    ostrel_destroy_statistic(own);
-}
-
 void storm() {
     statistic_handle_t* const common = ostrel_create_statistic("storm", "1.0");
     std::atomic<int> waiting{8};
@@ -109,7 +99,13 @@ void storm() {
         threads.emplace_back([&, index] {
             for (--waiting; waiting.load() > 0;)
                 std::this_thread::yield();
-            work(index, common);
+            ostrel_notify_feature_usage(common, "run.storm"); // the first of the day for all threads at once
+            ostrel_should_ask_user_consent(common);
+            ostrel_set_statistic_collection_enabled(common, index % 4 != 0);
+            statistic_t::get()->notify_feature_usage(L"run.storm");
+            statistic_handle_t* const own = ostrel_create_statistic("storm", "1.0");
+            ostrel_notify_feature_usage(own, "run.storm");
+            ostrel_destroy_statistic(own);
         });
     for (auto& thread : threads)
         thread.join();

@@ -1,6 +1,5 @@
 // What only Windows has: its proxy settings, registry, shared files, command lines and sessions.
 #include "foundations/trace.h"
-#include "http_connector/http_connector.h"
 #include "http_connector/proxy_discovery.h"
 #include "ostrel/datetime.h"
 #include "ostrel/ostrel.h"
@@ -10,7 +9,6 @@
 #include "platform/folders.h"
 #include "platform/os_name.h"
 #include "platform/utf.h"
-#include "support/collector.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
 
@@ -159,20 +157,6 @@ TEST_F(windows, proxies_come_from_the_browser_discovery_the_machine_and_only_the
         EXPECT_EQ(candidates, row.expected);
         EXPECT_EQ(discovery_calls, texts_t{"http://c/\u00e9 1 3 1"});
     }
-}
-
-TEST_F(windows, hits_go_through_the_machines_proxy_once_the_browsers_has_failed) {
-    const collector_t browser([](const request_t&) { return 502U; });
-    const collector_t machine;
-    set_browser_proxy("127.0.0.1:" + std::to_string(browser.port()));
-    set_machine_proxy(3, "127.0.0.1:" + std::to_string(machine.port()));
-    {
-        http_connector_t connector("http://collector.example/collect");
-        connector.send("1");
-        connector.send("2");
-    }
-    EXPECT_EQ(browser.bodies(), texts_t{"1"});
-    EXPECT_EQ(machine.bodies(), (texts_t{"1", "2"}));
 }
 
 TEST_F(windows, the_product_name_is_a_text_of_at_most_255_characters_or_none) {
