@@ -226,7 +226,9 @@ TEST_F(statistic, many_threads_share_the_object_and_every_report_arrives) {
 TEST_F(statistic, the_slots_keep_their_order) {
     // In the ABI that all our compilers share, a pointer to a virtual member is its place in the table.
     const auto is_at = [](std::size_t slot, auto member) {
-        return std::memcmp(&(slot = slot * sizeof(void*) + 1), &member, sizeof slot) == 0;
+        std::size_t place = 0;
+        std::memcpy(&place, &member, sizeof place);
+        return place == slot * sizeof(void*) + 1;
     };
     using type = statistic_t;
     EXPECT_TRUE(is_at(2, &type::reserved_slot_1) && is_at(3, &type::get_uuid) &&
