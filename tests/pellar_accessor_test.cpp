@@ -75,6 +75,7 @@ TEST_F(pellar_accessor, outcomes_mean_what_each_operation_makes_of_them) {
     EXPECT_TRUE(bridge.send_file(wide(profile.folder() / "missing"), false)) << "sent once the tool ran";
     fs::remove_all(tools());
     expect("no tool", false, false, false);
+    EXPECT_FALSE(bridge.send_file(wide(profile.folder() / "missing"), false));
 }
 
 TEST_F(pellar_accessor, situations_become_results_and_lines) {
