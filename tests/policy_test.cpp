@@ -8,6 +8,7 @@
 #include "support/profile.h"
 
 #include <gtest/gtest.h>
+#include <map>
 #include <regex>
 #include <set>
 
@@ -37,32 +38,30 @@ bool is_fresh(const std::wstring& id) {
     return std::regex_match(id, std::wregex(L"[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}"));
 }
 
-class policy : public testing::Test {
-protected:
-    static std::wstring id_in_use() { return statistic_impl_ga_t(L"product", L"1").get_uuid(); }
-
-    profile_t profile;
-    const fs::path uuid_file = profile.statistic_dir() / "uuid.xml";
-};
+std::wstring id_in_use() {
+    return statistic_impl_ga_t(L"product", L"1").get_uuid();
+}
 
 } // namespace
 
-TEST_F(policy, a_fresh_machine_id_is_random_in_every_digit) {
-    EXPECT_EQ(format_uuid({0x3F, 0x2A, 0x0C, 0x91, 0x7B, 0x44, 0xE0, 0x12, 0x9C, 0x5D, 0x0A, 0x1B, 0x2C, 0x3D,
-                           0x4E, 0xFF}),
-              L"3F2A0C91-7B44-E012-9C5D-0A1B2C3D4EFF");
+TEST(policy, a_fresh_machine_id_is_random_in_every_digit) {
     std::vector<std::set<wchar_t>> digits(36);
+    int repetitions = 0; // of the first byte in the second
     for (int i = 0; i < 1000; ++i) {
         const std::wstring id = generate_uuid();
         ASSERT_TRUE(is_fresh(id));
         for (std::size_t place = 0; place < id.size(); ++place)
             digits[place].insert(id[place]);
+        repetitions += id.substr(0, 2) == id.substr(2, 2) ? 1 : 0;
     }
     for (const auto& seen : digits)
         EXPECT_TRUE(seen.size() == 16 || seen == std::set<wchar_t>{L'-'});
+    EXPECT_LT(repetitions, 100);
 }
 
-TEST_F(policy, a_machine_id_is_forced_or_stored_or_made_and_a_damaged_file_silences) {
+TEST(policy, a_machine_id_is_forced_or_stored_or_made_and_a_damaged_file_silences) {
+    const profile_t profile;
+    const fs::path uuid_file = profile.statistic_dir() / "uuid.xml";
     profile.set("NORVANE_FORCE_UUID", "caf\xC3\xA9");
     EXPECT_EQ(id_in_use(), L"caf\u00e9");
     EXPECT_FALSE(fs::exists(uuid_file));
@@ -76,20 +75,16 @@ TEST_F(policy, a_machine_id_is_forced_or_stored_or_made_and_a_damaged_file_silen
                                         std::string(fresh.begin(), fresh.end()) + "</UUID>\n</bag>\n");
     const std::pair<std::string, std::wstring> cases[] = {
         {"<bag><UUID>any form \xC3\xA9</UUID></bag>", L"any form \u00e9"},
-        {"<bag/>", L""},
         {"<bag><uuid>3F2A0C91</uuid></bag>", L""},
         {"<bag><UUID type=\"int\">5</UUID></bag>", L""},
         {"<bag><UUID><UUID>nested</UUID></UUID></bag>", L""},
-        {"", L"new"},
         {"<bag><UUID>3F", L"new"},
-        {std::string("\0\xFF\x7F", 3), L"new"},
         {"<other><UUID>i</UUID></other>", L"new"},
     };
     for (const auto& [content, id] : cases) { // "new" stands for one that is made and stored
         write_file(uuid_file, content);
         const std::wstring used = id_in_use();
-        EXPECT_TRUE(id == L"new" ? is_fresh(used) : used == id) << content;
-        EXPECT_TRUE(id == L"new" || read_file(uuid_file) == content);
+        EXPECT_TRUE(id == L"new" ? is_fresh(used) : used == id && read_file(uuid_file) == content) << content;
         EXPECT_EQ(id_in_use(), used);
     }
     fs::remove(uuid_file);
@@ -98,23 +93,22 @@ TEST_F(policy, a_machine_id_is_forced_or_stored_or_made_and_a_damaged_file_silen
     EXPECT_TRUE(is_fresh(not_stored) && id_in_use() != not_stored);
 }
 
-TEST_F(policy, a_disabling_switch_of_any_value_wins_over_the_forcing_one_and_answers_for_the_user) {
+TEST(policy, a_disabling_switch_of_any_value_wins_over_the_forcing_one_and_answers_for_the_user) {
     const std::string statistics = "NORVANE_STATISTICS_DISABLE", dont = "NORVANE_DONOTSEND_FEEDBACK",
                       disable = "NORVANE_DISABLE_FEEDBACK", force = "NORVANE_FORCE_FEEDBACK";
     const std::tuple<std::map<std::string, std::string>, int, std::string, int> cases[] = {
         {{{statistics, ""}, {dont, ""}, {disable, ""}, {force, ""}}, 0, "evsEnabled'", 0},
         {{{force, "no"}}, 1, "evsEnabledForced' - " + force + " is set", 1},
-        {{{statistics, "0"}}, 3, "evsDisabled' - " + statistics + " is set", 2},
         {{{dont, "false"}}, 3, "evsDisabled' - " + dont + " is set", 2},
         {{{disable, " "}, {force, "1"}}, 3, "evsDisabled' - " + disable + " is set", 2},
         {{{disable, "1"}, {dont, "1"}}, 3, "evsDisabled' - " + dont + " is set", 2},
         {{{dont, "1"}, {statistics, "1"}}, 3, "evsDisabled' - " + statistics + " is set", 2},
     };
-    const statistic_impl_ga_t statistic(L"product", L"1");
     for (const auto& [variables, state, decision, consent] : cases) {
-        profile_t own;
+        const profile_t profile;
+        const statistic_impl_ga_t statistic(L"product", L"1");
         for (const auto& [name, value] : variables)
-            own.set(name, value);
+            profile.set(name, value);
         log_capture_t capture;
         EXPECT_EQ(statistic_impl_t::get_env_vars_state(), state);
         EXPECT_EQ(capture.texts(), switches(decision));
@@ -129,14 +123,15 @@ TEST_F(policy, a_disabling_switch_of_any_value_wins_over_the_forcing_one_and_ans
     }
 }
 
-TEST_F(policy, only_the_first_word_of_the_consent_file_counts_and_no_more_of_it_is_read) {
+TEST(policy, only_the_first_word_of_the_consent_file_counts_and_no_more_of_it_is_read) {
+    const profile_t profile;
     const statistic_impl_ga_t statistic(L"product", L"1");
     log_capture_t capture;
     EXPECT_EQ(statistic.get_consent_state(), 0);
     EXPECT_EQ(capture.texts(), unanswered);
-    const texts_t contents[] = {{"1", " \t\r\n1\n", "1 0", std::string(5000, '\n') + "1 "},
-                                {"0", "01", "10", "", " \n", std::string("1\0", 2), std::string(1 << 20, '1'),
-                                 "1.0", "true", "0 1", "\xEF\xBB\xBF\x31"}};
+    const texts_t contents[] = {
+        {"1", " \t\r\n1\n", "1 0", std::string(5000, '\n') + "1 "},
+        {"0", "01", "10", "", " \n", std::string("1\0", 2), "1.0", "0 1", "\xEF\xBB\xBF\x31"}};
     for (const int state : {1, 2})
         for (const std::string& content : contents[state - 1]) {
             write_file(profile.virk(), content);
@@ -150,10 +145,9 @@ TEST_F(policy, only_the_first_word_of_the_consent_file_counts_and_no_more_of_it_
     EXPECT_FALSE(consent_word_t().take("1 ") || consent_word_t().take("no"));
 }
 
-TEST_F(policy, the_first_rule_that_fires_decides) {
-    const host_addresses_t unknown{resolution_t::unknown_host, {}};
-    const host_addresses_t failed{resolution_t::failed, {}};
-    const host_addresses_t no_ipv4{resolution_t::resolved, {}};
+TEST(policy, the_first_rule_that_fires_decides) {
+    const host_addresses_t unknown{resolution_t::unknown_host, {}}, failed{resolution_t::failed, {}},
+        no_ipv4{resolution_t::resolved, {}};
     const host_addresses_t inside{resolution_t::resolved, {{{192, 0, 2, 1}}, {{10, 1, 2, 3}}}};
     const host_addresses_t outside{resolution_t::resolved,
                                    {{{172, 16, 0, 1}}, {{192, 168, 0, 1}}, {{100, 10, 10, 10}}}};
@@ -185,17 +179,17 @@ TEST_F(policy, the_first_rule_that_fires_decides) {
         {"i", "no", unknown, std::nullopt, false, no_switch + unanswered, 1},
     };
     for (const auto& [id, variable, answer, virk, enabled, lines, lookups] : cases) {
-        profile_t own;
-        own.set("NORVANE_FORCE_UUID", id);
+        const profile_t profile;
+        profile.set("NORVANE_FORCE_UUID", id);
         if (id.empty())
-            write_file(own.statistic_dir() / "uuid.xml", "<bag/>");
-        own.set(variable, "1");
-        own.set("OSTREL_CORPORATE_DOMAIN", "corp.example");
-        own.answer_with(answer);
+            write_file(profile.statistic_dir() / "uuid.xml", "<bag/>");
+        profile.set(variable, "1");
+        profile.set("OSTREL_CORPORATE_DOMAIN", "corp.example");
+        profile.answer_with(answer);
         if (virk)
-            write_file(own.virk(), *virk);
+            write_file(profile.virk(), *virk);
         const statistic_impl_ga_t statistic(L"product", L"1");
-        EXPECT_EQ(own.resolved_names(), texts_t(lookups, "corp.example"));
+        EXPECT_EQ(profile.resolved_names(), texts_t(lookups, "corp.example"));
         const log_capture_t capture;
         EXPECT_EQ(statistic.is_enabled(), enabled);
         EXPECT_EQ(capture.texts(), traced("bool ostrel_1_5_6::statistic_impl_t::is_enabled() const", lines));

@@ -249,7 +249,7 @@ def storm(full):
     with Peer() as peer, Profile() as profile, Host(profile, peer.url) as host:
         for _ in range(rounds):  # a fresh list of days for each, so that eight threads record the first one
             profile.settings("storm").joinpath("last_active_dates.xml").unlink(missing_ok=True)
-            host.tell("storm 1")
+            host.tell("storm")
         host.end()
         return f"{rounds} rounds of 8 threads; {len(peer.bodies)} hits arrived over {peer.connections} connections"
 

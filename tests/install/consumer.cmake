@@ -1,51 +1,118 @@
-# Installs the library, and builds and runs the example hosts as strangers would: with CMake, with pkg-config, and
-# with the sources in their own tree.
+# Installs the library, on Windows from the package, and builds and runs the example hosts as strangers would: with
+# CMake, without it, and with the sources in their own tree.
 cmake_minimum_required(VERSION 3.25)
 
-include(${CMAKE_CURRENT_LIST_DIR}/common.cmake)
+function(run)
+  execute_process(COMMAND ${ARGV} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT status EQUAL 0)
+    fail("${ARGV}\n${output}")
+  endif()
+endfunction()
 
-# Component by component: what somebody has installed from this build by hand stays on record.
-foreach(component runtime development tools)
-  run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${folder}/prefix" --component ${component})
-  file(READ "${BUILD_DIR}/install_manifest_${component}.txt" installed)
-  file(APPEND "${folder}/install_manifest.txt" "${installed}\n")
+function(fail text)
+  cleanup()
+  message(FATAL_ERROR "${text}")
+endfunction()
+
+function(cleanup)
+  if(WINDOWS)
+    execute_process(COMMAND ${emulator} --end)
+  endif()
+  file(REMOVE_RECURSE "${folder}")
+endfunction()
+
+function(expect_file path content)
+  file(READ "${path}" found)
+  if(NOT found MATCHES "${content}")
+    fail("'${path}' holds '${found}' instead of '${content}'")
+  endif()
+endfunction()
+
+function(build_project name)
+  run(${CMAKE_COMMAND} -S "${folder}/${name}" -B "${folder}/${name} build" -G "${GENERATOR}" ${options} ${options_of_${name}}
+      "-DCMAKE_PREFIX_PATH=${folder}/prefix" "-DCMAKE_C_COMPILER=${C_COMPILER}"
+      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}")
+  run(${CMAKE_COMMAND} --build "${folder}/${name} build")
+endfunction()
+
+set(temporary "$ENV{TMPDIR}")
+if(NOT temporary)
+  set(temporary /tmp)
+endif()
+string(RANDOM LENGTH 8 unique)
+set(folder "${temporary}/ostrel consumer ${unique}")
+set(data "${folder}/data")
+file(COPY "${SOURCE_DIR}/examples/" DESTINATION "${folder}")
+
+# Nobody listens there: what is tried here is whether the program finds its library and does its work.
+set(ENV{OSTREL_COLLECTION_URL} http://127.0.0.1:9/collect)
+set(ENV{OSTREL_CORPORATE_DOMAIN} localhost)
+set(ENV{XDG_DATA_HOME} "${data}")
+foreach(switch STATISTICS_DISABLE DONOTSEND_FEEDBACK DISABLE_FEEDBACK FORCE_FEEDBACK FORCE_UUID)
+  unset(ENV{NORVANE_${switch}})
 endforeach()
-file(GLOB_RECURSE library "${folder}/prefix/libostrel.so")
-cmake_path(GET library PARENT_PATH libraries)
-foreach(host c_host cpp_host logging_host)
-  build_consumer(${host})
-endforeach()
 
-# Without CMake.
-set(ENV{PKG_CONFIG_PATH} "${libraries}/pkgconfig")
-run(sh -c "cd '${folder}' && eval \"set -- $(pkg-config --cflags --libs ostrel)\" && \
-    '${C_COMPILER}' $CFLAGS -o plain_c c_host/main.c \"$@\" '-Wl,-rpath,${libraries}' && \
-    '${CXX_COMPILER}' $CXXFLAGS -std=c++17 -o plain_cpp cpp_host/*.cpp \"$@\" '-Wl,-rpath,${libraries}'")
-
-# With the library's sources inside the consumer's tree.
-file(WRITE "${folder}/whole/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)
+if(WINDOWS)
+  set(hosts c_host cpp_host)
+  set(programs "c_host build/c_host.exe" plain_c.exe "cpp_host build/cpp_host.exe")
+  set(emulator "${SOURCE_DIR}/scripts/wine.sh")
+  set(ENV{OSTREL_WINE_PREFIX} "${folder}/wine")
+  set(ENV{OSTREL_DLL_DIR} "${folder}/prefix/bin")
+  run(${CMAKE_CPACK_COMMAND} --config "${BUILD_DIR}/CPackConfig.cmake" -B "${folder}/package")
+  file(GLOB package "${folder}/package/*.zip")
+  file(ARCHIVE_EXTRACT INPUT "${package}" DESTINATION "${folder}/unpacked")
+  file(GLOB unpacked "${folder}/unpacked/*")
+  file(RENAME "${unpacked}" "${folder}/prefix")
+  expect_file("${folder}/prefix/share/licenses/curl/copyright" "[Cc]opyright")
+  expect_file("${folder}/prefix/share/doc/ostrel/windows-hosts.md" "Windows")
+  # A host in C needs nothing but the package, one in C++ the headers of Boost as well.
+  set(options -DCMAKE_SYSTEM_NAME=Windows)
+  set(options_of_cpp_host "-DBoost_ROOT=${LIBRARIES}")
+  run("${C_COMPILER}" -I "${folder}/prefix/include" "${folder}/c_host/main.c" -L "${folder}/prefix/lib" -lostrel
+      -o "${folder}/plain_c.exe")
+  execute_process(COMMAND ${emulator} --data OUTPUT_VARIABLE data OUTPUT_STRIP_TRAILING_WHITESPACE)
+else()
+  set(hosts c_host cpp_host logging_host whole)
+  set(programs "c_host build/c_host" plain_c "whole build/c_host/c_host" "cpp_host build/cpp_host" plain_cpp
+               "whole build/cpp_host/cpp_host")
+  # Component by component: what somebody has installed from this build by hand stays on record.
+  foreach(component runtime development tools)
+    run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${folder}/prefix" --component ${component})
+    file(READ "${BUILD_DIR}/install_manifest_${component}.txt" installed)
+    file(APPEND "${folder}/install_manifest.txt" "${installed}\n")
+  endforeach()
+  file(GLOB_RECURSE library "${folder}/prefix/libostrel.so")
+  cmake_path(GET library PARENT_PATH libraries)
+  set(ENV{PKG_CONFIG_PATH} "${libraries}/pkgconfig")
+  run(sh -c "cd '${folder}' && eval \"set -- $(pkg-config --cflags --libs ostrel)\" && \
+      '${C_COMPILER}' $CFLAGS -o plain_c c_host/main.c \"$@\" '-Wl,-rpath,${libraries}' && \
+      '${CXX_COMPILER}' $CXXFLAGS -std=c++17 -o plain_cpp cpp_host/*.cpp \"$@\" '-Wl,-rpath,${libraries}'")
+  file(WRITE "${folder}/whole/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)
 project(whole LANGUAGES C CXX)
 add_subdirectory(\"${SOURCE_DIR}\" ostrel)
 add_subdirectory(../c_host c_host)
 add_subdirectory(../cpp_host cpp_host)
 ")
-build_project(whole)
-
-foreach(program "c_host build/c_host" plain_c "whole build/c_host/c_host")
-  run("${folder}/${program}")
-  set(company "${folder}/data/Norvane Corporation")
-  expect_file("${company}/virk" "^1$")
-  expect_file("${company}/c_host/settings/statistic/uuid.xml" "[0-9A-F]-")
-  expect_file("${company}/c_host/settings/statistic/last_active_dates.xml" "<item>")
-  file(REMOVE_RECURSE "${folder}/data")
-endforeach()
-foreach(program "cpp_host build/cpp_host" plain_cpp "whole build/cpp_host/cpp_host")
-  run("${folder}/${program}")
+endif()
+foreach(host ${hosts})
+  build_project(${host})
 endforeach()
 
-run("${SOURCE_DIR}/scripts/uninstall.sh" "${folder}")
-if(EXISTS "${folder}/prefix")
-  cleanup()
-  message(FATAL_ERROR "the uninstalled library has left something behind")
+set(company "${data}/Norvane Corporation")
+foreach(program ${programs})
+  run(${emulator} "${folder}/${program}")
+  if(program MATCHES "c_host|plain_c(\\.exe)?$")
+    expect_file("${company}/virk" "^1$")
+    expect_file("${company}/c_host/settings/statistic/uuid.xml" "[0-9A-F]-")
+    expect_file("${company}/c_host/settings/statistic/last_active_dates.xml" "<item>")
+  endif()
+  file(REMOVE_RECURSE "${company}")
+endforeach()
+
+if(NOT WINDOWS)
+  run("${SOURCE_DIR}/scripts/uninstall.sh" "${folder}")
+  if(EXISTS "${folder}/prefix")
+    fail("the uninstalled library has left something behind")
+  endif()
 endif()
 cleanup()

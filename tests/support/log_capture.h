@@ -14,8 +14,6 @@ namespace test_support {
 struct log_line_t {
     int level = 0;
     std::string text; ///< UTF-8
-    std::string file;
-    int line = 0;
 };
 
 /// Listens to one logger while it lives, from a level on as log4cplus numbers them. Belongs to one thread,
@@ -32,8 +30,6 @@ public:
         m_logger.removeAppender(log4cplus::SharedAppenderPtr(m_memory.get()));
         m_logger.setLogLevel(m_former_level);
     }
-    log_capture_t(const log_capture_t&) = delete;
-    log_capture_t& operator=(const log_capture_t&) = delete;
 
     const std::vector<log_line_t>& lines() const { return m_memory->lines; }
     void clear() { m_memory->lines.clear(); }
@@ -50,12 +46,8 @@ private:
         ~memory_t() override { destructorImpl(); }
         void close() override { closed = true; }
         void append(const log4cplus::spi::InternalLoggingEvent& event) override {
-            const auto narrow = [](const log4cplus::tstring& text) {
-                return ostrel_platform::convert_utf<char>(
-                    std::basic_string_view<log4cplus::tstring::value_type>(text));
-            };
-            lines.push_back(
-                {event.getLogLevel(), narrow(event.getMessage()), narrow(event.getFile()), event.getLine()});
+            const std::basic_string_view<log4cplus::tchar> message = event.getMessage();
+            lines.push_back({event.getLogLevel(), ostrel_platform::convert_utf<char>(message)});
         }
 
         std::vector<log_line_t> lines;

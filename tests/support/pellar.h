@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <gtest/gtest.h>
+#include <regex>
 #include <thread>
 
 namespace test_support {
@@ -27,8 +28,7 @@ template struct entry_t<&accessor_t::invoke_pellar>;
 /// Removes a file or folder with everything in it once no tool runs there any more: Windows refuses before.
 inline void remove_when_free(const fs::path& path) {
     std::error_code busy;
-    for (int tries = 0; tries < 6000 && fs::remove_all(path, busy) == std::uintmax_t(-1); ++tries)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    wait_until([&] { return fs::remove_all(path, busy) != std::uintmax_t(-1); });
 }
 
 /// Gives each test a profile with the three stand-ins in PELLAR_DIR, whose name holds a blank and a non-ASCII
@@ -65,10 +65,8 @@ protected:
             result.push_back(line);
         return result;
     }
-    /// Blocks until so many runs are on record; a generous limit ends it.
     bool wait_for_runs(std::size_t count) const {
-        for (int tries = 0; tries < 6000 && runs().size() < count; ++tries)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        wait_until([&] { return runs().size() >= count; });
         return runs().size() == count;
     }
     /// What the stand-in writes into the exchange file from now on.
@@ -80,16 +78,19 @@ protected:
     int invoke(int tool, const std::vector<std::wstring>& arguments, bool sync) {
         return (bridge.*private_entry())(static_cast<accessor_t::pellar_tool_t>(tool), arguments, sync);
     }
-    /// The texts behind their level ("E " or "I "); of error lines the suffix is checked and cut off.
+    /// The texts, those of errors between "E " and "@", which stands for the place in the code.
     texts_t logged() const {
+        static const std::regex place(", at file: .+\\.cpp:\\d+$");
         texts_t result;
-        for (const log_line_t& line : log.lines()) {
-            const std::string suffix = ", at file: " + line.file + ":" + std::to_string(line.line);
-            const auto end = line.level == 40000 ? line.text.rfind(suffix) : line.text.size();
-            result.push_back((line.level == 40000 ? "E " : "I ") +
-                             (end == std::string::npos ? "no suffix" : line.text.substr(0, end)));
-        }
+        for (const log_line_t& line : log.lines())
+            result.push_back(line.level == 40000 ? "E " + std::regex_replace(line.text, place, "@")
+                                                 : line.text);
         return result;
+    }
+    /// Forgets what was logged and run so far.
+    void forget() {
+        log.clear();
+        remove_when_free(profile.folder() / "record");
     }
 
     static inline std::optional<std::wstring> program_files;

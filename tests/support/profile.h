@@ -1,15 +1,17 @@
 // A user profile of the test's own: data folder, environment, corporate network and the host's service.
 #pragma once
 
+#include "platform/process.h"
 #include "platform/utf.h"
 #include "settor2/product_locations.h"
 #include "statistic_impl/network_check.h"
 #include "support/system.h"
 
+#include <chrono>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <stdexcept>
+#include <thread>
 
 namespace test_support {
 
@@ -21,42 +23,20 @@ inline texts_t operator+(texts_t left, const texts_t& right) {
     return left;
 }
 
-/// Removes itself with everything in it.
-class temporary_folder_t {
-public:
-    temporary_folder_t() {
-        static int count = 0;
-        m_path = fs::temp_directory_path() /
-                 ("ostrel-test-" + std::to_string(process_id()) + "-" + std::to_string(++count));
-        fs::remove_all(m_path); // of an earlier process with this number, which was killed
-        fs::create_directories(m_path);
-    }
-    ~temporary_folder_t() {
-        std::error_code ignored;
-        fs::remove_all(m_path, ignored);
-    }
-    temporary_folder_t(const temporary_folder_t&) = delete;
-    temporary_folder_t& operator=(const temporary_folder_t&) = delete;
-
-    const fs::path& path() const { return m_path; }
-
-private:
-    fs::path m_path;
-};
-
 /// Starts with every variable of the library and of proxies unset, an empty data folder whose name has a
-/// blank and a non-ASCII letter, and a resolver that knows no host. Puts everything back when it goes.
+/// blank and a non-ASCII letter, and a resolver that knows no host. One lives at a time; what it sets the
+/// next one unsets.
 class profile_t {
 public:
     profile_t() {
+        fs::remove_all(m_folder); // of an earlier process with this number, which was killed
+        fs::create_directories(local_app_data());
         for (const char* const name :
              {"NORVANE_STATISTICS_DISABLE", "NORVANE_DONOTSEND_FEEDBACK", "NORVANE_DISABLE_FEEDBACK",
               "NORVANE_FORCE_FEEDBACK", "NORVANE_FORCE_UUID", "NORVANE_DISABLE_UPDATES_CHECK",
               "OSTREL_DISABLE_PELLAR", "PELLAR_DIR", "OSTREL_COLLECTION_URL", "OSTREL_CORPORATE_DOMAIN",
               "XRDP_SESSION", "http_proxy", "https_proxy", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"})
             unset(name);
-        fs::create_directories(local_app_data());
-        m_local_app_data.emplace(local_app_data());
         asked_names.clear();
         answer_with({ostrel_platform::resolution_t::unknown_host, {}});
         OSTREL_NAMESPACE::replace_resolver([](const std::string& name) {
@@ -66,20 +46,16 @@ public:
     }
     ~profile_t() {
         OSTREL_NAMESPACE::replace_resolver(nullptr);
-        for (const auto& [name, value] : m_former)
-            set_variable(name, value);
+        std::error_code ignored;
+        fs::remove_all(m_folder, ignored);
     }
-    profile_t(const profile_t&) = delete;
-    profile_t& operator=(const profile_t&) = delete;
 
-    /// Sets a variable for the profile's life; UTF-8.
-    void set(const std::string& name, const std::optional<std::string>& value) {
-        m_former.emplace(name, get_variable(name));
+    static void set(const std::string& name, const std::optional<std::string>& value) {
         set_variable(name, value);
     }
-    void unset(const std::string& name) { set(name, std::nullopt); }
+    static void unset(const std::string& name) { set_variable(name, std::nullopt); }
 
-    fs::path folder() const { return m_folder.path(); }
+    const fs::path& folder() const { return m_folder; }
     fs::path local_app_data() const { return folder() / fs::u8path(u8"data \u00e9"); }
     fs::path company() const { return local_app_data() / "Norvane Corporation"; }
     fs::path virk() const { return company() / "virk"; }
@@ -95,9 +71,11 @@ public:
 private:
     static inline ostrel_platform::host_addresses_t resolver_answer;
     static inline texts_t asked_names;
-    temporary_folder_t m_folder;
-    std::map<std::string, std::optional<std::string>> m_former;
-    std::optional<local_app_data_t> m_local_app_data;
+    static inline int count = 0;
+    const fs::path m_folder =
+        fs::temp_directory_path() /
+        ("ostrel-test-" + std::to_string(ostrel_platform::process_id()) + "-" + std::to_string(++count));
+    local_app_data_t m_local_app_data{local_app_data()};
 };
 
 /// The host's service; the test installs it, its end removes it.
@@ -120,6 +98,13 @@ struct locations_t : settor2::IProductLocations {
     bool manager_expected = false;
     std::wstring location, folder, temp_dir;
 };
+
+/// Blocks until a condition holds; a generous limit ends it.
+template <class Condition>
+void wait_until(const Condition& holds) {
+    for (int tries = 0; tries < 6000 && !holds(); ++tries)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+}
 
 /// Writes a file, with every missing folder.
 inline void write_file(const fs::path& path, const std::string& content) {

@@ -2,6 +2,7 @@
 #include "support/system.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <thread>
 
@@ -10,8 +11,7 @@ namespace fs = std::filesystem;
 namespace {
 
 /// Runs at the same time take turns: on Windows two processes that append at once overwrite each other.
-void record(const std::string& line) {
-    const fs::path file = fs::u8path(test_support::get_variable("STAND_IN_RECORD").value_or(""));
+void record(const fs::path& file, const std::string& line) {
     const fs::path turn = file.parent_path() / "turn";
     std::error_code taken;
     while (!fs::create_directory(turn, taken) && fs::exists(file.parent_path()))
@@ -20,16 +20,36 @@ void record(const std::string& line) {
     fs::remove(turn, taken);
 }
 
+/// Whose session, which descriptors, and the signals that are blocked or ignored, as Linux tells it.
+std::string inheritance() {
+    std::string process, other, session, result;
+    std::ifstream("/proc/self/stat") >> process >> other >> other >> other >> other >> session;
+    result = session == process ? "own session" : "host's session";
+    for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+        std::error_code closed;
+        const fs::path target = fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor), closed);
+        result += closed ? "" : " " + target.string();
+    }
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.rfind("SigBlk:", 0) == 0 || line.rfind("SigIgn:", 0) == 0)
+            result += " " + line.substr(line.size() - 7); // above, the C library keeps some to itself
+    return result;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    const auto variable = [](const char* name) { return test_support::get_variable(name).value_or(""); };
+    const auto variable = [](const char* name) {
+        const char* const value = std::getenv(name);
+        return std::string(value == nullptr ? "" : value);
+    };
     const auto arguments = test_support::utf8_arguments(argc, argv);
     const std::string action = variable("STAND_IN_ACTION");
-    std::string line = action == "probe" ? test_support::inheritance() : "";
+    std::string line = action == "probe" ? inheritance() : "";
     for (const std::string& argument : arguments)
         line += "[" + argument + "]";
-    record(line);
+    record(fs::u8path(variable("STAND_IN_RECORD")), line);
     // Ends with the test's folder too, so that a failed test leaves no process behind.
     const fs::path go = fs::u8path(variable("STAND_IN_UNTIL"));
     while (action == "wait" && !fs::exists(go) && fs::exists(go.parent_path()))

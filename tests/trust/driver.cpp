@@ -16,10 +16,9 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iostream>
-#include <map>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <sys/wait.h>
 #include <thread>
@@ -31,8 +30,6 @@ namespace {
 
 using OSTREL_NAMESPACE::statistic_t;
 using arguments_t = std::istringstream;
-
-constexpr int storm_threads = 8;
 
 statistic_handle_t* handle = nullptr;
 // Static on purpose: a host that returns from main with it releases the object among its static destructors.
@@ -49,11 +46,10 @@ std::string entries(const char* folder) {
 }
 
 // Descriptors (the one that lists them among them), threads, resident pages.
-std::string state(arguments_t&) {
+std::string state() {
     std::ifstream memory("/proc/self/statm");
-    std::string all;
     std::string resident;
-    memory >> all >> resident;
+    memory >> resident >> resident; // behind the virtual size
     return entries("/proc/self/fd") + " " + entries("/proc/self/task") + " " + resident;
 }
 
@@ -66,39 +62,17 @@ std::string create(arguments_t& arguments) {
     return "made";
 }
 
-std::string destroy(arguments_t&) {
-    ostrel_destroy_statistic(std::exchange(handle, nullptr));
-    return "gone";
-}
-
 // The names tell the order: run.NAME0, run.NAME1, ...
-std::string notify(arguments_t& arguments) {
+void notify(arguments_t& arguments) {
     const auto name = "run." + next<std::string>(arguments, "n");
     const int count = next(arguments, 1);
     const int first = next(arguments, 0);
     for (int i = first; i < first + count; ++i)
         ostrel_notify_feature_usage(handle, (name + std::to_string(i)).c_str());
-    return std::to_string(count);
-}
-
-std::string consent(arguments_t& arguments) {
-    ostrel_set_statistic_collection_enabled(handle, next(arguments, 1));
-    return std::to_string(ostrel_should_ask_user_consent(handle));
-}
-
-std::string get(arguments_t&) {
-    shared = statistic_t::get();
-    shared->notify_feature_usage(L"run.shared");
-    return "held";
-}
-
-std::string release(arguments_t&) {
-    shared.reset();
-    return "released";
 }
 
 /// @return how the child ended: what it inherited is used and destroyed there, then something of its own
-std::string fork_and_wait(arguments_t&) {
+std::string fork_and_wait() {
     const pid_t child = ::fork();
     if (child == 0) {
         ::alarm(60);
@@ -117,64 +91,64 @@ std::string fork_and_wait(arguments_t&) {
                              : "signal " + std::to_string(WTERMSIG(status));
 }
 
-void work(int index, statistic_handle_t* common) {
-    ostrel_notify_feature_usage(common, "run.storm"); // the first of the day for all threads at once
-    ostrel_should_ask_user_consent(common);
-    ostrel_set_statistic_collection_enabled(common, index % 4 != 0);
-    statistic_t::get()->notify_feature_usage(L"run.storm");
-    statistic_handle_t* const own = ostrel_create_statistic("storm", "1.0");
-    ostrel_notify_feature_usage(own, "run.storm");
-    ostrel_destroy_statistic(own);
-}
-
-std::string storm(arguments_t& arguments) {
-    const int rounds = next(arguments, 1);
-    for (int round = 0; round < rounds; ++round) {
-        statistic_handle_t* const common = ostrel_create_statistic("storm", "1.0");
-        std::atomic<int> waiting{storm_threads};
-        std::vector<std::thread> threads;
-        for (int index = 0; index < storm_threads; ++index)
-            threads.emplace_back([&, index] {
-                for (--waiting; waiting.load() > 0;)
-                    std::this_thread::yield();
-                work(index, common);
-            });
-        for (auto& thread : threads)
-            thread.join();
-        ostrel_destroy_statistic(common);
-    }
-    return std::to_string(rounds);
+void storm() {
+    statistic_handle_t* const common = ostrel_create_statistic("storm", "1.0");
+    std::atomic<int> waiting{8};
+    std::vector<std::thread> threads;
+    for (int index = 0; index < 8; ++index)
+        threads.emplace_back([&, index] {
+            for (--waiting; waiting.load() > 0;)
+                std::this_thread::yield();
+            ostrel_notify_feature_usage(common, "run.storm"); // the first of the day for all threads at once
+            ostrel_should_ask_user_consent(common);
+            ostrel_set_statistic_collection_enabled(common, index % 4 != 0);
+            statistic_t::get()->notify_feature_usage(L"run.storm");
+            statistic_handle_t* const own = ostrel_create_statistic("storm", "1.0");
+            ostrel_notify_feature_usage(own, "run.storm");
+            ostrel_destroy_statistic(own);
+        });
+    for (auto& thread : threads)
+        thread.join();
+    ostrel_destroy_statistic(common);
 }
 
 // Threads of the host that report while the process ends around them.
-std::string busy(arguments_t& arguments) {
+void busy(arguments_t& arguments) {
     for (int count = next(arguments, 4); count > 0; --count)
         std::thread([] {
             for (;;)
                 ostrel_notify_feature_usage(handle, "profiler.ignored");
         }).detach();
-    return "busy";
 }
 
-[[noreturn]] std::string leave(arguments_t& arguments) {
-    if (next<std::string>(arguments, "exit") == "exit")
-        std::exit(0);
-    ::_exit(0);
-}
-
-const std::map<std::string, std::function<std::string(arguments_t&)>> commands = {
-    {"state", state},     {"create", create}, {"destroy", destroy}, {"notify", notify},
-    {"consent", consent}, {"get", get},       {"release", release}, {"fork", fork_and_wait},
-    {"storm", storm},     {"busy", busy},     {"leave", leave},
-};
-
-void obey(const std::string& line) {
-    std::istringstream arguments(line);
-    const auto command = next<std::string>(arguments, "");
-    const auto start = std::chrono::steady_clock::now();
-    const std::string result = commands.at(command)(arguments);
-    const std::chrono::duration<double, std::milli> cost = std::chrono::steady_clock::now() - start;
-    std::cout << cost.count() << " " << result << std::endl;
+std::string obey(const std::string& command, arguments_t& arguments) {
+    if (command == "state")
+        return state();
+    if (command == "create")
+        return create(arguments);
+    if (command == "consent") {
+        ostrel_set_statistic_collection_enabled(handle, next(arguments, 1));
+        return std::to_string(ostrel_should_ask_user_consent(handle));
+    }
+    if (command == "fork")
+        return fork_and_wait();
+    if (command == "notify")
+        notify(arguments);
+    else if (command == "destroy")
+        ostrel_destroy_statistic(std::exchange(handle, nullptr));
+    else if (command == "get")
+        (shared = statistic_t::get())->notify_feature_usage(L"run.shared");
+    else if (command == "release")
+        shared.reset();
+    else if (command == "storm")
+        storm();
+    else if (command == "busy")
+        busy(arguments);
+    else if (command == "leave")
+        next<std::string>(arguments, "exit") == "exit" ? std::exit(0) : ::_exit(0);
+    else
+        throw std::invalid_argument(command);
+    return "done";
 }
 
 } // namespace
@@ -185,6 +159,12 @@ int main() {
     log4cplus::Logger::getRoot().addAppender(log4cplus::SharedAppenderPtr(new log4cplus::NullAppender));
     LOG4CPLUS_INFO(log4cplus::Logger::getInstance("host"), "the host logs");
 #endif
-    for (std::string line; std::getline(std::cin, line) && line != "return";)
-        obey(line);
+    for (std::string line; std::getline(std::cin, line) && line != "return";) {
+        std::istringstream arguments(line);
+        const auto command = next<std::string>(arguments, "");
+        const auto start = std::chrono::steady_clock::now();
+        const std::string result = obey(command, arguments);
+        const std::chrono::duration<double, std::milli> cost = std::chrono::steady_clock::now() - start;
+        std::cout << cost.count() << " " << result << std::endl;
+    }
 }

@@ -1,9 +1,7 @@
 // What tests need of the system, on POSIX.
 #include "support/system.h"
 
-#include <csignal>
 #include <cstdlib>
-#include <unistd.h>
 
 namespace test_support {
 
@@ -14,49 +12,15 @@ void set_variable(const std::string& name, const std::optional<std::string>& val
         ::unsetenv(name.c_str());
 }
 
-std::optional<std::string> get_variable(const std::string& name) {
-    const char* const value = std::getenv(name.c_str());
-    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
-}
-
-local_app_data_t::local_app_data_t(const std::filesystem::path& folder)
-    : m_former(get_variable("XDG_DATA_HOME")) {
+local_app_data_t::local_app_data_t(const std::filesystem::path& folder) {
     set_variable("XDG_DATA_HOME", folder.string());
 }
 
-local_app_data_t::~local_app_data_t() {
-    set_variable("XDG_DATA_HOME", m_former);
-}
-
-unsigned process_id() {
-    return static_cast<unsigned>(::getpid());
-}
+// Stays: without the variable the folder would be the user's own.
+local_app_data_t::~local_app_data_t() = default;
 
 std::vector<std::string> utf8_arguments(int argc, char** argv) {
     return {argv + 1, argv + argc};
-}
-
-std::string inheritance() {
-    std::string streams;
-    int signals = 0, more = 0;
-    sigset_t mask;
-    ::sigprocmask(SIG_SETMASK, nullptr, &mask);
-    for (int signal = 1; signal <= SIGRTMAX; ++signal) {
-        struct sigaction action {};
-        const bool is_ignored = ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
-        signals += is_ignored || ::sigismember(&mask, signal) == 1 ? 1 : 0;
-    }
-    for (int descriptor = 0; descriptor < 1024; ++descriptor) {
-        std::error_code closed;
-        const auto target =
-            std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), closed);
-        if (descriptor < 3)
-            streams += target == "/dev/null" ? " null" : " host's";
-        else
-            more += closed ? 0 : 1;
-    }
-    return (::getsid(0) == ::getpid() ? "own session," : "host's session,") + streams + ", " +
-           std::to_string(more) + " descriptors, " + std::to_string(signals) + " signals";
 }
 
 } // namespace test_support

@@ -7,9 +7,6 @@
 
 #include <shellapi.h>
 
-#include <shellapi.h>
-
-#include <atomic>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -24,8 +21,7 @@ constexpr const wchar_t* shell_folders =
     L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
 
 std::wstring own_key() {
-    static std::atomic<int> count{0};
-    return L"Software\\ostrel-test\\" + std::to_wstring(process_id()) + L"-" + std::to_wstring(++count);
+    return L"Software\\ostrel-test-" + std::to_wstring(::GetCurrentProcessId());
 }
 
 HKEY create_key(HKEY parent, const std::wstring& name) {
@@ -47,21 +43,10 @@ void set_variable(const std::string& name, const std::optional<std::string>& val
     ::SetEnvironmentVariableW(to_wide(name).c_str(), value ? to_wide(*value).c_str() : nullptr);
 }
 
-std::optional<std::string> get_variable(const std::string& name) {
-    std::wstring value(32768, L'\0');
-    ::SetLastError(ERROR_SUCCESS);
-    const DWORD length =
-        ::GetEnvironmentVariableW(to_wide(name).c_str(), value.data(), static_cast<DWORD>(value.size()));
-    if (length == 0 && ::GetLastError() == ERROR_ENVVAR_NOT_FOUND)
-        return std::nullopt;
-    return to_utf8(value.substr(0, length));
-}
-
 // The variable LOCALAPPDATA does not move the folder; the registry does, and this process gets one of its
 // own.
 local_app_data_t::local_app_data_t(const std::filesystem::path& folder) {
-    const std::wstring name = own_key();
-    const HKEY own = create_key(HKEY_CURRENT_USER, name);
+    const HKEY own = create_key(HKEY_CURRENT_USER, own_key());
     const HKEY folders = create_key(own, shell_folders);
     const std::wstring text = folder.wstring();
     ::RegSetValueExW(folders, L"Local AppData", 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
@@ -69,16 +54,11 @@ local_app_data_t::local_app_data_t(const std::filesystem::path& folder) {
     ::RegCloseKey(folders);
     ::RegOverridePredefKey(HKEY_CURRENT_USER, own);
     ::RegCloseKey(own);
-    m_former = to_utf8(name);
 }
 
 local_app_data_t::~local_app_data_t() {
     ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
-    ::RegDeleteTreeW(HKEY_CURRENT_USER, to_wide(*m_former).c_str());
-}
-
-unsigned process_id() {
-    return ::GetCurrentProcessId();
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, own_key().c_str());
 }
 
 std::vector<std::string> utf8_arguments(int /*argc*/, char** /*argv*/) {
@@ -89,10 +69,6 @@ std::vector<std::string> utf8_arguments(int /*argc*/, char** /*argv*/) {
         result.push_back(to_utf8(all[i]));
     ::LocalFree(all);
     return result;
-}
-
-std::string inheritance() {
-    return {};
 }
 
 } // namespace test_support
