@@ -188,7 +188,7 @@ http {{
         self.url = f"http://{self.address}/collect"
 
     def arrived(self):
-        """@return the labels; of a line that is still being written only the beginning may be there, which does not count"""
+        """@return the labels; a line that is still being written does not count"""
         log = self.folder / "bodies"
         lines = [line for line in log.open() if line.endswith("\n")] if log.exists() else []
         return [label[1] if (label := re.search("el=([^&]*)", line)) else "?" for line in lines]
