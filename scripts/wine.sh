@@ -36,6 +36,8 @@ dll_path() {
 export WINEPREFIX=$prefix
 export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=d'
+# In the C locale, which a bare machine has, Wine could make no file whose name is not ASCII.
+export LC_ALL=C.UTF-8
 # Wine itself would take the one for a proxy that the machine names, and look for its server below the other.
 unset DISPLAY http_proxy TMPDIR
 
