@@ -15,6 +15,7 @@ declare -rA groups=(
     [clang]="clang"
     [trust]="nginx-light tinyproxy squid strace iproute2 util-linux python3"
     [bench]="libbenchmark-dev valgrind"
+    [wine]="netbase"
 )
 
 usage() {
@@ -33,6 +34,7 @@ Groups (without any: build test lint):
   clang   the second compiler that the tree has to build with
   trust   collectors, proxies and tracers that scripts/trust/ tries hosts with
   bench   Google Benchmark and valgrind
+  wine    names of network services, which Wine takes from the system
 
   --list  print what is missing and install nothing
   --help  print this text

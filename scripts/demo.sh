@@ -33,7 +33,7 @@ done
 
 build() {
     "$root/scripts/bootstrap.sh" build test
-    [[ $system == linux ]] || "$root/scripts/windows-deps.sh"
+    [[ $system == linux ]] || { "$root/scripts/windows-deps.sh" && "$root/scripts/bootstrap.sh" wine; }
     cd "$root"
     log=build/$system/demo.log
     step "configure" cmake --preset "$system"

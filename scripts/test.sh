@@ -62,6 +62,7 @@ test_instructions() {
 # In a prefix of its own below the build folder, whose server is ended with the tests.
 test_windows() {
     "$root/scripts/windows-deps.sh"
+    "$root/scripts/bootstrap.sh" wine
     configure_and_build windows
     "$root/scripts/wine.sh"
     trap '"$root/scripts/wine.sh" --end' EXIT
