@@ -237,7 +237,9 @@ def disk_full_and_fresh(_full):
     return outcome
 
 
-NOBODY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"]
+# May look everywhere, as the tree that is tried may lie in a folder of root's alone; may write nowhere.
+NOBODY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all,+dac_read_search",
+          "--ambient-caps=-all,+dac_read_search"]
 
 
 def read_only(fresh):
