@@ -6,10 +6,8 @@
 #include "support/log_capture.h"
 #include "support/profile.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 #include <regex>
-#include <thread>
 
 namespace test_support {
 
