@@ -81,6 +81,26 @@ TEST_F(pellar_processes, start_errors_and_signals_become_numbers_and_leave_the_h
     EXPECT_EQ(entries("/proc/self/task"), threads);
 }
 
+TEST_F(pellar_processes, links_and_other_users_files_are_not_taken_for_the_exchange_file) {
+    const auto exchange_file = [this](int attempt) {
+        return temp() / ("uuid-" + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".txt");
+    };
+    const fs::path victim = profile.folder() / "victim";
+    write_file(victim, "the user's");
+    fs::create_symlink(victim, exchange_file(1));
+    fs::create_hard_link(victim, exchange_file(2));
+    write_file(exchange_file(3), "another user's");
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(exchange_file(3).c_str(), 65534, 65534), 0);
+    }
+    write_file(exchange_file(4), "left by an earlier process");
+    answer("abc");
+    EXPECT_EQ(bridge.get_uuid(), L"abc");
+    EXPECT_EQ(read_file(victim), "the user's");
+    EXPECT_EQ(read_file(exchange_file(3)), "another user's");
+    EXPECT_EQ(runs(), texts_t{"[-u][" + exchange_file(4).string() + "]"});
+}
+
 TEST_F(pellar_processes, a_remote_session_starts_nothing_and_says_nothing) {
     profile.set("XRDP_SESSION", "1");
     EXPECT_EQ(invoke(pellar, {}, true), -1);
