@@ -6,6 +6,7 @@
 #include "platform/folders.h"
 #include "platform/os_name.h"
 #include "platform/posix/os_release.h"
+#include "settor2/product_locations_c.h"
 #include "statistic_impl/machine_id.h"
 #include "statistic_impl/statistic_impl.h"
 #include "support/collector.h"
@@ -38,7 +39,36 @@ protected:
     profile_t profile;
 };
 
+/// Stands for an exit handler that the host registers before it loads the library: constructed first,
+/// destroyed last.
+struct exit_handler_t {
+    ~exit_handler_t() {
+        if (!is_armed)
+            return;
+        const bool is_made = ostrel_create_statistic("product", "1") != nullptr;
+        const std::wstring folder = settor2::IProductLocations::get()->getFolder();
+        ::_exit(is_made && folder == L"a folder whose name is longer than short strings" ? 0 : 1);
+    }
+
+    bool is_armed = false;
+};
+[[gnu::init_priority(101)]] exit_handler_t exit_handler;
+
 } // namespace
+
+TEST(posix_exit, the_service_of_a_c_host_outlives_static_objects) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // a process of its own
+    for (const char* const name : {"HOME", "XDG_DATA_HOME"})
+        set_variable(name, std::nullopt);
+    const auto leave = [] {
+        const settor2_product_locations_t in_c = {
+            {}, nullptr, "a folder whose name is longer than short strings", nullptr, 0};
+        settor2_install_product_locations(&in_c);
+        exit_handler.is_armed = true;
+        std::exit(1); // NOLINT(concurrency-mt-unsafe)
+    };
+    EXPECT_EXIT(leave(), testing::ExitedWithCode(0), "");
+}
 
 TEST_F(posix, data_lies_in_the_data_home_or_below_the_home_or_nowhere) {
     using text_t = std::optional<std::string>;
