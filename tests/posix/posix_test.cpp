@@ -6,20 +6,29 @@
 #include "platform/folders.h"
 #include "platform/os_name.h"
 #include "platform/posix/os_release.h"
+#include "platform/process.h"
 #include "settor2/product_locations_c.h"
 #include "statistic_impl/machine_id.h"
 #include "statistic_impl/statistic_impl.h"
 #include "support/collector.h"
 #include "support/profile.h"
 
+#include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <set>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 using namespace test_support;
+
+// Sanitizers and emulators replace vfork in this way. The parent then reads the report pipe before the child
+// has written into it, so that a signal interrupts the read.
+extern "C" pid_t vfork() noexcept {
+    return ::fork();
+}
 
 namespace {
 
@@ -177,4 +186,20 @@ TEST_F(posix, the_sending_thread_blocks_all_signals_and_the_calling_one_keeps_it
         EXPECT_TRUE(blocks_all(thread) || before.count(thread) != 0);
     EXPECT_GT(threads().size(), before.size());
     EXPECT_FALSE(blocks_all("/proc/thread-self"));
+}
+
+TEST_F(posix, detached_start_survives_interrupted_reads) {
+    struct sigaction action {};
+    action.sa_handler = [](int) {}; // without SA_RESTART
+    ::sigaction(SIGALRM, &action, nullptr);
+    const itimerval often{{0, 100}, {0, 100}};
+    const itimerval never{};
+    int started = 0;
+    for (int run = 0; run < 20; ++run) {
+        ::setitimer(ITIMER_REAL, &often, nullptr);
+        started += ostrel_platform::start_detached({{L"/bin/true"}, {}, {}}) ? 1 : 0;
+        ::setitimer(ITIMER_REAL, &never, nullptr);
+    }
+    std::signal(SIGALRM, SIG_DFL);
+    EXPECT_EQ(started, 20);
 }
