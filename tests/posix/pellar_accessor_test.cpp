@@ -85,20 +85,20 @@ TEST_F(pellar_processes, links_and_other_users_files_are_not_taken_for_the_excha
     const auto exchange_file = [this](int attempt) {
         return temp() / ("uuid-" + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".txt");
     };
-    const fs::path victim = profile.folder() / "victim";
-    write_file(victim, "the user's");
-    fs::create_symlink(victim, exchange_file(1));
-    fs::create_hard_link(victim, exchange_file(2));
-    write_file(exchange_file(3), "another user's");
-    if (::geteuid() == 0) {
-        ASSERT_EQ(::chown(exchange_file(3).c_str(), 65534, 65534), 0);
-    }
-    write_file(exchange_file(4), "left by an earlier process");
-    answer("abc");
-    EXPECT_EQ(bridge.get_uuid(), L"abc");
-    EXPECT_EQ(read_file(victim), "the user's");
-    EXPECT_EQ(read_file(exchange_file(3)), "another user's");
-    EXPECT_EQ(runs(), texts_t{"[-u][" + exchange_file(4).string() + "]"});
+    const fs::path linked = profile.folder() / "linked", hard_linked = profile.folder() / "hard linked";
+    const fs::path left_over = exchange_file(4);
+    for (const fs::path& file : {linked, hard_linked, exchange_file(3), left_over})
+        write_file(file, "former");
+    fs::create_symlink(linked, exchange_file(1));
+    fs::create_hard_link(hard_linked, exchange_file(2));
+    const bool is_root = ::geteuid() == 0; // others cannot give files away, and meet no foreign one here
+    ASSERT_EQ(is_root ? ::chown(exchange_file(3).c_str(), 65534, 65534) : ::unlink(left_over.c_str()), 0);
+    EXPECT_EQ(bridge.get_uuid(), L"") << "a file that an earlier process left is emptied";
+    EXPECT_EQ(runs(), texts_t{"[-u][" + exchange_file(is_root ? 4 : 3).string() + "]"});
+    EXPECT_FALSE(fs::exists(left_over));
+    for (const fs::path& file : {linked, hard_linked})
+        EXPECT_EQ(read_file(file), "former");
+    EXPECT_EQ(read_file(exchange_file(3)).value_or("former"), "former");
 }
 
 TEST_F(pellar_processes, a_remote_session_starts_nothing_and_says_nothing) {

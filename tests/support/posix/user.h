@@ -13,7 +13,7 @@ namespace test_support {
 constexpr uid_t ordinary_user = 65534;
 
 /// Runs @p part in a child process, which owns @p folder; the child's failures are failures of the test. The
-/// part must start no threads.
+/// part must start no threads, and exceptions from it abort the child.
 template <class Part>
 void as_ordinary_user(const std::filesystem::path& folder, const Part& part) {
     const bool is_root = ::geteuid() == 0;
@@ -24,7 +24,7 @@ void as_ordinary_user(const std::filesystem::path& folder, const Part& part) {
         if (is_root &&
             (::setgroups(0, nullptr) != 0 || ::setgid(ordinary_user) != 0 || ::setuid(ordinary_user) != 0))
             ::_exit(2);
-        part();
+        [&part]() noexcept { part(); }(); // an exception must not leave the child
         std::fflush(nullptr);
         ::_exit(testing::Test::HasFailure() ? 1 : 0);
     }
