@@ -163,6 +163,7 @@ TEST_F(posix_files, a_draft_that_cannot_be_opened_is_removed) {
         [&] { fs::create_symlink(victim, draft); },
     };
     write_file(victim, "victim's");
+    ::chmod(victim.c_str(), 0666);
     for (const auto& put_in_place : obstacles) {
         put_in_place();
         as_ordinary_user(folder, [&] { EXPECT_TRUE(replace_file(wide(file), "new")); });

@@ -19,8 +19,6 @@ void create_folders(const path_t& path) {
     if (folder.empty() || boost::filesystem::is_directory(folder, ignored))
         return;
     create_folders(from_native(folder.parent_path()));
-    if (folder.filename_is_dot() || folder.filename_is_dot_dot())
-        return;
     const std::error_code error = ostrel_platform::create_folder(path.as_string());
     // Another process may have created the folder meanwhile.
     if (error && !boost::filesystem::is_directory(folder, ignored))
