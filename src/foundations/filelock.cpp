@@ -9,7 +9,7 @@ namespace OSTREL_NAMESPACE {
 filelock_t::filelock_t(const kiln2::path_t& path)
     : m_locked(false), m_lock_path(kiln2::path_t(path).change_ext(L"lock")) {}
 
-// Hosts count on plain copies: both objects then believe that they hold the lock.
+// Hosts rely on plain copies: both objects then count as locked.
 filelock_t::filelock_t(const filelock_t& other) = default;
 filelock_t& filelock_t::operator=(const filelock_t& other) = default;
 
