@@ -13,7 +13,9 @@ namespace ostrel_platform {
 
 namespace {
 
-constexpr int create_new_only = _O_CREAT | _O_EXCL;
+// Not inherited: a child process that starts before the handle is closed would keep it open, and the lock
+// file could not be deleted.
+constexpr int create_new_only = _O_CREAT | _O_EXCL | _O_NOINHERIT;
 constexpr std::size_t largest_step = std::size_t{1} << 30U;
 constexpr DWORD deny_none = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
