@@ -54,6 +54,19 @@ virk_state_t read_consent(const std::wstring& path) {
     return vsDisabled;
 }
 
+virk_state_t consent_with(statistic_impl_t::env_vars_state_t switches, const std::wstring& path) {
+    switch (switches) {
+    case statistic_impl_t::evsEnabledForced:
+    case statistic_impl_t::evsEnabledUnconditionally:
+        return vsEnabled;
+    case statistic_impl_t::evsDisabled:
+        return vsDisabled;
+    case statistic_impl_t::evsEnabled:
+        break;
+    }
+    return read_consent(path);
+}
+
 void write_consent(const std::wstring& path, bool enabled) {
     ostrel_platform::overwrite_file(path, enabled ? "1" : "0");
 }

@@ -1,8 +1,12 @@
 // Where the per-user files lie.
 #include "statistic_impl/settings_paths.h"
 
+#include "platform/entries.h"
 #include "platform/folders.h"
 #include "settor2/product_locations.h"
+#include "toolkit/kiln2/native_path.h"
+
+#include <filesystem>
 
 namespace OSTREL_NAMESPACE {
 
@@ -35,6 +39,23 @@ std::optional<settings_paths_t> settings_of(const std::wstring& product_id) {
     if (!local_app_data)
         return std::nullopt;
     return lay_out_settings(*local_app_data, product_folder_name(product_id));
+}
+
+folder_forecast_t forecast_folder(const kiln2::path_t& folder) {
+    using ostrel_platform::entry_t;
+    auto rest = kiln2::to_native<std::filesystem::path>(folder.as_string());
+    entry_t entry = ostrel_platform::look_at(folder.as_string());
+    if (entry == entry_t::folder)
+        return {folder_forecast_t::exists, {}};
+    while (entry == entry_t::missing && rest.has_relative_path()) {
+        rest = rest.parent_path();
+        entry = ostrel_platform::look_at(kiln2::from_native(rest));
+    }
+    const kiln2::path_t last = kiln2::from_native(rest);
+    if (entry == entry_t::folder && ostrel_platform::may_create_in(last.as_string()))
+        return {folder_forecast_t::would_be_created, {}};
+    const bool is_forbidden = entry == entry_t::folder || entry == entry_t::unreachable;
+    return {is_forbidden ? folder_forecast_t::forbidden : folder_forecast_t::blocked, last};
 }
 
 } // namespace OSTREL_NAMESPACE

@@ -4,7 +4,7 @@
 #include "ostrel/ostrel.h"
 #include "platform/files.h"
 #include "platform/folders.h"
-#include "statistic_impl/statistic_impl.h"
+#include "statistic_impl/plan.h"
 #include "support/collector.h"
 #include "support/profile.h"
 
@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 #include <set>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace test_support;
 
@@ -55,6 +56,18 @@ TEST_F(posix, data_lies_in_the_data_home_or_below_the_home_or_nowhere) {
 TEST_F(posix, a_switch_whose_value_is_no_text_counts_as_set) {
     profile.set("NORVANE_STATISTICS_DISABLE", "\xFF");
     EXPECT_EQ(OSTREL_NAMESPACE::statistic_impl_t::get_env_vars_state(), 3);
+}
+
+TEST_F(posix, a_folder_that_the_user_may_not_create_is_foreseen) {
+    const uid_t user = ::geteuid();
+    ASSERT_EQ(::seteuid(user == 0 ? 65534 : user), 0); // root may create everything
+    profile.set("XDG_DATA_HOME", "/nonexistent");
+    const auto plan = OSTREL_NAMESPACE::make_plan({L"product", {}});
+    EXPECT_THROW(use(), std::exception);
+    ASSERT_EQ(::seteuid(user), 0);
+    ASSERT_TRUE(plan.failure.has_value());
+    EXPECT_EQ(plan.failure->outcome, OSTREL_NAMESPACE::folder_forecast_t::forbidden);
+    EXPECT_EQ(plan.failure->obstacle.as_string(), L"/");
 }
 
 TEST_F(posix, what_the_library_creates_is_the_users_alone) {

@@ -4,6 +4,7 @@
 #include "report.h"
 #include "statistic_impl/consent.h"
 #include "statistic_impl/environment_switches.h"
+#include "statistic_impl/plan.h"
 #include "terminal.h"
 #include "toolkit/kiln2/files.h"
 #include "toolkit/quillkit/strings.h"
@@ -66,7 +67,7 @@ int show_previews(const request_t& request) {
 
 std::string what_overrides_the_answer() {
     if (const library::switch_t* const found = library::deciding_switch())
-        return quillkit::strings::utf16_to_utf8(found->variable) + " is set here and decides all the same";
+        return quillkit::strings::utf16_to_utf8(found->variable);
     return {};
 }
 
@@ -85,7 +86,7 @@ bool record(const library::settings_paths_t& paths, bool agrees) {
 int show_or_record_consent(const request_t& request) {
     const auto paths = library::settings_of({});
     if (!paths)
-        throw std::runtime_error("no folder for settings: set HOME or XDG_DATA_HOME");
+        throw std::runtime_error("no folder for settings: " + why_no_folder());
     if (!request.answer.empty() && !record(*paths, request.answer == "yes"))
         throw std::runtime_error("the answer cannot be written; see that this user may create " +
                                  quillkit::strings::utf16_to_utf8(paths->virk.as_string()));
@@ -93,8 +94,7 @@ int show_or_record_consent(const request_t& request) {
     const char* const answer = state == library::vsUnknown   ? "none"
                                : state == library::vsEnabled ? "yes"
                                                              : "no";
-    const consent_report_t report{look_at_file("consent", paths->virk, false), answer,
-                                  what_overrides_the_answer()};
+    const consent_report_t report{library::look_at_consent(*paths), answer, what_overrides_the_answer()};
     std::cout << (request.wants_json ? consent_json(report) : text_report().consent(report));
     return state == library::vsEnabled || !request.answer.empty() ? would_report : would_not_report;
 }

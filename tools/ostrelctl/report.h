@@ -9,11 +9,11 @@
 
 namespace ostrelctl {
 
-/// What the tool says of the shared answer.
+/// The shared answer.
 struct consent_report_t {
-    file_t file;
-    std::string answer; ///< "yes", "no" or "none"
-    std::string effect; ///< what stands in its way; may be empty
+    library::place_t file;
+    std::string answer;        ///< "yes", "no" or "none"
+    std::string overridden_by; ///< the variable that decides whatever the answer is; empty if none is set
 };
 
 /// For people. Control characters are made visible, so that no file or variable can drive a terminal; only
@@ -28,7 +28,7 @@ public:
     std::string consent(const consent_report_t& report) const;
 
 private:
-    std::string rules(const inspection_t& found) const;
+    std::string rules(const library::plan_t& plan) const;
     std::string paint(const std::string& text, const char* code) const;
 
     bool m_is_terminal;

@@ -1,14 +1,17 @@
-// What the tool asks of the system beyond what the library does.
+// What the tool needs of the system beyond what the library does.
 #pragma once
 
-#include "kiln2/path.h"
+#include <string>
 
 namespace ostrelctl {
 
-/// Whether standard output goes to a person rather than to a file or a program.
+/// Whether standard output is a terminal.
 bool is_terminal();
 
-/// Whether this user may create files in the folder.
-bool is_writable(const kiln2::path_t& folder);
+/// Why the system names no folder for a user's data.
+std::string why_no_folder();
+
+/// The permissions of a file or folder in four octal digits; empty where there is none.
+std::string mode_of(const std::wstring& path);
 
 } // namespace ostrelctl

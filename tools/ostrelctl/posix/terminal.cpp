@@ -1,8 +1,11 @@
-// What the tool asks of the system beyond what the library does, on POSIX.
+// What the tool needs of the system beyond what the library does, on POSIX.
 #include "terminal.h"
 
 #include "toolkit/quillkit/strings.h"
 
+#include <array>
+#include <cstdio>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace ostrelctl {
@@ -11,8 +14,17 @@ bool is_terminal() {
     return ::isatty(STDOUT_FILENO) == 1;
 }
 
-bool is_writable(const kiln2::path_t& folder) {
-    return ::access(quillkit::strings::utf16_to_utf8(folder.as_string()).c_str(), W_OK | X_OK) == 0;
+std::string why_no_folder() {
+    return "neither XDG_DATA_HOME nor HOME holds an absolute path in UTF-8";
+}
+
+std::string mode_of(const std::wstring& path) {
+    struct stat status {};
+    if (::stat(quillkit::strings::utf16_to_utf8(path).c_str(), &status) != 0)
+        return {};
+    std::array<char, 8> digits{};
+    std::snprintf(digits.data(), digits.size(), "%04o", status.st_mode & 07777U);
+    return digits.data();
 }
 
 } // namespace ostrelctl
