@@ -70,6 +70,17 @@ TEST_F(posix, a_folder_that_the_user_may_not_create_is_foreseen) {
     EXPECT_EQ(plan.failure->obstacle.as_string(), L"/");
 }
 
+TEST_F(posix, a_dangling_link_in_the_place_of_the_lock_counts_as_a_lock) {
+    fs::create_directories(profile.statistic_dir());
+    fs::create_symlink("nowhere", profile.statistic_dir() / "last_active_dates.lock");
+    const auto plan = OSTREL_NAMESPACE::make_plan({L"product", {}});
+    EXPECT_EQ(plan.days.state, OSTREL_NAMESPACE::days_plan_t::locked);
+    EXPECT_EQ(plan.places.back().state, OSTREL_NAMESPACE::place_t::dangling_link);
+    const auto start = std::chrono::steady_clock::now();
+    use();
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << "an object waits for it";
+}
+
 TEST_F(posix, what_the_library_creates_is_the_users_alone) {
     const mode_t former = ::umask(0);
     EXPECT_EQ(use(), std::pair(1, 0));
