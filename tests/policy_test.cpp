@@ -106,9 +106,10 @@ TEST(policy, a_disabling_switch_of_any_value_wins_over_the_forcing_one_and_answe
     };
     for (const auto& [variables, state, decision, consent] : cases) {
         const profile_t profile;
-        const statistic_impl_ga_t statistic(L"product", L"1");
         for (const auto& [name, value] : variables)
             profile.set(name, value);
+        // Created last: its thread reads the environment, which must not change meanwhile.
+        const statistic_impl_ga_t statistic(L"product", L"1");
         log_capture_t capture;
         EXPECT_EQ(statistic_impl_t::get_env_vars_state(), state);
         EXPECT_EQ(capture.texts(), switches(decision));

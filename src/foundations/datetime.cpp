@@ -57,7 +57,7 @@ datetime_t datetime_t::parse(const std::wstring& text) {
     if (text.size() > longest_text)
         return {};
     fields_t fields;
-    // The lenience of scanf is part of what hosts rely on.
+    // Hosts rely on the leniency of scanf.
     const int count = std::swscanf(text.c_str(), L"%4d-%2d-%2dT%2d:%2d:%2dZ", &fields.year, &fields.month,
                                    &fields.day, &fields.hour, &fields.minute, &fields.second);
     if (count != 6)

@@ -6,9 +6,9 @@
 
 namespace ostrel_platform {
 
-/// Every proxy that the system names for @p url, each as the system spells it (UTF-8, not parsed), in the
-/// order of trial: the browser's, the discovered, the machine's default. Never fails; may block while the
-/// network is asked for an automatic configuration.
+/// Every proxy that the system names for @p url, in the order of trial: the browser's, the discovered one,
+/// the machine's default. Each is the system's own text, in UTF-8 and not parsed. Never fails. May block
+/// while it asks the network for an automatic configuration.
 std::vector<std::string> system_proxies(const std::string& url);
 
 } // namespace ostrel_platform
