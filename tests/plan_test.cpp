@@ -113,7 +113,7 @@ TEST(plan, the_first_rule_that_applies_decides_and_later_ones_are_not_asked) {
         const profile_t profile;
         set_up(profile, one);
         resolved_names.clear();
-        EXPECT_EQ(plan_for(profile).verdict, one.verdict);
+        EXPECT_EQ(plan_for(profile).decision.verdict, one.verdict);
         const statistic_impl_ga_t statistic(L"product", L"1", &resolve);
         EXPECT_EQ(resolved_names, texts_t(2 * one.lookups, "corp.example"));
         const log_capture_t capture;
@@ -176,7 +176,7 @@ TEST(plan, an_object_fails_exactly_where_the_plan_sees_an_obstacle) {
         prepare(profile);
         const plan_t plan = plan_for(profile);
         EXPECT_EQ(plan.failure.has_value(), fails);
-        EXPECT_EQ(plan.verdict, fails ? verdict_t::no_object : verdict_t::forced_on);
+        EXPECT_EQ(plan.decision.verdict, fails ? verdict_t::no_object : verdict_t::forced_on);
         if (fails)
             EXPECT_THROW(statistic_impl_ga_t(L"product", L"1"), std::exception);
         else

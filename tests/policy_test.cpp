@@ -3,6 +3,7 @@
 #include "statistic_impl_ga/statistic_impl_ga.h"
 
 #include "statistic_impl/consent.h"
+#include "statistic_impl/deployment.h"
 #include "statistic_impl/machine_id.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
@@ -144,4 +145,15 @@ TEST(policy, only_the_first_word_of_the_consent_file_counts_and_no_more_of_it_is
     EXPECT_TRUE(split.take(" \n") && split.take("1") && split.is_consent());
     EXPECT_FALSE(split.take("1") || split.is_consent());
     EXPECT_FALSE(consent_word_t().take("1 ") || consent_word_t().take("no"));
+}
+
+TEST(policy, a_deployment_may_replace_the_built_in_endpoint_and_domain) {
+    const profile_t profile;
+    profile.set("OSTREL_CORPORATE_DOMAIN", "");
+    EXPECT_EQ(corporate_domain(), "corp.norvane.example");
+    EXPECT_EQ(collection_url(), "http://www.google-analytics.com/collect");
+    profile.set("OSTREL_CORPORATE_DOMAIN", "d\xC3\xA9");
+    profile.set("OSTREL_COLLECTION_URL", "http://c");
+    EXPECT_EQ(corporate_domain(), "d\xC3\xA9");
+    EXPECT_EQ(collection_url(), "http://c");
 }

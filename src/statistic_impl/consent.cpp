@@ -67,8 +67,8 @@ virk_state_t consent_with(statistic_impl_t::env_vars_state_t switches, const std
     return read_consent(path);
 }
 
-void write_consent(const std::wstring& path, bool enabled) {
-    ostrel_platform::overwrite_file(path, enabled ? "1" : "0");
+bool write_consent(const std::wstring& path, bool enabled) {
+    return ostrel_platform::overwrite_file(path, enabled ? "1" : "0");
 }
 
 } // namespace OSTREL_NAMESPACE

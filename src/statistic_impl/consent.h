@@ -29,7 +29,8 @@ virk_state_t read_consent(const std::wstring& path);
 /// file is read only if neither decides.
 virk_state_t consent_with(statistic_impl_t::env_vars_state_t switches, const std::wstring& path);
 
-/// Writes the answer. A file that cannot be written keeps the old one; nothing is reported.
-void write_consent(const std::wstring& path, bool enabled);
+/// Writes the answer. A file that cannot be written keeps the old one.
+/// @return whether the answer was written
+bool write_consent(const std::wstring& path, bool enabled);
 
 } // namespace OSTREL_NAMESPACE

@@ -48,8 +48,8 @@ struct facts_t {
 };
 
 struct decision_t {
-    rule_t rule;
-    verdict_t verdict;
+    rule_t rule = rule_t::folders;
+    verdict_t verdict = verdict_t::undecided;
 };
 
 /// The decision, and the rule that takes it. The forced states decide before network and consent: forcing

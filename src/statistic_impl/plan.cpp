@@ -138,16 +138,15 @@ void add_switches(std::vector<step_t>& steps, bool is_reached) {
             {rule_t::switches, nullptr, is_reached, true, is_reached ? built : verdict_t::undecided});
 }
 
-void add_steps(plan_t& plan, const decision_t& decision) {
-    plan.verdict = decision.verdict;
+void add_steps(plan_t& plan) {
     for (const rule_t rule :
          {rule_t::folders, rule_t::machine_id, rule_t::switches, rule_t::network, rule_t::consent}) {
-        const bool is_reached = rule <= decision.rule;
+        const bool is_reached = rule <= plan.decision.rule;
         if (rule == rule_t::switches)
             add_switches(plan.steps, is_reached);
         else
             plan.steps.push_back({rule, nullptr, is_reached, false,
-                                  rule == decision.rule ? decision.verdict : verdict_t::undecided});
+                                  rule == plan.decision.rule ? plan.decision.verdict : verdict_t::undecided});
     }
 }
 
@@ -168,8 +167,8 @@ plan_t make_plan(const plan_subject_t& subject, resolver_t resolver) {
         if (!plan.failure)
             plan.machine_id = find_uuid(plan.paths->uuid.as_string());
     }
-    add_steps(plan,
-              plan.failure ? decision_t{rule_t::folders, verdict_t::no_object} : decide(plan, resolver));
+    plan.decision = plan.failure ? decision_t{rule_t::folders, verdict_t::no_object} : decide(plan, resolver);
+    add_steps(plan);
     plan.days = plan_days(plan.paths);
     if (!subject.event_filter.is_empty())
         plan.places.push_back(look_at_bag(place_t::event_filter, subject.event_filter));

@@ -78,7 +78,7 @@ struct plan_t {
     std::optional<ostrel_platform::host_addresses_t> addresses; ///< nothing when the rule is not reached
     std::optional<virk_state_t> answer;                         ///< nothing when the rule is not reached
     std::vector<step_t> steps;                                  ///< in the order of the decision
-    verdict_t verdict = verdict_t::undecided;
+    decision_t decision;
     std::vector<place_t> places;
     days_plan_t days;
     event_set_t events; ///< of the event filter

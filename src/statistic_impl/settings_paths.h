@@ -7,6 +7,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace OSTREL_NAMESPACE {
 
@@ -30,6 +31,15 @@ std::wstring product_folder_name(const std::wstring& product_id);
 /// The folders and files of this user and the product; nothing when the system names no folder for them.
 /// Touches no file.
 std::optional<settings_paths_t> settings_of(const std::wstring& product_id);
+
+/// A product of this user that keeps settings.
+struct stored_product_t {
+    std::wstring name; ///< of its folder below the company folder
+    kiln2::path_t statistic_dir;
+};
+
+/// The products whose statistics settings exist, sorted by name. Only reads.
+std::vector<stored_product_t> stored_products();
 
 /// What creating a folder with every missing parent would come to.
 struct folder_forecast_t {

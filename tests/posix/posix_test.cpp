@@ -12,6 +12,8 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <resolv.h>
 #include <set>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -65,6 +67,30 @@ TEST_F(posix, data_lies_in_the_data_home_or_below_the_home_or_nowhere) {
 TEST_F(posix, a_switch_whose_value_is_no_text_counts_as_set) {
     profile.set("NORVANE_STATISTICS_DISABLE", "\xFF");
     EXPECT_EQ(OSTREL_NAMESPACE::statistic_impl_t::get_env_vars_state(), 3);
+}
+
+TEST_F(posix, the_resolver_tells_addresses_from_no_host_and_from_no_answer) {
+    using ostrel_platform::resolution_t;
+    ASSERT_EQ(::res_init(), 0);
+    const auto former = _res;
+    _res.nscount = 1;
+    _res.nsaddr_list[0] = {AF_INET, htons(1), {htonl(INADDR_LOOPBACK)}, {}}; // no name server listens there
+    const std::tuple<const char*, resolution_t, std::size_t> cases[] = {
+        {"10.1.2.3", resolution_t::resolved, 1},
+        {"::1", resolution_t::resolved, 0},
+        {"no..host", resolution_t::unknown_host, 0},
+        {"host.example", resolution_t::failed, 0},
+    };
+    for (const auto& [name, outcome, addresses] : cases) {
+        SCOPED_TRACE(name);
+        const auto answer = ostrel_platform::resolve_host(name);
+        EXPECT_EQ(answer.outcome, outcome);
+        ASSERT_EQ(answer.ipv4.size(), addresses);
+        if (addresses != 0) {
+            EXPECT_EQ(answer.ipv4[0], (std::array<std::uint8_t, 4>{10, 1, 2, 3}));
+        }
+    }
+    _res = former;
 }
 
 TEST_F(posix, a_folder_that_the_user_may_not_create_is_foreseen) {

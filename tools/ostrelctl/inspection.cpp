@@ -1,8 +1,8 @@
 // What the library would find and decide now.
 #include "inspection.h"
 
-#include "http_connector/proxy_discovery.h"
 #include "settor2/product_locations.h"
+#include "toolkit/kiln2/environ.h"
 #include "toolkit/quillkit/strings.h"
 
 #include <algorithm>
@@ -73,9 +73,21 @@ inspection_t inspect(const subject_t& subject) {
     found.plan = plan_for(subject);
     found.machine_id = machine_id_of(found.plan);
     found.endpoint = mask_password(found.plan.endpoint);
-    for (const std::string& proxy : library::proxy_candidates(found.plan.endpoint))
-        found.proxies.push_back(mask_password(proxy));
     return found;
+}
+
+delivery_t find_delivery(const std::string& endpoint) {
+    delivery_t delivery;
+    const library::found_proxy_t of_libcurl = library::proxy_of_libcurl(endpoint);
+    for (const library::found_proxy_t& found : library::discover_proxies(endpoint))
+        delivery.proxies.push_back(found.text.empty() ? of_libcurl : found);
+    delivery.proxies.push_back(of_libcurl); // behind the others, the library leaves the choice to libcurl
+    for (library::found_proxy_t& proxy : delivery.proxies)
+        proxy.text = mask_password(proxy.text);
+    for (const wchar_t* const variable : {L"no_proxy", L"NO_PROXY"})
+        if (delivery.no_proxy.empty())
+            delivery.no_proxy = utf16_to_utf8(kiln2::get_environ_value(variable));
+    return delivery;
 }
 
 } // namespace ostrelctl

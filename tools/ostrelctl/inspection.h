@@ -1,8 +1,10 @@
 // What the library would find and decide now, for one user and product.
 #pragma once
 
+#include "http_connector/proxy_discovery.h"
 #include "statistic_impl/plan.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,19 +21,28 @@ struct subject_t {
     std::string filter;   ///< a filter elsewhere; empty: the one in the folder
 };
 
+/// The way to the collector.
+struct delivery_t {
+    /// In the order of trial. Passwords are masked; an empty text stands for no proxy.
+    std::vector<library::found_proxy_t> proxies;
+    std::string no_proxy; ///< the hosts that are reached without one, as the environment spells them
+};
+
 struct inspection_t {
     subject_t subject;
     library::plan_t plan;
     std::string machine_id; ///< UTF-8; a placeholder where a host would make a fresh one
     std::string endpoint;   ///< password masked
-    /// In the order of trial, passwords masked; an empty one leaves the choice to libcurl.
-    std::vector<std::string> proxies;
+    std::optional<delivery_t> delivery;
 
-    bool would_report() const { return library::allows(plan.verdict); }
+    bool would_report() const { return library::allows(plan.decision.verdict); }
 };
 
-/// Asks the library for its plan and for the proxies. Writes, creates and sends nothing.
+/// Asks the library for its plan. Writes, creates and sends nothing.
 inspection_t inspect(const subject_t& subject);
+
+/// Asks the system for the proxies, which may ask the network.
+delivery_t find_delivery(const std::string& endpoint);
 
 /// The event filter among the files; null when the host has none.
 const library::place_t* filter_of(const inspection_t& found);

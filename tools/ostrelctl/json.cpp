@@ -21,11 +21,31 @@ std::string dump(const json_t& document) {
     return document.dump(2, ' ', false, json_t::error_handler_t::replace) + "\n";
 }
 
+json_t text_or_null(const std::string& text) {
+    return text.empty() ? json_t() : json_t(text);
+}
+
 json_t to_json(const library::place_t& place) {
     return {{"role", code_of(place.role)},
             {"path", utf16_to_utf8(place.path.as_string())},
             {"state", code_of(place.state)},
-            {"mode", mode_of(place.path.as_string())}};
+            {"mode", text_or_null(mode_of(place.path.as_string()))}};
+}
+
+json_t failure_of(const library::plan_t& plan) {
+    if (!plan.failure)
+        return {};
+    return {{"obstacle", utf16_to_utf8(plan.failure->obstacle.as_string())},
+            {"reason", code_of(plan.failure->outcome)}};
+}
+
+json_t proxies_of(const std::optional<delivery_t>& delivery) {
+    if (!delivery)
+        return {};
+    json_t proxies = json_t::array();
+    for (const library::found_proxy_t& found : delivery->proxies)
+        proxies.push_back({{"proxy", text_or_null(found.text)}, {"source", source_of(found)}});
+    return proxies;
 }
 
 json_t files_of(const library::plan_t& plan) {
@@ -42,7 +62,7 @@ json_t rules_of(const library::plan_t& plan) {
                          {"name", name_of(step)},
                          {"reached", step.is_reached},
                          {"verdict", code_of(step.verdict)},
-                         {"finding", finding_of(step, plan)}});
+                         {"finding", text_or_null(finding_of(step, plan))}});
     return rules;
 }
 
@@ -64,9 +84,11 @@ json_t head_of(const inspection_t& found) {
     return {{"schema", schema},
             {"product", found.subject.product},
             {"would_report", found.would_report()},
-            {"verdict", code_of(found.plan.verdict)},
+            {"rule", code_of(found.plan.decision.rule)},
+            {"verdict", code_of(found.plan.decision.verdict)},
             {"because", because(found.plan)},
-            {"machine_id", found.machine_id},
+            {"failure", failure_of(found.plan)},
+            {"machine_id", text_or_null(found.machine_id)},
             {"machine_id_source", code_of(found.plan.machine_id.source)}};
 }
 
@@ -77,7 +99,8 @@ std::string status_json(const inspection_t& found) {
     document["rules"] = rules_of(found.plan);
     document["files"] = files_of(found.plan);
     document["endpoint"] = found.endpoint;
-    document["proxies"] = found.proxies;
+    document["proxies"] = proxies_of(found.delivery);
+    document["no_proxy"] = found.delivery ? text_or_null(found.delivery->no_proxy) : json_t();
     document["events"] = events_of(found.plan);
     document["days_of_use"] = days_of(found.plan.days);
     return dump(document);
@@ -91,15 +114,24 @@ std::string preview_json(const inspection_t& found, const std::vector<preview_t>
     for (const preview_t& one : previews)
         document["features"].push_back({{"name", one.feature},
                                         {"body", one.body ? json_t(*one.body) : json_t()},
-                                        {"why_not", one.why_not}});
+                                        {"why_not", text_or_null(one.why_not)}});
     return dump(document);
 }
 
 std::string consent_json(const consent_report_t& report) {
     return dump({{"schema", schema},
                  {"answer", report.answer},
+                 {"recorded", text_or_null(report.recorded)},
                  {"file", to_json(report.file)},
-                 {"overridden_by", report.overridden_by}});
+                 {"overridden_by", text_or_null(report.overridden_by)}});
+}
+
+std::string products_json(const std::vector<library::stored_product_t>& products) {
+    json_t list = json_t::array();
+    for (const library::stored_product_t& product : products)
+        list.push_back({{"name", utf16_to_utf8(product.name)},
+                        {"folder", utf16_to_utf8(product.statistic_dir.as_string())}});
+    return dump({{"schema", schema}, {"products", list}});
 }
 
 } // namespace ostrelctl

@@ -12,7 +12,8 @@ namespace ostrelctl {
 /// The shared answer.
 struct consent_report_t {
     library::place_t file;
-    std::string answer;        ///< "yes", "no" or "none"
+    std::string answer;        ///< "yes", "no" or "none", as products read it
+    std::string recorded;      ///< the answer that was written by this call; empty if none was
     std::string overridden_by; ///< the variable that decides whatever the answer is; empty if none is set
 };
 
@@ -26,6 +27,7 @@ public:
     std::string status(const inspection_t& found) const;
     std::string preview(const inspection_t& found, const std::vector<preview_t>& previews) const;
     std::string consent(const consent_report_t& report) const;
+    std::string products(const std::vector<library::stored_product_t>& products) const;
 
 private:
     std::string rules(const library::plan_t& plan) const;
@@ -35,9 +37,13 @@ private:
     bool m_has_colours;
 };
 
+/// The report for standard output.
+text_report_t text_report();
+
 /// For programs: one JSON document.
 std::string status_json(const inspection_t& found);
 std::string preview_json(const inspection_t& found, const std::vector<preview_t>& previews);
 std::string consent_json(const consent_report_t& report);
+std::string products_json(const std::vector<library::stored_product_t>& products);
 
 } // namespace ostrelctl

@@ -1,6 +1,7 @@
 // The answers for people.
 #include "report.h"
 
+#include "printable.h"
 #include "terminal.h"
 #include "toolkit/quillkit/strings.h"
 #include "words.h"
@@ -16,20 +17,6 @@ using quillkit::strings::utf16_to_utf8;
 constexpr const char* bold = "1";
 constexpr const char* red = "31";
 constexpr const char* green = "32";
-
-// UTF-8 passes; what could move a cursor does not.
-std::string printable(const std::string& text) {
-    constexpr const char* digits = "0123456789ABCDEF";
-    std::string result;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte >= 0x20 && byte != 0x7F)
-            result.push_back(c);
-        else
-            result.append("\\x").append(1, digits[byte >> 4U]).append(1, digits[byte & 0xFU]);
-    }
-    return result;
-}
 
 std::string column(const std::string& text, std::size_t width) {
     return text + std::string(std::max(width, text.size() + 1) - text.size(), ' ');
@@ -52,18 +39,25 @@ std::string files(const library::plan_t& plan) {
     return text;
 }
 
+std::string proxy(const library::found_proxy_t& found) {
+    return (found.text.empty() ? "none" : found.text) + "  (" + source_of(found) + ")";
+}
+
 std::string delivery(const inspection_t& found) {
     std::string text = "\nDelivery:\n" + line("endpoint", found.endpoint);
-    for (std::size_t i = 0; i < found.proxies.size(); ++i)
-        text += line("proxy candidate " + std::to_string(i + 1),
-                     found.proxies[i].empty() ? "none, or what libcurl finds by itself" : found.proxies[i]);
-    return text;
+    if (!found.delivery)
+        return text + line("proxies", "not asked");
+    const auto& proxies = found.delivery->proxies;
+    for (std::size_t i = 0; i < proxies.size(); ++i)
+        text += line("proxy candidate " + std::to_string(i + 1), proxy(proxies[i]));
+    const std::string& exceptions = found.delivery->no_proxy;
+    return text + (exceptions.empty() ? "" : line("no proxy for", exceptions));
 }
 
 std::string events(const inspection_t& found) {
     std::string text = "\nEvents in the filter:\n";
     for (const std::wstring& event : found.plan.events)
-        text += line(printable(utf16_to_utf8(event)), "");
+        text += "   " + printable(utf16_to_utf8(event)) + "\n";
     if (found.plan.events.empty())
         text += "   none: only \"run.\" and one word would be sent\n";
     if (found.subject.filter.empty() && found.subject.folder.empty())
@@ -93,10 +87,10 @@ std::string outcome_of(const library::step_t& step) {
 }
 
 std::string days(const library::days_plan_t& days) {
-    const std::string why = why_ignored(days.state);
+    const std::string why = why_not_counted(days.state);
     const std::string stored = std::to_string(days.stored);
     return "\nDays of use:\n" +
-           line("stored", why.empty() ? stored : stored + ", but a host counts none: " + why) +
+           line("stored", why.empty() ? stored : stored + " (not counted: " + why + ")") +
            line("counting today", std::to_string(days.count)) +
            line("cd3 of a hit", days.is_regular_user ? "y" : "n");
 }
@@ -111,8 +105,9 @@ std::string text_report_t::rules(const library::plan_t& plan) const {
     std::string text = "\nThe decision, in its order (=> is the rule that decides):\n";
     for (const library::step_t& step : plan.steps) {
         const bool decides = step.verdict != library::verdict_t::undecided;
-        const std::string row =
-            column(name_of(step), 28) + column(outcome_of(step), 13) + printable(finding_of(step, plan));
+        const std::string finding = printable(finding_of(step, plan));
+        const std::string row = column(name_of(step), 28) +
+                                (finding.empty() ? outcome_of(step) : column(outcome_of(step), 13) + finding);
         text += decides ? paint("=> " + row, bold) + "\n" : "   " + row + "\n";
     }
     return text;
@@ -138,10 +133,25 @@ std::string text_report_t::preview(const inspection_t& found, const std::vector<
 }
 
 std::string text_report_t::consent(const consent_report_t& report) const {
-    const std::string effect =
-        report.overridden_by.empty() ? "" : report.overridden_by + " is set here and decides all the same";
-    return "Recorded answer: " + paint(report.answer, report.answer == "yes" ? green : red) + "\n" +
-           file("file", report.file) + (effect.empty() ? "" : "   " + effect + "\n");
+    std::string text = "Recorded answer: " + paint(report.answer, report.answer == "yes" ? green : red) +
+                       "\n" + file("file", report.file);
+    if (!report.recorded.empty() && report.recorded != report.answer)
+        text += "   " + report.recorded + " was written, but products cannot read it\n";
+    if (!report.overridden_by.empty())
+        text += "   " + report.overridden_by + " is set here and decides all the same\n";
+    return text;
+}
+
+std::string text_report_t::products(const std::vector<library::stored_product_t>& products) const {
+    std::string text;
+    for (const library::stored_product_t& product : products)
+        text += paint(printable(utf16_to_utf8(product.name)), bold) + "\n   " +
+                printable(utf16_to_utf8(product.statistic_dir.as_string())) + "\n";
+    return products.empty() ? "No product keeps data for this user.\n" : text;
+}
+
+text_report_t text_report() {
+    return {is_terminal(), has_colours()};
 }
 
 } // namespace ostrelctl

@@ -154,6 +154,20 @@ const char* code_of(days_plan_t::state_t state) {
     return codes[state];
 }
 
+const char* code_of(library::folder_forecast_t::outcome_t outcome) {
+    constexpr const char* codes[] = {"exists", "would_be_created", "blocked", "forbidden"};
+    return codes[outcome];
+}
+
+const char* source_of(const library::found_proxy_t& found) {
+    if (found.text.empty())
+        return "direct";
+    if (found.variable != nullptr)
+        return found.variable;
+    constexpr const char* codes[] = {"browser", "discovery", "machine"};
+    return codes[static_cast<std::size_t>(found.source)];
+}
+
 std::string words_of(const char* code) {
     std::string words = code;
     std::replace(words.begin(), words.end(), '_', ' ');
@@ -161,7 +175,7 @@ std::string words_of(const char* code) {
 }
 
 std::string because(const library::plan_t& plan) {
-    const std::string text = because(plan.verdict);
+    const std::string text = because(plan.decision.verdict);
     return plan.failure ? text + ": " + describe(*plan.failure) : text;
 }
 
@@ -209,7 +223,7 @@ std::string finding_of(const library::step_t& step, const library::plan_t& plan)
     return describe_answer(*plan.answer);
 }
 
-std::string why_ignored(days_plan_t::state_t state) {
+std::string why_not_counted(days_plan_t::state_t state) {
     switch (state) {
     case days_plan_t::loaded:
     case days_plan_t::missing:
@@ -219,11 +233,11 @@ std::string why_ignored(days_plan_t::state_t state) {
     case days_plan_t::malformed:
         return "the file is malformed";
     case days_plan_t::locked:
-        return "its lock file exists: a host waits a second for it";
+        return "the lock file exists";
     case days_plan_t::not_lockable:
-        return "its lock file cannot be created: a host waits a second for it";
+        return "the lock file cannot be created";
     case days_plan_t::no_folder:
-        return "there is no folder for them";
+        return "there is no folder for it";
     }
     return {};
 }

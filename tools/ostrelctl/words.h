@@ -14,6 +14,10 @@ const char* code_of(library::uuid_source_t source);
 const char* code_of(library::place_t::role_t role);
 const char* code_of(library::place_t::state_t state);
 const char* code_of(library::days_plan_t::state_t state);
+const char* code_of(library::folder_forecast_t::outcome_t outcome);
+/// "direct" for no proxy, the variable for one of the environment, otherwise the code of the system's
+/// setting.
+const char* source_of(const library::found_proxy_t& found);
 
 /// A code with blanks in the place of its underscores.
 std::string words_of(const char* code);
@@ -28,7 +32,7 @@ std::string describe(library::uuid_source_t source);
 std::string name_of(const library::step_t& step);
 std::string finding_of(const library::step_t& step, const library::plan_t& plan);
 
-/// Why an object starts without the stored days; empty if it loads them or if there are none.
-std::string why_ignored(library::days_plan_t::state_t state);
+/// Why a new object does not count the stored days; empty if it does or if there are none.
+std::string why_not_counted(library::days_plan_t::state_t state);
 
 } // namespace ostrelctl

@@ -1,17 +1,37 @@
 // What the tool needs of the system beyond what the library does, on POSIX.
 #include "terminal.h"
 
+#include "platform/environment.h"
 #include "toolkit/quillkit/strings.h"
 
 #include <array>
 #include <cstdio>
+#include <iostream>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace ostrelctl {
 
+std::vector<std::string> utf8_arguments(int count, char** arguments) {
+    return {arguments + 1, arguments + count};
+}
+
 bool is_terminal() {
     return ::isatty(STDOUT_FILENO) == 1;
+}
+
+bool has_colours() {
+    return is_terminal() && !ostrel_platform::is_variable_set(L"NO_COLOR") &&
+           ostrel_platform::environment_variable(L"TERM") != L"dumb";
+}
+
+bool print(std::string_view text) {
+    std::cout << text;
+    return !std::cout.flush().fail();
+}
+
+void complain(std::string_view message) {
+    std::cerr << "ostrelctl: " << message << std::endl;
 }
 
 std::string why_no_folder() {
