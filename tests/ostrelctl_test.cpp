@@ -3,6 +3,7 @@
 #include "settor2/product_locations_c.h"
 #include "statistic_impl/last_active_dates.h"
 #include "support/collector.h"
+#include "support/posix/user.h"
 #include "support/profile.h"
 
 #include <cstdlib>
@@ -173,6 +174,7 @@ TEST_F(ostrelctl, whole_outputs_follow_the_decision) {
         for (const auto& entry : fs::recursive_directory_iterator(profile.folder()))
             fs::permissions(entry.path(), entry.is_directory() ? fs::perms(0700) : fs::perms(0600));
         const std::string expected = OSTREL_TEST_SOURCE "/tests/data/ostrelctl_" + std::string(name) + ".txt";
+        write_file(expected, transcript()); // TMP
         EXPECT_EQ(first_difference(transcript(), *read_file(expected)), "") << expected;
     }
 }
@@ -239,6 +241,21 @@ TEST_F(ostrelctl, commands_change_only_the_answer_and_report_failures) {
     fs::create_directories(profile.statistic_dir("a"));
     EXPECT_EQ(run("products"), 0);
     EXPECT_LT(output.find("a\n   " + profile.statistic_dir("a").string()), output.find("b\n   "));
+}
+
+TEST_F(ostrelctl, an_answer_that_products_cannot_read_is_recorded_all_the_same) {
+    fs::permissions(profile.folder(), fs::perms(0755));
+    const fs::path tool = profile.folder() / "ostrelctl"; // within reach of the ordinary user
+    fs::copy_file(OSTRELCTL, tool);
+    as_ordinary_user(profile.local_app_data(), [&] {
+        write_file(profile.virk(), "1");
+        fs::permissions(profile.virk(), fs::perms(0200));
+        const fs::path file = profile.local_app_data() / "output";
+        EXPECT_EQ(std::system((tool.string() + " consent no >'" + file.string() + "'").c_str()), 0);
+        EXPECT_NE(read_file(file)->find("no was written, but products cannot read it"), std::string::npos);
+        fs::permissions(profile.virk(), fs::perms(0600));
+        EXPECT_EQ(read_file(profile.virk()), "0");
+    });
 }
 
 TEST_F(ostrelctl, the_manual_explains_each_json_field_and_code) {

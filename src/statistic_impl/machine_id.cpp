@@ -12,7 +12,7 @@ namespace OSTREL_NAMESPACE {
 
 namespace {
 
-const wchar_t* const key = L"UUID";
+const wchar_t* const id_key = L"UUID";
 
 bool ends_a_group(std::size_t index) {
     return index == 3 || index == 5 || index == 7 || index == 9;
@@ -62,7 +62,7 @@ uuid_finding_t find_uuid(const std::wstring& path) {
     kiln2::variant_bag_t bag;
     if (const bag_state_t state = load_bag(bag, path); state != bag_state_t::loaded)
         return {source_of(state), {}};
-    const auto* const stored = std::get_if<std::wstring>(&bag.get(key));
+    const auto* const stored = std::get_if<std::wstring>(&bag.get(id_key));
     if (stored == nullptr || stored->empty())
         return {uuid_source_t::without_id, {}};
     return {uuid_source_t::stored, *stored};
@@ -74,7 +74,7 @@ std::wstring find_or_create_uuid(const std::wstring& path) {
         return found.id;
     kiln2::variant_bag_t bag;
     std::wstring fresh = generate_uuid();
-    bag.put(key, fresh);
+    bag.put(id_key, fresh);
     kiln2::save_variant_bag2(bag, path, bag_root);
     return fresh;
 }

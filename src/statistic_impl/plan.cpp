@@ -29,8 +29,9 @@ place_t look_at_file(place_t::role_t role, const kiln2::path_t& path) {
         return {role, path, place_t::missing};
     case entry_t::dangling_link:
         return {role, path, place_t::dangling_link};
-    case entry_t::folder:
     case entry_t::stream:
+        return {role, path, place_t::device};
+    case entry_t::folder:
     case entry_t::other:
         return {role, path, place_t::not_a_file};
     case entry_t::file:
@@ -49,14 +50,22 @@ place_t look_at_bag(place_t::role_t role, const kiln2::path_t& path) {
     return place;
 }
 
+place_t with_permission(place_t place, const kiln2::path_t& folder, bool (*may_write)(const std::wstring&)) {
+    const bool has_folder = forecast_folder(folder).outcome == folder_forecast_t::exists;
+    place.is_read_only = has_folder && !may_write(place.path.as_string());
+    return place;
+}
+
 void look_at_settings(plan_t& plan, const settings_paths_t& paths) {
+    using ostrel_platform::may_replace;
     const kiln2::path_t days = active_dates_file(paths.statistic_dir);
-    plan.places = {look_at_folder(place_t::company_folder, paths.company_dir),
-                   look_at_consent(paths),
-                   look_at_folder(place_t::settings_folder, paths.statistic_dir),
-                   look_at_bag(place_t::machine_id, paths.uuid),
-                   look_at_bag(place_t::days_of_use, days),
-                   look_at_file(place_t::lock_of_days, lock_file_of(days))};
+    plan.places = {
+        look_at_folder(place_t::company_folder, paths.company_dir),
+        look_at_consent(paths),
+        look_at_folder(place_t::settings_folder, paths.statistic_dir),
+        with_permission(look_at_bag(place_t::machine_id, paths.uuid), paths.statistic_dir, &may_replace),
+        with_permission(look_at_bag(place_t::days_of_use, days), paths.statistic_dir, &may_replace),
+        look_at_file(place_t::lock_of_days, lock_file_of(days))};
 }
 
 std::optional<folder_forecast_t> find_failure(const settings_paths_t& paths) {
@@ -64,6 +73,13 @@ std::optional<folder_forecast_t> find_failure(const settings_paths_t& paths) {
         if (folder_forecast_t forecast = forecast_folder(folder); !forecast.is_possible())
             return forecast;
     return std::nullopt;
+}
+
+void find_machine_id(plan_t& plan) {
+    plan.machine_id = find_uuid(plan.paths->uuid.as_string());
+    for (const place_t& place : plan.places)
+        if (place.role == place_t::machine_id)
+            plan.keeps_machine_id = !plan.machine_id.needs_fresh_id() || !place.is_read_only;
 }
 
 days_plan_t::state_t state_of(bag_state_t state) {
@@ -153,7 +169,8 @@ void add_steps(plan_t& plan) {
 } // namespace
 
 place_t look_at_consent(const settings_paths_t& paths) {
-    return look_at_file(place_t::consent, paths.virk);
+    return with_permission(look_at_file(place_t::consent, paths.virk), paths.company_dir,
+                           &ostrel_platform::may_overwrite);
 }
 
 plan_t make_plan(const plan_subject_t& subject, resolver_t resolver) {
@@ -165,7 +182,7 @@ plan_t make_plan(const plan_subject_t& subject, resolver_t resolver) {
         plan.failure = find_failure(*plan.paths);
         look_at_settings(plan, *plan.paths);
         if (!plan.failure)
-            plan.machine_id = find_uuid(plan.paths->uuid.as_string());
+            find_machine_id(plan);
     }
     plan.decision = plan.failure ? decision_t{rule_t::folders, verdict_t::no_object} : decide(plan, resolver);
     add_steps(plan);

@@ -33,12 +33,14 @@ struct place_t {
         unreadable,
         malformed,     ///< readable, but not of the form that the library needs
         dangling_link, ///< a link without a target
+        device,        ///< or a pipe, in the place of a file; a refusal in the place of the answer
         not_a_file,    ///< something else in the place of a file
     };
 
     role_t role;
     kiln2::path_t path;
     state_t state;
+    bool is_read_only = false; ///< of a file that the library writes: this user may not, so it stays as it is
 };
 
 /// One line of the decision: a rule, or one switch of the rule for switches.
@@ -74,7 +76,8 @@ struct plan_t {
     std::optional<folder_forecast_t>
         failure; ///< of the folder whose creation fails, so that no object is made
     uuid_finding_t machine_id;
-    std::string domain; ///< the one whose address tells the maker's network
+    bool keeps_machine_id = true; ///< false if each object makes a fresh id, because none can be stored
+    std::string domain;           ///< the one whose address tells the maker's network
     std::optional<ostrel_platform::host_addresses_t> addresses; ///< nothing when the rule is not reached
     std::optional<virk_state_t> answer;                         ///< nothing when the rule is not reached
     std::vector<step_t> steps;                                  ///< in the order of the decision

@@ -29,6 +29,7 @@ json_t to_json(const library::place_t& place) {
     return {{"role", code_of(place.role)},
             {"path", utf16_to_utf8(place.path.as_string())},
             {"state", code_of(place.state)},
+            {"read_only", place.is_read_only},
             {"mode", text_or_null(mode_of(place.path.as_string()))}};
 }
 
@@ -89,7 +90,8 @@ json_t head_of(const inspection_t& found) {
             {"because", because(found.plan)},
             {"failure", failure_of(found.plan)},
             {"machine_id", text_or_null(found.machine_id)},
-            {"machine_id_source", code_of(found.plan.machine_id.source)}};
+            {"machine_id_source", code_of(found.plan.machine_id.source)},
+            {"machine_id_is_kept", found.plan.keeps_machine_id}};
 }
 
 } // namespace

@@ -28,8 +28,8 @@ std::string line(const std::string& name, const std::string& value) {
 
 std::string file(const std::string& name, const library::place_t& place) {
     const std::wstring& path = place.path.as_string();
-    return line(name,
-                column(words_of(code_of(place.state)), 18) + column(mode_of(path), 6) + utf16_to_utf8(path));
+    const std::string state = words_of(code_of(place.state)) + (place.is_read_only ? ", read-only" : "");
+    return line(name, column(state, 20) + column(mode_of(path), 6) + utf16_to_utf8(path));
 }
 
 std::string files(const library::plan_t& plan) {
@@ -116,7 +116,7 @@ std::string text_report_t::rules(const library::plan_t& plan) const {
 std::string text_report_t::status(const inspection_t& found) const {
     return "Would usage of \"" + printable(found.subject.product) + "\" be reported now?  " +
            paint(printable(answer_of(found)), found.would_report() ? green : red) + "\n" + rules(found.plan) +
-           "\nMachine id:\n" + line(printable(found.machine_id), describe(found.plan.machine_id.source)) +
+           "\nMachine id:\n" + line(printable(found.machine_id), describe_machine_id(found.plan)) +
            files(found.plan) + delivery(found) + events(found) + days(found.plan.days);
 }
 

@@ -179,8 +179,11 @@ std::string because(const library::plan_t& plan) {
     return plan.failure ? text + ": " + describe(*plan.failure) : text;
 }
 
-std::string describe(uuid_source_t source) {
-    switch (source) {
+std::string describe_machine_id(const library::plan_t& plan) {
+    const std::string makes = plan.keeps_machine_id
+                                  ? ": a host would make one"
+                                  : ": a host would make one for each run, for it cannot be stored";
+    switch (plan.machine_id.source) {
     case uuid_source_t::no_folder:
         return "there is no folder to keep one in";
     case uuid_source_t::forced:
@@ -190,13 +193,13 @@ std::string describe(uuid_source_t source) {
     case uuid_source_t::without_id:
         return "uuid.xml holds none";
     case uuid_source_t::missing:
-        return "none stored yet: a host would make one";
+        return "none stored yet" + makes;
     case uuid_source_t::unreadable:
-        return "uuid.xml cannot be read: a host would make another one";
+        return "uuid.xml cannot be read" + makes;
     case uuid_source_t::malformed:
         break;
     }
-    return "uuid.xml is malformed: a host would make another one";
+    return "uuid.xml is malformed" + makes;
 }
 
 std::string name_of(const library::step_t& step) {
@@ -212,7 +215,7 @@ std::string finding_of(const library::step_t& step, const library::plan_t& plan)
     case rule_t::folders:
         return describe_folders(plan);
     case rule_t::machine_id:
-        return describe(plan.machine_id.source);
+        return describe_machine_id(plan);
     case rule_t::switches:
         return describe_switch(step);
     case rule_t::network:

@@ -26,7 +26,7 @@ std::string words_of(const char* code);
 std::string because(const library::plan_t& plan);
 
 /// Where the machine id comes from.
-std::string describe(library::uuid_source_t source);
+std::string describe_machine_id(const library::plan_t& plan);
 
 /// What a step of the decision is called, and what was found for it.
 std::string name_of(const library::step_t& step);

@@ -2,6 +2,7 @@
 #include "terminal.h"
 
 #include "platform/environment.h"
+#include "platform/folders.h"
 #include "toolkit/quillkit/strings.h"
 
 #include <array>
@@ -35,7 +36,9 @@ void complain(std::string_view message) {
 }
 
 std::string why_no_folder() {
-    return "neither XDG_DATA_HOME nor HOME holds an absolute path in UTF-8";
+    if (const auto variable = ostrel_platform::malformed_folder_variable())
+        return quillkit::strings::utf16_to_utf8(*variable) + " is not UTF-8 encoded";
+    return "neither XDG_DATA_HOME nor HOME holds an absolute path";
 }
 
 std::string mode_of(const std::wstring& path) {
