@@ -41,16 +41,6 @@ Groups (without any: build test lint):
 END
 }
 
-as_root() {
-    if ((EUID == 0)); then
-        "$@"
-    elif command -v sudo >/dev/null; then
-        sudo -- "$@"
-    else
-        die "missing: ${missing[*]} (run this script as root to install them)"
-    fi
-}
-
 list_only=no
 selected=()
 for argument in "$@"; do
@@ -75,9 +65,14 @@ if [[ $list_only == yes ]]; then
     exit
 fi
 
+as_root=()
+if ((EUID)); then
+    command -v sudo >/dev/null || die "missing: ${missing[*]} (run this script as root to install them)"
+    as_root=(sudo --)
+fi
 echo "Installing ${missing[*]}"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-step "package lists" as_root apt-get -o DPkg::Lock::Timeout=600 update
-step "packages" as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 \
+step "package lists" "${as_root[@]}" apt-get -o DPkg::Lock::Timeout=600 update
+step "packages" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 \
     install -y --no-install-recommends "${missing[@]}"

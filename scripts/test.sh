@@ -9,7 +9,7 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | instructions | all]
 
-Without a name: linux.
+Without a name: linux. trust needs root, the others only to install packages.
 
   --no-lint  leave out clang-format and clang-tidy, which only linux runs
   --help     print this text
@@ -88,6 +88,7 @@ for argument in "$@"; do
     esac
 done
 ((${#selected[@]})) || selected=(linux)
+[[ " ${selected[*]} " != *" trust "* ]] || ((EUID == 0)) || die "trust needs root: it mounts disks and changes users"
 
 cd "$root"
 for build in "${selected[@]}"; do
