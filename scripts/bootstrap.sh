@@ -15,6 +15,7 @@ declare -rA groups=(
     [clang]="clang libclang-rt-dev"
     [trust]="nginx-light tinyproxy squid strace iproute2 util-linux python3"
     [bench]="libbenchmark-dev valgrind"
+    [arm64]="g++-aarch64-linux-gnu qemu-user"
     [wine]="netbase"
 )
 
@@ -34,6 +35,7 @@ Groups (without any: build test lint):
   clang   the second compiler that the tree has to build with
   trust   collectors, proxies and tracers that scripts/trust/ tries hosts with
   bench   Google Benchmark and valgrind
+  arm64   compiler for 64-bit Arm, and an emulator
   wine    names of network services, which Wine takes from the system
 
   --list  print what is missing and install nothing
