@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds and runs what the documents show, makes the reference without a warning, and compares the table of CMake options.
+# Builds and runs what the documents show, makes the reference without a warning, and looks for what is left out.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -10,8 +10,9 @@ usage() {
 Usage: ${0##*/} [--build-dir DIR] [--nginx]
 
 Makes the reference of the public headers with Doxygen, looks for each CMake
-option in docs/host-guide.md, and builds and runs the programs in README.md and
-docs/, against the library in DIR (build/linux) and the example collector there.
+option in docs/host-guide.md, asks each script for its help, and builds and runs
+the programs in README.md and docs/, with the library and the example collector
+in DIR (build/linux).
 
   --nginx  also run the collector of docs/host-guide.md and post a hit to it
            (its ports 8089 and 8090 have to be free)
@@ -55,6 +56,13 @@ options() {
     diff <(cat "$root"/CMakeLists.txt "$root"/cmake/*.cmake | tr -s '\n ' ' ' |
         grep -oE 'option\(OSTREL_[A-Z_]+|set\(OSTREL_[A-Z_]+ [^ ]+ CACHE' | grep -oE 'OSTREL_[A-Z_]+' | sort -u) \
         <(sed -n '/^### CMake options/,/^## /s/^| `\(OSTREL_[A-Z_]*\)` .*/\1/p' "$root/docs/host-guide.md" | sort)
+}
+
+help_of_all() {
+    find "$root" \( -path "$root/build" -o -path "$root/.git" \) -prune -o -type f -perm -u+x -print | while read -r script; do
+        echo "$script"
+        "$script" --help | grep -i '^usage: .'
+    done
 }
 
 # Writes each fenced block of a document to a file of its own, named by its language.
@@ -127,6 +135,7 @@ take_a_hit() {
 log=$folder/log
 step "reference" reference
 step "table of CMake options" options
+step "help of every script" help_of_all
 extract "$root/README.md"
 for document in "$root"/docs/*.md; do
     extract "$document"
