@@ -3,6 +3,7 @@
 \set ON_ERROR_STOP on
 BEGIN;
 SET LOCAL client_min_messages = warning;
+SET LOCAL check_function_bodies = off; -- some read temporary tables
 SELECT pg_advisory_xact_lock(hashtext('collector.schema'));
 CREATE EXTENSION IF NOT EXISTS hll;
 CREATE SCHEMA IF NOT EXISTS collector;
@@ -36,6 +37,8 @@ BEGIN
         CREATE TABLE loaded_file (
             receiver text, content text, loaded timestamptz NOT NULL DEFAULT now(),
             PRIMARY KEY (receiver, content));
+        CREATE TABLE period_cache (first date, last date, threshold int, body json NOT NULL,
+            PRIMARY KEY (first, last, threshold));
     END IF;
     INSERT INTO setting VALUES ('schema', newest) ON CONFLICT (name) DO UPDATE SET value = excluded.value;
 END $$;
@@ -111,6 +114,7 @@ BEGIN
             machines = t.machines || excluded.machines, regular = t.regular || excluded.regular;
     INSERT INTO refused_day AS t SELECT day, reason, sum(hits) FROM staged_refusal GROUP BY 1, 2
         ON CONFLICT (day, reason) DO UPDATE SET hits = t.hits + excluded.hits;
+    DELETE FROM period_cache WHERE last >= (SELECT min(day) FROM counted);
     INSERT INTO sample_day AS t SELECT DISTINCT day, rate FROM counted
         ON CONFLICT (day) DO UPDATE SET rate = least(t.rate, excluded.rate);
 END $$;
@@ -127,5 +131,99 @@ BEGIN
     DELETE FROM refused_day WHERE day < first_day();
     DELETE FROM sample_day WHERE day < first_day();
     DELETE FROM loaded_file WHERE loaded < first_day();
+    DELETE FROM period_cache WHERE (current_date - last) % 30 <> 0 OR last < first_day();
+END $$;
+
+-- Which cells of each group may be shown: those with fewer machines than the threshold become "(other)". If these
+-- together stay below it, the next smallest join them until they reach it. So no shown sum gives a hidden cell away.
+CREATE OR REPLACE FUNCTION fold(threshold int)
+RETURNS TABLE (grp text[], name text[], shown text[], hits bigint, machines hll, regular hll) LANGUAGE sql AS $$
+    WITH sized AS (SELECT *, hll_cardinality(c.machines) AS size FROM cell c),
+    joined AS (
+        SELECT *, min(size) OVER (PARTITION BY s.grp) AS smallest, row_number() OVER by_size AS place,
+               hll_cardinality(hll_union_agg(s.machines) OVER by_size) AS size_up_to_here
+        FROM sized s WINDOW by_size AS (PARTITION BY s.grp ORDER BY s.size, s.name ROWS UNBOUNDED PRECEDING)),
+    judged AS (
+        SELECT *, size < threshold OR smallest < threshold
+                  AND lag(size_up_to_here) OVER (PARTITION BY j.grp ORDER BY j.place) < threshold AS is_folded
+        FROM joined j)
+    SELECT j.grp, j.name, CASE WHEN is_folded THEN ARRAY['(other)', ''] ELSE j.name END, j.hits, j.machines, j.regular
+    FROM judged j
+$$;
+
+-- The folded cells, each with at least the threshold's machines.
+CREATE OR REPLACE FUNCTION shown(threshold int)
+RETURNS TABLE (grp text[], name text[], hits bigint, machines bigint, regular bigint) LANGUAGE sql AS $$
+    SELECT grp, shown, hits, round(machines)::bigint,
+           CASE WHEN regular >= threshold AND machines - regular >= threshold THEN round(regular)::bigint END
+    FROM (SELECT f.grp, f.shown, sum(f.hits)::bigint AS hits, hll_cardinality(hll_union_agg(f.machines)) AS machines,
+                 hll_cardinality(hll_union_agg(f.regular)) AS regular
+          FROM fold(threshold) f GROUP BY f.grp, f.shown) AS total
+    WHERE machines >= threshold
+$$;
+
+-- What is shown of the days from first to last. "used" is for finding listed names that nobody uses.
+CREATE OR REPLACE FUNCTION compute_period(first date, last date, threshold int) RETURNS json LANGUAGE plpgsql
+SET enable_hashagg = off SET work_mem = '64MB' AS $$
+DECLARE
+    body jsonb;
+BEGIN
+    CREATE TEMP TABLE cell (grp text[], name text[], hits bigint, machines hll, regular hll) ON COMMIT DROP;
+    INSERT INTO cell SELECT ARRAY[product], ARRAY[category, label], sum(hits), hll_union_agg(machines),
+        hll_union_agg(regular) FROM feature_day WHERE day BETWEEN first AND last GROUP BY product, category, label;
+    body := jsonb_build_object('from', first, 'to', last,
+        'used', (SELECT coalesce(jsonb_agg(DISTINCT jsonb_build_array(grp[1], name[1])), '[]') FROM cell));
+    CREATE TEMP TABLE feature ON COMMIT DROP AS SELECT * FROM shown(threshold);
+    CREATE TEMP TABLE feature_name ON COMMIT DROP AS
+        SELECT grp[1] AS product, name[1] AS category, name[2] AS label, grp || shown AS grp FROM fold(threshold);
+
+    TRUNCATE cell;
+    INSERT INTO cell SELECT n.grp, ARRAY[day::text, ''], sum(hits), hll_union_agg(machines), hll_empty(12, 5, 0, 1)
+        FROM feature_day JOIN feature_name n USING (product, category, label)
+        WHERE day BETWEEN first AND last GROUP BY n.grp, day;
+    CREATE TEMP TABLE feature_days ON COMMIT DROP AS
+        SELECT grp, jsonb_agg(jsonb_build_array(name[1], hits, machines) ORDER BY name[1] = '(other)', name) AS days
+        FROM shown(threshold) GROUP BY grp;
+    TRUNCATE cell;
+    INSERT INTO cell SELECT n.grp, ARRAY[version, ''], 0, hll_union_agg(machines), hll_empty(12, 5, 0, 1)
+        FROM version_day JOIN feature_name n USING (product, category, label)
+        WHERE day BETWEEN first AND last GROUP BY n.grp, version;
+    CREATE TEMP TABLE feature_versions ON COMMIT DROP AS
+        SELECT grp, jsonb_agg(jsonb_build_object('version', name[1], 'machines', machines)
+                              ORDER BY machines DESC, name) AS versions FROM shown(threshold) GROUP BY grp;
+    body := body || jsonb_build_object('features', (
+        SELECT coalesce(jsonb_agg(jsonb_build_object('product', f.grp[1], 'category', f.name[1],
+            'label', nullif(f.name[2], ''), 'hits', hits, 'machines', machines, 'regular_machines', regular,
+            'versions', coalesce(versions, '[]'), 'days', coalesce(days, '[]')) ORDER BY machines DESC, f.grp, f.name), '[]')
+        FROM feature f LEFT JOIN feature_days d ON d.grp = f.grp || f.name
+                       LEFT JOIN feature_versions v ON v.grp = f.grp || f.name));
+
+    -- A product's regular users are shown too, so those of its systems are shown all or not at all.
+    TRUNCATE cell;
+    INSERT INTO cell SELECT ARRAY[product], ARRAY[os, ''], 0, hll_union_agg(machines), hll_union_agg(regular)
+        FROM installation_day WHERE day BETWEEN first AND last GROUP BY product, os;
+    body := body || jsonb_build_object('installations', (
+        SELECT coalesce(jsonb_agg(jsonb_build_object('product', grp[1], 'os', name[1], 'machines', machines,
+            'regular_machines', CASE WHEN all_shown THEN regular END) ORDER BY machines DESC, grp, name), '[]')
+        FROM (SELECT *, bool_and(regular IS NOT NULL) OVER (PARTITION BY grp) AS all_shown FROM shown(threshold)) s));
+    body := body || jsonb_build_object('products', (
+        SELECT coalesce(jsonb_agg(jsonb_build_object('product', product, 'machines', round(machines),
+            'regular_machines', CASE WHEN regular >= threshold AND machines - regular >= threshold
+                                THEN round(regular) END) ORDER BY machines DESC, product), '[]')
+        FROM (SELECT grp[1] AS product, hll_cardinality(hll_union_agg(cell.machines)) AS machines,
+                     hll_cardinality(hll_union_agg(cell.regular)) AS regular FROM cell GROUP BY grp) AS total
+        WHERE machines >= threshold));
+    DROP TABLE cell, feature, feature_name, feature_days, feature_versions;
+    RETURN body;
+END $$;
+
+-- The same from the cache, which the merge of an earlier day clears.
+CREATE OR REPLACE FUNCTION period(first_day date, last_day date, least_machines int) RETURNS json LANGUAGE plpgsql AS $$
+BEGIN
+    PERFORM pg_advisory_xact_lock_shared(hashtext('collector.merge')); -- or an old result could follow a new merge
+    INSERT INTO period_cache SELECT first_day, last_day, least_machines, compute_period(first_day, last_day, least_machines)
+        WHERE NOT EXISTS (SELECT FROM period_cache WHERE (first, last, threshold) = (first_day, last_day, least_machines))
+        ON CONFLICT DO NOTHING;
+    RETURN (SELECT body FROM period_cache WHERE (first, last, threshold) = (first_day, last_day, least_machines));
 END $$;
 COMMIT;

@@ -104,7 +104,7 @@ supervise() {
 count() {
     [[ -n $schema ]] || apply_schema || { say "the database is not ready: hits wait in files"; return 0; }
     finish python3 "$RUN/load.py" --data "$DATA" --sample "$SAMPLE" "${filters[@]}" || true
-    finish python3 "$RUN/report.py" --data "$DATA" --threshold "$THRESHOLD" "${filters[@]}" || true
+    finish python3 "$RUN/report.py" --data "$DATA" --threshold "$THRESHOLD" --interval "$INTERVAL" "${filters[@]}" || true
     [[ -z $announced && -e $DATA/page/index.html ]] || return 0
     say "page at http://127.0.0.1:$PAGE_PORT/"
     announced=yes
@@ -118,7 +118,7 @@ stop() {
     nginx=''
     rotate
     [[ -z $schema ]] || { timeout 30 python3 "$RUN/load.py" --data "$DATA" --sample "$SAMPLE" "${filters[@]}" &&
-        timeout 30 python3 "$RUN/report.py" --data "$DATA" --threshold "$THRESHOLD" "${filters[@]}"; } || true
+        timeout 30 python3 "$RUN/report.py" --data "$DATA" --threshold "$THRESHOLD" --interval "$INTERVAL" "${filters[@]}"; } || true
     running "$postgres" && { kill -INT "$postgres"; wait_for 30 "$postgres" || kill -QUIT "$postgres"; }
     rm -rf -- "$RUN"
 }
