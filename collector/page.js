@@ -76,8 +76,8 @@
         const button = make("button", make("bdi", feature.name));
         button.addEventListener("click", () => select(feature));
         const versions = feature.versions.map(v => `${v.version} (${format(v.machines)})`).join(", ");
-        return [cell(feature.product, "wide"), cell(button), cell(feature.machines), shareCell(feature.share),
-                cell(feature.before), cell(feature.regular_machines, "number wide"), cell(feature.hits, "number wide"),
+        return [cell(feature.product, "product"), cell(button, "name"), cell(feature.machines), shareCell(feature.share),
+                cell(feature.before, "number wide"), cell(feature.regular_machines, "number wide"), cell(feature.hits, "number wide"),
                 cell(versions, "wide")];
     }
 
@@ -94,9 +94,9 @@
 
     function showOthers() {
         fill("unused", ofProduct(period().unused).filter(item => matches(item.name))
-            .map(item => [cell(item.product), cell(item.name)]));
+            .map(item => [cell(item.product, "product"), cell(item.name)]));
         fill("installations", ofProduct(period().installations)
-            .map(item => [cell(item.product, "wide"), cell(item.os), cell(item.machines), cell(item.regular_machines)]));
+            .map(item => [cell(item.product, "product"), cell(item.os), cell(item.machines), cell(item.regular_machines)]));
         const product = ofProduct(period().products)[0];
         const facts = {"Machines": product?.machines, "Regular users": product?.regular_machines,
                        "Features used": rows().length, "Listed names unused": ofProduct(period().unused).length};
@@ -224,6 +224,7 @@
         element("product").append(...[...products].map(product => new Option(product, product)));
         element("period").append(...periods.map((item, index) =>
             new Option((index ? "" : "Last 30 days: ") + `${item.from} – ${item.to}`)));
+        document.body.classList.add("live");
         document.querySelectorAll(".controls, .scripted").forEach(node => { node.hidden = false; });
         for (const id of ["product", "period"])
             element(id).addEventListener("change", showAll);

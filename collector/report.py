@@ -86,8 +86,9 @@ def table_rows(rows):
     def cell(value):
         if isinstance(value, str):
             return f"<td><bdi>{html.escape(value)}</bdi></td>"
-        return '<td class="number">' + ("–" if value is None else f"{value:,}") + "</td>"
-    return "\n".join("<tr>" + "".join(map(cell, row)) + "</tr>" for row in rows)
+        text = "–" if value is None else f"{value:.0%}" if isinstance(value, float) else f"{value:,}"
+        return f'<td class="number">{text}</td>'
+    return "\n".join("<tr>" + "".join(map(cell, row)) + "</tr>" for row in rows) or "<tr><td>none</td></tr>"
 
 
 def static_tables(report):
@@ -95,7 +96,7 @@ def static_tables(report):
     machines = {product["product"]: product["machines"] for product in report["products"]}
     before = {(f["product"], f["category"], f["label"]): f["machines"] for f in report["earlier"][0]["features"]}
     features = ((f["product"], feature_name(f), f["machines"],
-                 f"{min(1, f['machines'] / machines.get(f['product'], f['machines'])):.0%}",
+                 min(1.0, f["machines"] / machines.get(f["product"], f["machines"])),
                  before.get((f["product"], f["category"], f["label"])), f["regular_machines"], f["hits"],
                  ", ".join(f"{v['version']} ({v['machines']:,})" for v in f["versions"])) for f in report["features"])
     return {
