@@ -194,7 +194,7 @@ class Loader:
         # Without "COMMIT" nothing counts: psql reads it last, whatever kills this process before.
         with subprocess.Popen(PSQL + values, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True,
                               encoding="utf-8") as psql:
-            with open(path, "rb") as file:
+            with open(path, "rb") as file, reader.kinds:
                 self.write(psql.stdin, reader, file)
             psql.stdin.close()
         if psql.returncode:
