@@ -65,7 +65,7 @@ class CountsTest(unittest.TestCase):
         shown = names["editor", "shown"]
         self.assertEqual(shown["regular_machines"], 20)
         self.assertEqual(shown["days"], [["(other)", 51, 45]])
-        self.assertEqual([v["machines"] for v in shown["versions"]], [24, 23])
+        self.assertEqual([v["machines"] for v in shown["versions"]], [24, 24])
         self.assertEqual(shown["versions"][0]["version"], "(other)")
         self.assertEqual([(i["os"], i["machines"], i["regular_machines"]) for i in report["installations"]],
                          [("(other)", 73, 22)])

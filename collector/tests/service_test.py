@@ -1,4 +1,5 @@
 """The running collector: clients, load, kills, rotation, privacy, several instances."""
+import contextlib
 import hashlib
 import http.client
 import os
@@ -22,14 +23,14 @@ def post_many(collector, clients, hits):
     failures = []
 
     def client(number):
-        connection = http.client.HTTPConnection("127.0.0.1", collector.port)
-        for n in range(hits):
-            try:
-                status = collector.request(body=hit(f"m{number}-{n}"), connection=connection)
-            except OSError as error:
-                status = error
-            if status != 200:
-                failures.append(status)
+        with contextlib.closing(http.client.HTTPConnection("127.0.0.1", collector.port)) as connection:
+            for n in range(hits):
+                try:
+                    status = collector.request(body=hit(f"m{number}-{n}"), connection=connection)
+                except OSError as error:
+                    status = error
+                if status != 200:
+                    failures.append(status)
 
     threads = [threading.Thread(target=client, args=(number,)) for number in range(clients)]
     for thread in threads:
@@ -121,7 +122,7 @@ class ServiceTest(unittest.TestCase):
             self.assertGreater(len(self.search(collector, trace)), 1)  # in the table and in the write-ahead log
         # The digest is what the loader computes, so the search looked for the right bytes.
         collector.sql("DROP TABLE planted")
-        self.assertEqual(collector.sql(f"SELECT hll_cardinality(machines || hll_add(hll_empty(12, 5, 0, 1), {number}::bigint"
+        self.assertEqual(collector.sql(f"SELECT hll_cardinality(machines || hll_add(hll_empty(12, 5, 0, 1), ({number})::bigint"
                                        "::hll_hashval)) = hll_cardinality(machines) FROM feature_day"), "t")
 
     def test_hundreds_of_clients_and_rotations_lose_nothing(self):
@@ -129,24 +130,24 @@ class ServiceTest(unittest.TestCase):
         for connections in (400, 2000):
             with self.subTest(connections):
                 before = collector.loaded_hits()
-                answers = self.wrk(collector, connections, 4)
+                answers = self.wrk(collector, connections, 2)
                 self.assertGreater(answers, connections)
                 collector.wait_until_settled()
                 counted = collector.loaded_hits() - before
                 # What was under way when the load generator ended was taken, too.
                 self.assertGreaterEqual(counted, answers)
                 self.assertLessEqual(counted, answers + connections)
-        self.assertGreater(collector.text().count("loaded hits-"), 5)
+        self.assertGreater(collector.text().count("loaded hits-"), 2)
 
     def test_killed_loaders_and_databases_lose_nothing_and_count_nothing_twice(self):
         collector = self.start("--filter", FILTER)
         threads, failures = post_many(collector, 4, 500)
-        content = lines([hit(f"m{n % 3000}") for n in range(100_000)])
+        content = lines([hit(f"m{n % 3000}") for n in range(50_000)])
         kills = 0
         for n in range(8):
             collector.drop(content + b"%d.000 round\n" % n, f"hits-{n}.log")
             loader = wait_for(lambda: processes(f"load.py --data {collector.data}"))[0]
-            time.sleep(random.random())
+            time.sleep(random.random() / 2)
             victim = loader if n % 2 else processes(f"postgres -D {collector.data}")[0]
             try:
                 os.kill(victim, signal.SIGKILL)
@@ -157,7 +158,7 @@ class ServiceTest(unittest.TestCase):
         self.assertEqual(failures, [])
         collector.wait_until_settled()
         self.assertGreaterEqual(kills, 4)
-        self.assertEqual(collector.loaded_hits(), 8 * 100_000 + 2000)
+        self.assertEqual(collector.loaded_hits(), 8 * 50_000 + 2000)
         self.assertEqual(collector.report()["refused"], {"not a hit": 8})
 
     def test_sigterm_loses_nothing_and_ends_everything_and_so_does_a_kill(self):

@@ -1,4 +1,5 @@
 """A collector in a folder of its own, and what tests ask of it."""
+import contextlib
 import glob
 import http.client
 import json
@@ -71,10 +72,10 @@ class Collector:
     def start(self, wait=True):
         if os.path.exists(self.path("page/index.html")):
             os.unlink(self.path("page/index.html"))
-        self.log = open(os.path.join(self.outer, "log"), "a+", encoding="utf-8")
-        self.process = subprocess.Popen(
-            [os.path.join(self.program, "run.sh"), "--data", self.data, "--port", str(self.port), "--page-port",
-             str(self.page_port), "--interval", "1", *self.options], stderr=self.log, stdout=self.log, env=self.environment)
+        with open(os.path.join(self.outer, "log"), "a", encoding="utf-8") as log:
+            self.process = subprocess.Popen(
+                [os.path.join(self.program, "run.sh"), "--data", self.data, "--port", str(self.port), "--page-port",
+                 str(self.page_port), "--interval", "1", *self.options], stderr=log, stdout=log, env=self.environment)
         if not wait:
             return
         wait_for(lambda: os.path.exists(self.path("page/index.html")) or self.process.poll() is not None)
@@ -84,7 +85,7 @@ class Collector:
         return os.path.join(self.data, name)
 
     def text(self):
-        with open(self.log.name, encoding="utf-8") as file:
+        with open(os.path.join(self.outer, "log"), encoding="utf-8") as file:
             return file.read()
 
     def report(self):
@@ -103,7 +104,8 @@ class Collector:
         """Waits until every rotated file is loaded and the page that follows is there."""
         wait_for(lambda: not glob.glob(self.path("hits/hits-*.log")), seconds)
         loaded = time.time()
-        wait_for(lambda: os.stat(self.path("page/index.html")).st_mtime > loaded, seconds)
+        page = self.path("page/index.html")
+        wait_for(lambda: os.path.exists(page) and os.stat(page).st_mtime > loaded, seconds)
 
     def load(self, content, name="hits-1.log"):
         self.drop(content, name)
@@ -132,8 +134,10 @@ class Collector:
         return int(self.sql("SELECT coalesce(sum(hits), 0) FROM feature_day"))
 
     def request(self, method="POST", path="/collect", body=None, headers=None, connection=None):
-        connection = connection or http.client.HTTPConnection("127.0.0.1", self.port)
-        connection.request(method, path, body, headers or {})
+        if not connection:
+            with contextlib.closing(http.client.HTTPConnection("127.0.0.1", self.port)) as connection:
+                return self.request(method, path, body, headers, connection)
+        connection.request(method, path, body, headers or {}, encode_chunked=True)
         answer = connection.getresponse()
         answer.read()
         return answer.status
@@ -141,9 +145,7 @@ class Collector:
     def stop(self):
         if self.process.poll() is None:
             self.process.send_signal(signal.SIGTERM)
-        status = self.process.wait(60)
-        self.log.close()
-        return status
+        return self.process.wait(60)
 
     def remove(self):
         self.stop()
