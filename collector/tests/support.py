@@ -60,9 +60,11 @@ def processes(words):
 
 
 class Collector:
-    def __init__(self, *options, folder=None, program=COLLECTOR, environment=None):
-        self.outer = folder or tempfile.mkdtemp(prefix="collector-test-", dir="/tmp")
+    def __init__(self, *options, program=COLLECTOR, environment=None, key="the same estimates in every run"):
+        self.outer = tempfile.mkdtemp(prefix="collector-test-", dir="/tmp")
         os.chmod(self.outer, 0o755)
+        with open(os.path.join(self.outer, "key"), "w", encoding="utf-8") as file:
+            file.write(key)
         self.data = os.path.join(self.outer, "data")
         self.port, self.page_port = free_port(), free_port()
         self.options, self.program = options, program
@@ -75,7 +77,8 @@ class Collector:
         with open(os.path.join(self.outer, "log"), "a", encoding="utf-8") as log:
             self.process = subprocess.Popen(
                 [os.path.join(self.program, "run.sh"), "--data", self.data, "--port", str(self.port), "--page-port",
-                 str(self.page_port), "--interval", "1", *self.options], stderr=log, stdout=log, env=self.environment)
+                 str(self.page_port), "--interval", "1", "--key",
+                 self.outer + "/key", *self.options], stderr=log, stdout=log, env=self.environment)
         if not wait:
             return
         wait_for(lambda: os.path.exists(self.path("page/index.html")) or self.process.poll() is not None)
