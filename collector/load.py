@@ -177,7 +177,10 @@ class Loader:
     def run(self):
         query("SELECT check_key(:'fingerprint'); SELECT retire();", fingerprint=self.fingerprint)
         for path in closed_files(self.folder):
-            self.load(path)
+            try:
+                self.load(path)
+            except OSError as error:
+                print(f"load.py: left for the next time: {error}", file=sys.stderr)
 
     def load(self, path):
         content = content_hash(path)

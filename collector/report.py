@@ -48,16 +48,12 @@ def make_report(arguments):
     periods, refused, last_load, sample = read_counts(arguments.threshold)
     for period in periods:
         period["unused"] = unused_names(period, filters)
-    latest, earlier = periods[0], periods[1:]
-    for period in earlier:
-        for feature in period["features"]:
-            del feature["days"]
     disk = shutil.disk_usage(arguments.data)
     return {
         "schema": 1, "generated": datetime.datetime.utcnow().strftime("%Y-%m-%dT%H:%M:%SZ"),
-        "threshold": arguments.threshold, "sample": round(sample, 4), **latest, "refused": refused,
+        "threshold": arguments.threshold, "sample": round(sample, 4), **periods[0], "refused": refused,
         "last_load": last_load, "backlog_files": len(glob.glob(os.path.join(arguments.data, "hits", "hits-*.log"))),
-        "disk": {"free": disk.free, "total": disk.total}, "interval": arguments.interval, "earlier": earlier}
+        "disk": {"free": disk.free, "total": disk.total}, "interval": arguments.interval, "earlier": periods[1:]}
 
 
 def spreadsheet_text(text):

@@ -99,7 +99,7 @@ prepare_identity() {
 copy_program() {
     local number filter
     run=$(mktemp -d /tmp/ostrel-collector.XXXXXX)
-    cp -- "$here"/*.py "$here"/*.sql "$here"/*.sh "$here"/*.in "$here"/page.* "$run"
+    cp -- "$here"/*.py "$here"/*.sql "$here"/*.sh "$here"/*.in "$here"/page.html "$here"/page.js "$run"
     for number in "${!filters[@]}"; do
         filter=${filters[number]}
         cp -- "${filter##*=}" "$run/filter-$number.xml" || die "cannot read the filter ${filter##*=}"

@@ -162,7 +162,8 @@ RETURNS TABLE (grp text[], name text[], hits bigint, machines bigint, regular bi
     WHERE machines >= threshold
 $$;
 
--- What is shown of the days from first to last. "used" is for finding listed names that nobody uses.
+-- What is shown of the days from first to last, and of each day if the last one is today. "used" is for finding listed
+-- names that nobody uses.
 CREATE OR REPLACE FUNCTION compute_period(first date, last date, threshold int) RETURNS json LANGUAGE plpgsql
 SET enable_hashagg = off SET work_mem = '64MB' AS $$
 DECLARE
@@ -180,7 +181,7 @@ BEGIN
     TRUNCATE cell;
     INSERT INTO cell SELECT n.grp, ARRAY[day::text, ''], sum(hits), hll_union_agg(machines), hll_empty(12, 5, 0, 1)
         FROM feature_day JOIN feature_name n USING (product, category, label)
-        WHERE day BETWEEN first AND last GROUP BY n.grp, day;
+        WHERE day BETWEEN first AND last AND last = current_date GROUP BY n.grp, day;
     CREATE TEMP TABLE feature_days ON COMMIT DROP AS
         SELECT grp, jsonb_agg(jsonb_build_array(name[1], hits, machines) ORDER BY name[1] = '(other)', name) AS days
         FROM shown(threshold) GROUP BY grp;

@@ -26,7 +26,7 @@ finish() {
     "$@" </dev/null &
     local child=$! status=0
     wait "$child" || status=$?
-    [[ -z $stopping ]] || { kill "$child" 2>/dev/null && wait "$child"; } || true
+    [[ -z $stopping ]] || { kill "$child" && wait "$child"; } 2>/dev/null || true
     return "$status"
 }
 
