@@ -20,7 +20,8 @@ install(
   COMPONENT development)
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ostrelConfig.cmake.in
-                              ${PROJECT_BINARY_DIR}/ostrelConfig.cmake INSTALL_DESTINATION ${package_dir})
+                              ${PROJECT_BINARY_DIR}/ostrelConfig.cmake INSTALL_DESTINATION ${package_dir}
+                              PATH_VARS CMAKE_INSTALL_LIBDIR)
 # The C++ namespace carries the whole version: another one is another interface.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake COMPATIBILITY ExactVersion)
 install(
@@ -42,6 +43,7 @@ endif()
 
 # On Windows every library that is not linked in travels beside ours: the host shares the loggers and the runtime.
 if(WIN32)
+  include(${PROJECT_SOURCE_DIR}/cmake/ostrel_import_library.cmake)
   foreach(library liblog4cplusU libstdc++-6 libgcc_s_seh-1 libwinpthread-1)
     install(FILES ${OSTREL_WINDOWS_PREFIX}/bin/${library}.dll DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
   endforeach()

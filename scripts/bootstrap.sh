@@ -15,7 +15,7 @@ declare -rA groups=(
     [clang]="clang libclang-rt-dev"
     [trust]="nginx-light tinyproxy squid strace iproute2 util-linux python3"
     [bench]="libbenchmark-dev valgrind"
-    [wine]="netbase"
+    [wine]="netbase clang lld llvm"
 )
 
 usage() {
@@ -34,7 +34,8 @@ Groups (without any: build test lint):
   clang   the second compiler that the tree has to build with
   trust   collectors, proxies and tracers that scripts/trust/ tries hosts with
   bench   Google Benchmark and valgrind
-  wine    names of network services, which Wine takes from the system
+  wine    names of network services, which Wine takes from the system, and the
+          tools that build a Windows host with another compiler
 
   --list  print what is missing and install nothing
   --help  print this text

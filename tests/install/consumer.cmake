@@ -21,6 +21,31 @@ function(cleanup)
   file(REMOVE_RECURSE "${folder}")
 endfunction()
 
+function(expect_status expected)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status TIMEOUT 60)
+  if(NOT status EQUAL expected)
+    fail("${ARGN}: ${status} instead of ${expected}")
+  endif()
+endfunction()
+
+# A host of another compiler: an exception that reaches it, a folder that cannot be made, and the C++ headers.
+function(try_foreign_host program)
+  expect_file("${folder}/foreign_host build/build.ninja" "lib/ostrel\\.lib")
+  expect_status(42 ${emulator} "${program}" !)
+  file(REMOVE_RECURSE "${company}")
+  file(TOUCH "${company}")
+  expect_status(1 ${emulator} "${program}")
+  file(REMOVE "${company}")
+  foreach(header ostrel/datetime ostrel/filelock ostrel/pellar_accessor ostrel/statistic settor2/product_locations
+                 kiln2/path)
+    execute_process(COMMAND clang ${abi} -x c++ -fsyntax-only -I include include/${header}.h
+                    WORKING_DIRECTORY "${folder}/prefix" ERROR_VARIABLE output)
+    if(NOT output MATCHES "error: \"This header needs g")
+      fail("${header}.h does not say who can use it: ${output}")
+    endif()
+  endforeach()
+endfunction()
+
 function(expect_file path content)
   file(READ "${path}" found)
   if(NOT found MATCHES "${content}")
@@ -29,9 +54,9 @@ function(expect_file path content)
 endfunction()
 
 function(build_project name)
-  run(${CMAKE_COMMAND} -S "${folder}/${name}" -B "${folder}/${name} build" -G "${GENERATOR}" ${options} ${options_of_${name}}
+  run(${CMAKE_COMMAND} -S "${folder}/${name}" -B "${folder}/${name} build" -G "${GENERATOR}" ${options}
       "-DCMAKE_PREFIX_PATH=${folder}/prefix" "-DCMAKE_C_COMPILER=${C_COMPILER}"
-      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}")
+      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" ${options_of_${name}})
   run(${CMAKE_COMMAND} --build "${folder}/${name} build")
 endfunction()
 
@@ -53,8 +78,10 @@ foreach(switch STATISTICS_DISABLE DONOTSEND_FEEDBACK DISABLE_FEEDBACK FORCE_FEED
 endforeach()
 
 if(WINDOWS)
-  set(hosts c_host cpp_host)
-  set(programs "c_host build/c_host.exe" plain_c.exe "cpp_host build/cpp_host.exe")
+  file(COPY "${SOURCE_DIR}/tests/install/foreign_host" DESTINATION "${folder}")
+  set(hosts c_host cpp_host foreign_host)
+  set(foreign_program "foreign_host build/foreign_host.exe")
+  set(programs "c_host build/c_host.exe" plain_c.exe "cpp_host build/cpp_host.exe" ${foreign_program})
   set(emulator "${SOURCE_DIR}/scripts/wine.sh")
   set(ENV{OSTREL_WINE_PREFIX} "${folder}/wine")
   set(ENV{OSTREL_DLL_DIR} "${folder}/prefix/bin")
@@ -68,6 +95,9 @@ if(WINDOWS)
   # A host in C needs nothing but the package, one in C++ the headers of Boost as well.
   set(options -DCMAKE_SYSTEM_NAME=Windows)
   set(options_of_cpp_host "-DBoost_ROOT=${LIBRARIES}")
+  set(abi --target=x86_64-pc-windows-msvc)
+  set(options_of_foreign_host -DCMAKE_C_COMPILER=clang -DCMAKE_C_COMPILER_TARGET=x86_64-pc-windows-msvc
+                              -DCMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY) # its C library is not there
   run("${C_COMPILER}" -I "${folder}/prefix/include" "${folder}/c_host/main.c" -L "${folder}/prefix/lib" -lostrel
       -o "${folder}/plain_c.exe")
   execute_process(COMMAND ${emulator} --data OUTPUT_VARIABLE data OUTPUT_STRIP_TRAILING_WHITESPACE)
@@ -101,15 +131,18 @@ endforeach()
 set(company "${data}/Norvane Corporation")
 foreach(program ${programs})
   run(${emulator} "${folder}/${program}")
-  if(program MATCHES "c_host|plain_c(\\.exe)?$")
+  if(program MATCHES "(foreign_host|c_host|plain_c)(\\.exe)?$")
+    string(REPLACE plain_c c_host product "${CMAKE_MATCH_1}")
     expect_file("${company}/virk" "^1$")
-    expect_file("${company}/c_host/settings/statistic/uuid.xml" "[0-9A-F]-")
-    expect_file("${company}/c_host/settings/statistic/last_active_dates.xml" "<item>")
+    expect_file("${company}/${product}/settings/statistic/uuid.xml" "[0-9A-F]-")
+    expect_file("${company}/${product}/settings/statistic/last_active_dates.xml" "<item>")
   endif()
   file(REMOVE_RECURSE "${company}")
 endforeach()
 
-if(NOT WINDOWS)
+if(WINDOWS)
+  try_foreign_host("${folder}/${foreign_program}")
+else()
   run("${SOURCE_DIR}/scripts/uninstall.sh" "${folder}")
   if(EXISTS "${folder}/prefix")
     fail("the uninstalled library has left something behind")
