@@ -9,7 +9,7 @@ declare -rA groups=(
     [build]="cmake ninja-build g++ libboost-dev libboost-filesystem-dev libboost-thread-dev
              libcurl4-openssl-dev liblog4cplus-dev libpugixml-dev libcli11-dev nlohmann-json3-dev"
     [test]="libgtest-dev pkg-config doxygen abigail-tools clang python3"
-    [package]="dpkg-dev file pkg-config"
+    [package]="dpkg-dev file lintian pkg-config"
     [collector]="nginx-light"
     [lint]="clang-format clang-tidy"
     [clang]="clang libclang-rt-dev"

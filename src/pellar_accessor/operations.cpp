@@ -3,13 +3,12 @@
 
 #include "pellar_accessor/disabling_switch.h"
 #include "pellar_accessor/log.h"
+#include "pellar_accessor/run.h"
 #include "platform/process.h"
 
 namespace OSTREL_NAMESPACE {
 
 namespace {
-
-constexpr int not_started = -1;
 
 std::vector<std::wstring> upload_arguments(const wchar_t* kind, const kiln2::path_t& file, bool force) {
     std::vector<std::wstring> arguments{L"-t", L"i", L"-e", kind};

@@ -4,13 +4,12 @@
 #include "pellar_accessor/disabling_switch.h"
 #include "pellar_accessor/log.h"
 #include "pellar_accessor/quote.h"
+#include "pellar_accessor/run.h"
 #include "settor2/product_locations.h"
 
 namespace OSTREL_NAMESPACE {
 
 namespace {
-
-constexpr int not_started = -1;
 
 bool is_manager_expected() {
     const settor2::IProductLocations* const locations = settor2::IProductLocations::get();

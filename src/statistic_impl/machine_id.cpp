@@ -12,7 +12,7 @@ namespace OSTREL_NAMESPACE {
 namespace {
 
 const wchar_t* const root = L"bag";
-const wchar_t* const key = L"UUID";
+const wchar_t* const id_key = L"UUID";
 
 bool ends_a_group(std::size_t index) {
     return index == 3 || index == 5 || index == 7 || index == 9;
@@ -50,7 +50,7 @@ std::optional<std::wstring> stored_uuid(const std::wstring& path) {
     kiln2::variant_bag_t bag;
     if (kiln2::load_variant_bag2(bag, path, root, false) != 1)
         return std::nullopt;
-    const auto* const stored = std::get_if<std::wstring>(&bag.get(key));
+    const auto* const stored = std::get_if<std::wstring>(&bag.get(id_key));
     return stored == nullptr ? std::wstring() : *stored;
 }
 
@@ -59,7 +59,7 @@ std::wstring load_or_create_uuid(const std::wstring& path) {
         return *stored;
     kiln2::variant_bag_t bag;
     std::wstring fresh = generate_uuid();
-    bag.put(key, fresh);
+    bag.put(id_key, fresh);
     kiln2::save_variant_bag2(bag, path, root);
     return fresh;
 }
