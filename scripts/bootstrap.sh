@@ -18,7 +18,7 @@ declare -rA groups=(
     [trust]="nginx-light tinyproxy squid strace iproute2 util-linux python3"
     [bench]="libbenchmark-dev valgrind"
     [arm64]="g++-aarch64-linux-gnu qemu-user"
-    [wine]="netbase"
+    [wine]="netbase clang lld llvm"
 )
 
 usage() {
@@ -39,7 +39,8 @@ Groups (without any: build test lint):
   trust   collectors, proxies and tracers that scripts/trust/ tries hosts with
   bench   Google Benchmark and valgrind
   arm64   compiler for 64-bit Arm, and an emulator
-  wine    names of network services, which Wine takes from the system
+  wine    names of network services, which Wine takes from the system, and the
+          tools that build a Windows host with another compiler
 
   --list  print what is missing and install nothing
   --help  print this text
