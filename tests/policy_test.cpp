@@ -2,6 +2,7 @@
 // decide.
 #include "statistic_impl_ga/statistic_impl_ga.h"
 
+#include "ostrel/ostrel.h"
 #include "statistic_impl/consent.h"
 #include "statistic_impl/machine_id.h"
 #include "support/log_capture.h"
@@ -144,6 +145,32 @@ TEST(policy, only_the_first_word_of_the_consent_file_counts_and_no_more_of_it_is
     EXPECT_TRUE(split.take(" \n") && split.take("1") && split.is_consent());
     EXPECT_FALSE(split.take("1") || split.is_consent());
     EXPECT_FALSE(consent_word_t().take("1 ") || consent_word_t().take("no"));
+}
+
+TEST(policy, an_answer_on_file_is_not_asked_for_again_and_a_device_is_a_refusal) {
+    const profile_t profile;
+    statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
+    EXPECT_EQ(ostrel_should_ask_user_consent(handle), 1);
+    for (const int answer : {0, 1, 0}) {
+        ostrel_set_statistic_collection_enabled(handle, answer);
+        EXPECT_EQ(ostrel_should_ask_user_consent(handle), 0) << answer;
+        EXPECT_EQ(read_file(profile.virk()), std::to_string(answer));
+    }
+    ostrel_destroy_statistic(handle);
+    const bool is_posix = fs::exists("/dev/null");
+    EXPECT_EQ(read_consent(is_posix ? L"/dev/null" : L"NUL"), vsDisabled);
+    EXPECT_EQ(read_consent(wide(profile.folder())), vsUnknown);
+}
+
+TEST(policy, without_a_consent_path_nothing_is_written) {
+    const profile_t profile;
+    const fs::path former = fs::current_path();
+    fs::current_path(profile.folder());
+    write_file(profile.folder() / ".tmp", "the host's");
+    write_consent(L"", true);
+    EXPECT_EQ(read_file(".tmp"), "the host's");
+    EXPECT_EQ(std::distance(fs::directory_iterator("."), {}), 2);
+    fs::current_path(former);
 }
 
 TEST(policy, the_first_rule_that_fires_decides) {

@@ -1,5 +1,4 @@
-"""That a process which may not collect touches no network, and that files belong to their user."""
-import os
+"""That a process which may not collect touches no network."""
 import pathlib
 import re
 import tempfile
@@ -51,22 +50,5 @@ def not_agreed(answer, what):
     return case
 
 
-def modes(_full):
-    former = os.umask(0)
-    try:
-        with Peer() as peer, Profile(consent=False) as profile:
-            with Host(profile, peer.url) as host:
-                for command in ("create", "consent 1", "notify n 1", "destroy"):
-                    host.tell(command)
-                host.end()
-            seen = {path.name: oct(path.stat().st_mode & 0o777) for path in profile.files()}
-    finally:
-        os.umask(former)
-    expect("files are their user's alone", seen == dict.fromkeys(["last_active_dates.xml", "uuid.xml", "virk"], "0o600"),
-           seen)
-    return "0600 each, with a umask of 0: " + ", ".join(seen)
-
-
 CASES = {"a disabling switch is set": switched_off, "forced on": allowed_shows, "no answer": not_agreed(None, "no answer on file"),
-         "refusal": not_agreed("0", "a refusal on file"),
-         "modes of files": modes}
+         "refusal": not_agreed("0", "a refusal on file")}

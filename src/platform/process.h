@@ -37,6 +37,9 @@ bool start_detached(const command_t& command);
 
 std::uint32_t process_id();
 
+/// Whether other threads still run while the process destroys its static objects.
+bool do_threads_run_at_exit();
+
 /// Whether this process runs in a remote-desktop session.
 bool is_remote_session();
 

@@ -39,6 +39,11 @@ bool consent_word_t::take(std::string_view block) {
 }
 
 virk_state_t read_consent(const std::wstring& path) {
+    // An administrator opts a user out with a link to the null device. Reading another device could block.
+    if (ostrel_platform::is_device(path)) {
+        OSTREL_LOG(policy_log, trace, L"virk file disables statistic");
+        return vsDisabled;
+    }
     auto file = ostrel_platform::shared_file_t::open_for_reading(path);
     if (!file) {
         OSTREL_LOG(policy_log, trace, L"virk file missing/not readable");
@@ -55,6 +60,8 @@ virk_state_t read_consent(const std::wstring& path) {
 }
 
 void write_consent(const std::wstring& path, bool enabled) {
+    if (path.empty())
+        return;
     ostrel_platform::overwrite_file(path, enabled ? "1" : "0");
 }
 

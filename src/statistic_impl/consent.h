@@ -22,10 +22,12 @@ private:
     std::string m_word;
 };
 
-/// vsUnknown when the file is missing or cannot be opened, else what its first word says.
+/// vsUnknown if the file is missing or cannot be opened, else what its first word says. A device or a pipe is
+/// a refusal and is not read.
 virk_state_t read_consent(const std::wstring& path);
 
-/// Writes the answer. A file that cannot be written keeps the old one; nothing is reported.
+/// Writes the answer. A file that cannot be written keeps the old one; nothing is reported. An empty path
+/// writes nothing.
 void write_consent(const std::wstring& path, bool enabled);
 
 } // namespace OSTREL_NAMESPACE

@@ -11,7 +11,6 @@ namespace ostrel_platform {
 
 namespace {
 
-constexpr std::int64_t last_second = 32535215999; // 3000-12-31T23:59:59Z
 constexpr std::int64_t seconds_of_a_day = 86400;
 
 std::tm calendar_fields(std::time_t seconds) {
@@ -31,8 +30,7 @@ std::int64_t utc_day_number() {
 }
 
 std::int64_t utc_seconds(std::tm& fields) {
-    const std::int64_t seconds = ::timegm(&fields);
-    return seconds < 0 || seconds > last_second ? -1 : seconds;
+    return ::timegm(&fields);
 }
 
 std::optional<std::tm> last_write_time(const std::wstring& path) {

@@ -2,6 +2,7 @@
 #include "platform/os_name.h"
 
 #include "platform/files.h"
+#include "platform/posix/os_release.h"
 #include "platform/utf.h"
 
 #include <algorithm>
@@ -48,6 +49,8 @@ std::string unquote(std::string_view value) {
     return result;
 }
 
+} // namespace
+
 std::optional<std::wstring> pretty_name(std::string_view content) {
     while (!content.empty()) {
         const std::string_view line = content.substr(0, content.find('\n'));
@@ -60,8 +63,6 @@ std::optional<std::wstring> pretty_name(std::string_view content) {
     }
     return std::nullopt;
 }
-
-} // namespace
 
 std::optional<std::wstring> os_product_name() {
     for (const wchar_t* const path : {L"/etc/os-release", L"/usr/lib/os-release"})

@@ -173,6 +173,10 @@ std::uint32_t process_id() {
 }
 
 // xrdp sets the variable in the sessions that it serves.
+bool do_threads_run_at_exit() {
+    return true;
+}
+
 bool is_remote_session() {
     return !environment_variable(L"XRDP_SESSION").value_or(std::wstring()).empty();
 }

@@ -13,7 +13,9 @@ namespace ostrel_platform {
 
 namespace {
 
-constexpr int create_new_only = _O_CREAT | _O_EXCL;
+// Not inherited: a child process that starts before the handle is closed would keep it open, and the lock
+// file could not be deleted.
+constexpr int create_new_only = _O_CREAT | _O_EXCL | _O_NOINHERIT;
 constexpr std::size_t largest_step = std::size_t{1} << 30U;
 constexpr DWORD deny_none = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
@@ -71,13 +73,6 @@ std::optional<shared_file_t> shared_file_t::open_for_reading(const std::wstring&
     return shared_file_t(std::move(handle));
 }
 
-std::optional<shared_file_t> shared_file_t::open_for_writing(const std::wstring& path) {
-    auto handle = std::make_unique<handle_t>(path, GENERIC_WRITE, CREATE_ALWAYS);
-    if (!handle->is_on_disk())
-        return std::nullopt;
-    return shared_file_t(std::move(handle));
-}
-
 std::optional<std::size_t> shared_file_t::read(char* buffer, std::size_t size) {
     const auto step = static_cast<DWORD>(std::min(size, largest_step));
     DWORD count = 0;
@@ -92,6 +87,10 @@ bool create_exclusively(const std::wstring& path) {
         return false;
     ::_close(descriptor);
     return true;
+}
+
+bool create_empty(const std::wstring& path) {
+    return disk_file_t(path, GENERIC_WRITE, CREATE_ALWAYS).is_on_disk();
 }
 
 bool replace_file(const std::wstring& path, std::string_view bytes) {
@@ -120,6 +119,18 @@ bool overwrite_file(const std::wstring& path, std::string_view bytes) {
 
 bool remove_file(const std::wstring& path) {
     return ::DeleteFileW(path.c_str()) != 0;
+}
+
+bool is_device(const std::wstring& path) {
+    constexpr DWORD no_access = 0;
+    const disk_file_t opened(path, no_access, OPEN_EXISTING);
+    return opened.file.is_open() && !opened.is_on_disk();
+}
+
+std::error_code create_folder(const std::wstring& path) {
+    if (::CreateDirectoryW(path.c_str(), nullptr))
+        return {};
+    return {static_cast<int>(::GetLastError()), std::system_category()};
 }
 
 } // namespace ostrel_platform
