@@ -59,7 +59,7 @@ options() {
 }
 
 help_of_all() {
-    find "$root" \( -path "$root/build" -o -path "$root/.git" \) -prune -o -type f -perm -u+x -print | while read -r script; do
+    find "$root" \( -path "$root/build" -o -path "$root/.git" -o -path "$root/tests" \) -prune -o -type f -perm -u+x -print | while read -r script; do
         echo "$script"
         "$script" --help | grep -i '^usage: .'
     done

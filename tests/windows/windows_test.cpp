@@ -224,7 +224,8 @@ TEST_F(windows, proxies_come_from_the_browser_discovery_the_machine_and_only_the
         profile.set("http_proxy", row.variable);
         discovery_calls.clear();
         texts_t candidates;
-        discover_proxies("http://c/\u00e9", candidates);
+        for (const found_proxy_t& found : discover_proxies("http://c/\u00e9"))
+            candidates.push_back(found.text);
         EXPECT_EQ(candidates, row.expected);
         EXPECT_EQ(discovery_calls, texts_t{"http://c/\u00e9 1 3 1"});
     }

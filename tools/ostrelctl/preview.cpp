@@ -3,6 +3,7 @@
 
 #include "http_connector/percent_encode.h"
 #include "statistic_impl_ga/hit.h"
+#include "words.h"
 
 namespace ostrelctl {
 
@@ -15,7 +16,7 @@ std::string encode(std::string text) {
 }
 
 std::string prefix_of(const inspection_t& found) {
-    return library::compose_hit_prefix(library::identify(found.machine_id.id,
+    return library::compose_hit_prefix(library::identify(utf8_to_utf16(found.machine_id),
                                                          utf8_to_utf16(found.subject.product),
                                                          utf8_to_utf16(found.subject.version)),
                                        &encode);
@@ -29,13 +30,13 @@ std::vector<preview_t> preview(const inspection_t& found, const std::vector<std:
     for (const std::string& feature : features) {
         preview_t& one = previews.emplace_back(preview_t{feature, std::nullopt, {}});
         const std::wstring name = utf8_to_utf16(feature);
-        const auto route = library::route_feature(name, found.events);
+        const auto route = library::route_feature(name, found.plan.events);
         if (!found.would_report())
-            one.why_not = because(found.verdict);
+            one.why_not = because(found.plan);
         else if (!route)
             one.why_not = "the event filter does not list it, and it is not \"run.\" and one word";
         else
-            one.body = library::compose_event_hit(prefix, *route, found.days.is_regular_user, &encode);
+            one.body = library::compose_event_hit(prefix, *route, found.plan.days.is_regular_user, &encode);
     }
     return previews;
 }
