@@ -6,7 +6,6 @@
 #include "statistic_impl_ga/hit.h"
 
 #include <benchmark/benchmark.h>
-#include <curl/curl.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -35,16 +34,10 @@ handle_t make_handle(int names, bool collecting) {
 
 std::string routed_hit() {
     using namespace OSTREL_NAMESPACE;
-    const auto escape = [](const std::string& text) {
-        char* const escaped = curl_easy_escape(nullptr, text.c_str(), 0);
-        std::string result = escaped;
-        curl_free(escaped);
-        return result;
-    };
     const std::wstring os = ostrel_platform::os_product_name().value_or(L"Undefined Windows Version");
     const std::string prefix = compose_hit_prefix(
-        {"UA-40271936-07", L"3F2A0C91-7B44-E012-9C5D-0A1B2C3D4E5F", L"vemtra", L"7.1.312", os}, escape);
-    return compose_event_hit(prefix, {L"editor.file.openfile", {}}, false, escape);
+        {"UA-40271936-07", L"3F2A0C91-7B44-E012-9C5D-0A1B2C3D4E5F", L"vemtra", L"7.1.312", os});
+    return compose_event_hit(prefix, {L"editor.file.openfile", {}}, false);
 }
 
 double median(std::vector<double> values) {

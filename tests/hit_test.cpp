@@ -7,7 +7,7 @@ using namespace OSTREL_NAMESPACE;
 
 TEST(feature_route, the_longest_enabled_prefix_wins_and_run_needs_no_filter) {
     const std::wstring dropped = L"-";
-    const std::tuple<std::wstring, event_set_t, std::wstring, std::wstring> cases[] = {
+    const std::tuple<std::wstring, std::vector<std::wstring>, std::wstring, std::wstring> cases[] = {
         {L"a.b.c", {L"a", L"a.b"}, L"a.b", L"c"},
         {L"a..b", {L"a"}, L"a", L".b"},
         {std::wstring(70, L'a') + L".b", {std::wstring(70, L'a')}, std::wstring(70, L'a'), L"b"},

@@ -4,47 +4,77 @@
 #include "settor2/product_locations.h"
 #include "toolkit/kiln2/variant_bag.h"
 
-#include <algorithm>
 #include <utility>
+#include <variant>
 
 namespace OSTREL_NAMESPACE {
 
 namespace {
 
-constexpr std::size_t long_length = 63;
-
-std::uint64_t length_bit(std::wstring_view text) {
-    return std::uint64_t{1} << std::min(text.size(), long_length);
+// Extends the hash of a text by one unit, so that one pass over a name gives the hash of each of its
+// prefixes.
+std::uint64_t extend(std::uint64_t hash, wchar_t unit) {
+    return (hash << 5U | hash >> 59U) ^ static_cast<std::uint32_t>(unit);
 }
 
-std::size_t mark_of(std::wstring_view text) {
-    std::uint32_t hash = 0;
+std::uint64_t hash_of(std::wstring_view text) {
+    std::uint64_t hash = 0;
     for (const wchar_t unit : text)
-        hash = hash * 31 + static_cast<std::uint32_t>(unit);
-    return hash % 4096;
+        hash = extend(hash, unit);
+    return hash;
+}
+
+std::size_t table_size(std::size_t names) {
+    std::size_t size = 2;
+    while (size < 2 * names)
+        size *= 2;
+    return size;
 }
 
 } // namespace
 
-event_filter_t::event_filter_t(event_set_t names) : m_names(std::move(names)) {
-    for (const std::wstring& name : m_names) {
-        m_lengths |= length_bit(name);
-        if (name.size() < long_length)
-            m_marks.set(mark_of(name));
+event_filter_t::event_filter_t(std::vector<std::wstring> names) : m_slots(table_size(names.size())) {
+    m_names.reserve(names.size());
+    for (std::wstring& name : names) {
+        const std::uint64_t hash = hash_of(name);
+        slot_t& slot = m_slots[find(name, hash)];
+        if (slot.name != 0)
+            continue;
+        m_names.push_back(std::move(name));
+        slot = {hash, m_names.size()};
     }
 }
 
-bool event_filter_t::may_hold(std::wstring_view text) const {
-    if ((m_lengths & length_bit(text)) == 0)
-        return false;
-    // Long texts are not hashed: one that is cut at many dots would be hashed as often.
-    return text.size() >= long_length || m_marks[mark_of(text)];
+// The slot that holds the name, or the free slot that ends its search.
+inline std::size_t event_filter_t::find(std::wstring_view name, std::uint64_t hash) const {
+    // Similar names have similar hashes; the multiplication spreads them over the table.
+    std::size_t place = (hash * 0x9E3779B97F4A7C15U) >> 32U;
+    for (;; ++place) {
+        place &= m_slots.size() - 1;
+        const slot_t& slot = m_slots[place];
+        if (slot.name == 0 || (slot.hash == hash && m_names[slot.name - 1] == name))
+            return place;
+    }
+}
+
+std::size_t event_filter_t::longest_match(std::wstring_view feature) const {
+    std::size_t match = no_match;
+    std::uint64_t hash = 0;
+    for (std::size_t length = 0;; ++length) {
+        const bool is_whole = length == feature.size();
+        if (is_whole || feature[length] == L'.')
+            if (m_slots[find({feature.data(), length}, hash)].name != 0)
+                match = length;
+        if (is_whole)
+            return match;
+        hash = extend(hash, feature[length]);
+    }
 }
 
 kiln2::path_t event_filter_path() {
     const settor2::IProductLocations* const locations = settor2::IProductLocations::get();
     const wchar_t* const folder = locations == nullptr ? nullptr : locations->getFolder();
-    // Joined to nothing, the rest would name a file in whatever folder the host works in.
+    // Joined to an empty folder, the rest would name a file in the current folder.
     if (folder == nullptr || *folder == L'\0')
         return {};
     return kiln2::path_t(folder)
@@ -52,17 +82,17 @@ kiln2::path_t event_filter_path() {
         .append(std::wstring(L"enabled_stat_events.xml"));
 }
 
-event_set_t load_enabled_events(const kiln2::path_t& path) {
+event_filter_t load_enabled_events(const kiln2::path_t& path) {
     kiln2::variant_bag_t bag;
-    event_set_t events;
     if (path.is_empty() || kiln2::load_variant_bag2(bag, path, L"bag", false) != 1)
-        return events;
-    for (auto& [kind, event] : bag.bags()) {
-        auto name = event.take(L"name");
-        if (auto* const text = std::get_if<std::wstring>(&name); kind == L"event" && text != nullptr)
-            events.insert(events.end(), std::move(*text)); // most lists are sorted
-    }
-    return events;
+        return {};
+    std::vector<std::wstring> names;
+    names.reserve(bag.bags().size());
+    for (const auto& [kind, event] : bag.bags())
+        if (const auto* const name = std::get_if<std::wstring>(&event.get(L"name"));
+            kind == L"event" && name != nullptr)
+            names.push_back(*name);
+    return names;
 }
 
 } // namespace OSTREL_NAMESPACE

@@ -59,7 +59,7 @@ struct inspection_t {
     std::string endpoint; ///< passwords masked
     std::vector<std::string>
         proxies; ///< in the order of trial, passwords masked; an empty one is libcurl's own
-    library::event_set_t events;
+    library::event_filter_t events;
     days_t days;
 
     bool would_report() const { return library::allows(verdict); }

@@ -13,11 +13,6 @@ const variant_t& variant_bag_t::get(std::wstring_view name) const {
     return place != m_values.end() ? place->second : empty;
 }
 
-variant_t variant_bag_t::take(std::wstring_view name) {
-    const auto place = m_values.find(name);
-    return place != m_values.end() ? std::move(place->second) : variant_t();
-}
-
 variant_bag_t& variant_bag_t::add_bag(std::wstring name) {
     return m_bags.emplace_back(std::move(name), variant_bag_t()).second;
 }

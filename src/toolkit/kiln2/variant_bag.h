@@ -30,15 +30,11 @@ public:
     /// The value of that name; the empty one when there is none.
     const variant_t& get(std::wstring_view name) const;
 
-    /// Moves a value out; the empty one when there is none.
-    variant_t take(std::wstring_view name);
-
     /// Adds an empty nested bag; the reference holds until the next one is added to this bag.
     variant_bag_t& add_bag(std::wstring name);
 
     const values_t& values() const { return m_values; }
     const nested_t& bags() const { return m_bags; }
-    nested_t& bags() { return m_bags; }
 
 private:
     values_t m_values;
