@@ -69,10 +69,19 @@ void serve() {
     }
 }
 
+/// Takes the prefix of a measurement off. @return whether it was there
+bool take_prefix(std::string& what, const std::string& prefix) {
+    if (what.compare(0, prefix.size(), prefix) != 0)
+        return false;
+    what.erase(0, prefix.size());
+    return true;
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
-    const std::string what = count > 1 ? arguments[1] : "";
+    std::string what = count > 1 ? arguments[1] : "";
+    bench::silence(take_prefix(what, "silenced-"));
     const int number = count > 2 ? std::atoi(arguments[2]) : 100;
     const int calls = count > 3 ? std::atoi(arguments[3]) : 1'000;
     if (what == "routed")

@@ -174,6 +174,17 @@ TEST_F(statistic, notifications_are_traced_with_name_and_value_and_reserved_slot
     EXPECT_EQ(capture.lines()[1].level, 20000);
 }
 
+TEST_F(statistic, an_appender_attached_later_by_another_thread_receives_every_line_from_then_on) {
+    const auto shared = statistic_t::get();
+    for (int i = 0; i < 1000; ++i)
+        shared->notify_feature_usage(L"not enabled");
+    std::optional<log_capture_t> capture;
+    std::thread([&capture] { capture.emplace("ostrel"); }).join();
+    for (int i = 0; i < 3; ++i)
+        shared->notify_feature_usage(L"not enabled");
+    EXPECT_EQ(capture->lines().size(), 9U);
+}
+
 TEST_F(statistic, the_factory_shares_one_object_and_renews_it_after_the_last_holder) {
     locations.has_failed = true;
     EXPECT_THROW(statistic_t::get(), std::runtime_error);

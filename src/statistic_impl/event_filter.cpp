@@ -4,6 +4,7 @@
 #include "settor2/product_locations.h"
 #include "toolkit/kiln2/variant_bag.h"
 
+#include <algorithm>
 #include <utility>
 #include <variant>
 
@@ -33,10 +34,12 @@ std::size_t table_size(std::size_t names) {
 
 } // namespace
 
-event_filter_t::event_filter_t(std::vector<std::wstring> names) : m_slots(table_size(names.size())) {
+event_filter_t::event_filter_t(std::vector<std::wstring> names)
+    : m_slots(table_size(names.size())), m_mask(m_slots.size() - 1) {
     m_names.reserve(names.size());
     for (std::wstring& name : names) {
         const std::uint64_t hash = hash_of(name);
+        m_longest = std::max(m_longest, name.size());
         slot_t& slot = m_slots[find(name, hash)];
         if (slot.name != 0)
             continue;
@@ -50,7 +53,7 @@ inline std::size_t event_filter_t::find(std::wstring_view name, std::uint64_t ha
     // Similar names have similar hashes; the multiplication spreads them over the table.
     std::size_t place = (hash * 0x9E3779B97F4A7C15U) >> 32U;
     for (;; ++place) {
-        place &= m_slots.size() - 1;
+        place &= m_mask;
         const slot_t& slot = m_slots[place];
         if (slot.name == 0 || (slot.hash == hash && m_names[slot.name - 1] == name))
             return place;
@@ -58,16 +61,19 @@ inline std::size_t event_filter_t::find(std::wstring_view name, std::uint64_t ha
 }
 
 std::size_t event_filter_t::longest_match(std::wstring_view feature) const {
+    const wchar_t* const units = feature.data();
+    const std::size_t end = std::min(feature.size(), m_longest);
     std::size_t match = no_match;
     std::uint64_t hash = 0;
     for (std::size_t length = 0;; ++length) {
-        const bool is_whole = length == feature.size();
-        if (is_whole || feature[length] == L'.')
-            if (m_slots[find({feature.data(), length}, hash)].name != 0)
+        if (length == end || units[length] == L'.') {
+            const bool is_prefix = length == feature.size() || units[length] == L'.';
+            if (is_prefix && m_slots[find({units, length}, hash)].name != 0)
                 match = length;
-        if (is_whole)
-            return match;
-        hash = extend(hash, feature[length]);
+            if (length == end)
+                return match;
+        }
+        hash = extend(hash, units[length]);
     }
 }
 

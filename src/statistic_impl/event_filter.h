@@ -40,7 +40,9 @@ private:
     std::size_t find(std::wstring_view name, std::uint64_t hash) const;
 
     std::vector<std::wstring> m_names;
+    std::size_t m_longest = 0;   ///< the length of the longest name
     std::vector<slot_t> m_slots; ///< a power of two, at most half of them taken
+    std::size_t m_mask;          ///< takes a number to a place among the slots
 };
 
 /// The path of the list below the folder that the host's configuration service names; empty if there is no

@@ -131,8 +131,11 @@ void last_active_dates_t::append(const active_date_t& date) {
 
 void last_active_dates_t::add_today() {
     const std::int64_t day = m_clock();
-    if (m_last_day.load(std::memory_order_acquire) == day)
-        return;
+    if (m_last_day.load(std::memory_order_acquire) != day)
+        add(day);
+}
+
+void last_active_dates_t::add(std::int64_t day) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const active_date_t date = date_of(day);
     if (is_another_day(m_dates, date)) {

@@ -73,6 +73,7 @@ public:
 
 private:
     bool load();
+    void add(std::int64_t day);
     void append(const active_date_t& date);
 
     const std::wstring m_path;

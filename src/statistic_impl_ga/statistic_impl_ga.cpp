@@ -30,7 +30,7 @@ statistic_impl_ga_t::statistic_impl_ga_t(const std::wstring& application_name,
 statistic_impl_ga_t::~statistic_impl_ga_t() = default;
 
 void statistic_impl_ga_t::notify_feature_usage_ex(const std::wstring& feature_name, std::uint64_t value) {
-    // Levels are thresholds: where the higher of the two in use is off, none of the lines below is written.
+    // One question for all lines of a report: if INFO is off, TRACE is off too.
     if (!analytics_log.is_enabled_for(log_level_t::info))
         return record(feature_name);
     OSTREL_TRACE_CALL(analytics_log,
