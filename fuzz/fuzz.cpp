@@ -152,7 +152,7 @@ std::optional<route_t> routed_simply(const std::wstring& feature,
     while (!rest.empty())
         listed.push_back(to_wide(next_line(rest)));
     const std::set<std::wstring, std::less<>> enabled(listed.begin(), listed.end());
-    const auto route = route_feature(name, listed);
+    const auto route = route_feature(name, event_filter_t({listed.begin(), listed.end()}));
     const auto simply = routed_simply(name, enabled);
     require(route.has_value() == simply.has_value(), "routed or not");
     if (!route)

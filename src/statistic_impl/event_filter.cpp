@@ -34,18 +34,26 @@ std::size_t table_size(std::size_t names) {
 
 } // namespace
 
-event_filter_t::event_filter_t(std::vector<std::wstring> names)
+event_filter_t::event_filter_t(const std::vector<std::wstring_view>& names)
     : m_slots(table_size(names.size())), m_mask(m_slots.size() - 1) {
     m_names.reserve(names.size());
-    for (std::wstring& name : names) {
+    for (const std::wstring_view name : names) {
         const std::uint64_t hash = hash_of(name);
-        m_longest = std::max(m_longest, name.size());
         slot_t& slot = m_slots[find(name, hash)];
         if (slot.name != 0)
             continue;
-        m_names.push_back(std::move(name));
+        m_names.push_back({m_text.size(), name.size()});
+        m_text += name;
+        m_longest = std::max(m_longest, name.size());
         slot = {hash, m_names.size()};
     }
+}
+
+std::vector<std::wstring_view> event_filter_t::names() const {
+    std::vector<std::wstring_view> names;
+    for (const name_t& name : m_names)
+        names.push_back(text_of(name));
+    return names;
 }
 
 // The slot that holds the name, or the free slot that ends its search.
@@ -55,7 +63,7 @@ inline std::size_t event_filter_t::find(std::wstring_view name, std::uint64_t ha
     for (;; ++place) {
         place &= m_mask;
         const slot_t& slot = m_slots[place];
-        if (slot.name == 0 || (slot.hash == hash && m_names[slot.name - 1] == name))
+        if (slot.name == 0 || (slot.hash == hash && text_of(m_names[slot.name - 1]) == name))
             return place;
     }
 }
@@ -90,15 +98,13 @@ kiln2::path_t event_filter_path() {
 
 event_filter_t load_enabled_events(const kiln2::path_t& path) {
     kiln2::variant_bag_t bag;
-    if (path.is_empty() || kiln2::load_variant_bag2(bag, path, L"bag", false) != 1)
-        return {};
-    std::vector<std::wstring> names;
-    names.reserve(bag.bags().size());
-    for (const auto& [kind, event] : bag.bags())
-        if (const auto* const name = std::get_if<std::wstring>(&event.get(L"name"));
-            kind == L"event" && name != nullptr)
-            names.push_back(*name);
-    return names;
+    std::vector<std::wstring_view> names;
+    if (!path.is_empty() && kiln2::load_variant_bag2(bag, path, L"bag", false) == 1)
+        for (const auto& [kind, event] : bag.bags())
+            if (const auto* const name = std::get_if<std::wstring>(&event.get_utf8("name"));
+                kind == std::string_view("event") && name != nullptr)
+                names.emplace_back(*name);
+    return event_filter_t(names);
 }
 
 } // namespace OSTREL_NAMESPACE

@@ -18,12 +18,11 @@ namespace OSTREL_NAMESPACE {
 /// number of names.
 class event_filter_t {
 public:
-    /// Duplicates are left out.
-    event_filter_t(
-        std::vector<std::wstring> names = {}); // NOLINT(google-explicit-constructor): names are a filter
+    /// Copies the names and leaves duplicates out.
+    explicit event_filter_t(const std::vector<std::wstring_view>& names = {});
 
-    /// The names in the order of the list.
-    const std::vector<std::wstring>& names() const { return m_names; }
+    /// The names in the order of the list. The views are valid as long as the object.
+    std::vector<std::wstring_view> names() const;
 
     static constexpr std::size_t no_match = std::wstring_view::npos;
 
@@ -32,17 +31,23 @@ public:
     std::size_t longest_match(std::wstring_view feature) const;
 
 private:
+    struct name_t {
+        std::size_t begin = 0;
+        std::size_t size = 0;
+    };
     struct slot_t {
         std::uint64_t hash = 0;
         std::size_t name = 0; ///< its place in m_names, counted from 1; 0 if the slot is free
     };
 
+    std::wstring_view text_of(const name_t& name) const { return {m_text.data() + name.begin, name.size}; }
     std::size_t find(std::wstring_view name, std::uint64_t hash) const;
 
-    std::vector<std::wstring> m_names;
-    std::size_t m_longest = 0;   ///< the length of the longest name
+    std::wstring m_text; ///< all names, one after the other: one allocation instead of one a name
+    std::vector<name_t> m_names;
     std::vector<slot_t> m_slots; ///< a power of two, at most half of them taken
     std::size_t m_mask;          ///< takes a number to a place among the slots
+    std::size_t m_longest = 0;   ///< the length of the longest name
 };
 
 /// The path of the list below the folder that the host's configuration service names; empty if there is no

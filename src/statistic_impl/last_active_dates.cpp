@@ -87,7 +87,7 @@ std::optional<std::vector<active_date_t>> stored_active_dates(const std::wstring
         return std::nullopt;
     std::vector<active_date_t> dates;
     for (const auto& [name, item] : bag.bags())
-        if (const auto date = to_date(item); name == L"item" && date)
+        if (const auto date = to_date(item); name == "item" && date)
             dates.push_back(*date);
     return dates;
 }

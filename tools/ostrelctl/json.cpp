@@ -41,7 +41,7 @@ json_t rules_of(const inspection_t& found) {
 
 json_t events_of(const inspection_t& found) {
     json_t events = json_t::array();
-    for (const std::wstring& event : found.events.names())
+    for (const std::wstring_view event : found.events.names())
         events.push_back(utf16_to_utf8(event));
     return events;
 }

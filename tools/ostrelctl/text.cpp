@@ -52,7 +52,7 @@ std::string delivery(const inspection_t& found) {
 
 std::string events(const inspection_t& found) {
     std::string text = "\nEvents in the filter:\n";
-    for (const std::wstring& event : found.events.names())
+    for (const std::wstring_view event : found.events.names())
         text += line(printable(quillkit::strings::utf16_to_utf8(event)), "");
     if (found.events.names().empty())
         text += "   none: only \"run.\" and one word would be sent\n";
