@@ -1,7 +1,8 @@
-# What Debian wants compressed, the same bytes everywhere: gzip keeps neither name nor time. Gives NAME.gz in the build folder.
+# Compresses a file as Debian wants it, to the same bytes everywhere: gzip stores neither name nor time. Makes NAME.gz in the
+# build folder.
 function(ostrel_compress file)
+  cmake_path(ABSOLUTE_PATH file BASE_DIRECTORY ${PROJECT_SOURCE_DIR})
   cmake_path(GET file FILENAME name)
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${file})
-  execute_process(COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/${file}
-                  OUTPUT_FILE ${PROJECT_BINARY_DIR}/${name}.gz COMMAND_ERROR_IS_FATAL ANY)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+  execute_process(COMMAND gzip -9nc ${file} OUTPUT_FILE ${PROJECT_BINARY_DIR}/${name}.gz COMMAND_ERROR_IS_FATAL ANY)
 endfunction()

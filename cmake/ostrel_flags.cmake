@@ -1,12 +1,14 @@
-# How our own code is compiled: warnings are errors in a build of our own, nothing is visible unless exported, and no path of the
-# build machine gets into the result.
+# How our own code is compiled. Nothing is visible unless exported. No path of the build machine gets into the result.
 add_library(ostrel_flags INTERFACE)
 target_compile_options(
   ostrel_flags
-  INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${OSTREL_WARNINGS_ARE_ERRORS}>:-Werror>
+  INTERFACE $<$<BOOL:${OSTREL_WARNINGS_ARE_ERRORS}>:-Werror>
             -ffile-prefix-map=${PROJECT_SOURCE_DIR}/src/=src/ -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
             -ffile-prefix-map=${PROJECT_BINARY_DIR}=build
             $<$<PLATFORM_ID:Windows>:-ffile-prefix-map=${OSTREL_WINDOWS_PREFIX}=libraries>)
+if(PROJECT_IS_TOP_LEVEL) # a parent project chooses its warnings itself
+  target_compile_options(ostrel_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+endif()
 
 # A sanitizer has to see every object of a program, so it is switched on for all of them at once.
 set(OSTREL_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
@@ -19,4 +21,15 @@ if(OSTREL_SANITIZE)
     add_compile_options(-Wno-maybe-uninitialized) # Boost.Beast, in the tests' servers only
   endif()
   add_link_options(-fsanitize=${OSTREL_SANITIZE})
+endif()
+
+# How everything that is shipped for Linux is hardened.
+add_library(ostrel_hardening INTERFACE)
+if(NOT WIN32)
+  target_compile_options(ostrel_hardening INTERFACE -fstack-protector-strong)
+  target_link_options(ostrel_hardening INTERFACE LINKER:-z,relro,-z,now)
+  if(NOT OSTREL_SANITIZE) # which brings checks of its own
+    target_compile_options(ostrel_hardening INTERFACE $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
+                                                      $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
+  endif()
 endif()

@@ -1,14 +1,41 @@
 # What is installed, and the package that a consumer's find_package(ostrel CONFIG) finds.
-include(CMakePackageConfigHelpers)
 
+# An installed host of a parent project needs the library, and finds it from bin/ in lib/ whatever the prefix. The option
+# stands in a file because CMake quotes its dollar sign wrongly for Ninja.
+if(NOT PROJECT_IS_TOP_LEVEL AND NOT WIN32 AND NOT CMAKE_SKIP_RPATH AND NOT CMAKE_SKIP_INSTALL_RPATH)
+  file(RELATIVE_PATH from_host_to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  file(WRITE ${PROJECT_BINARY_DIR}/host_options "-rpath=$ORIGIN/${from_host_to_library}\n")
+  target_link_options(ostrel INTERFACE $<BUILD_INTERFACE:LINKER:@${PROJECT_BINARY_DIR}/host_options>)
+endif()
+if(OSTREL_INSTALL)
+  set(export EXPORT ostrel_targets)
+  set(for_builders NAMELINK_COMPONENT development ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+else()
+  set(for_builders NAMELINK_SKIP)
+endif()
+install(
+  TARGETS ostrel ${export}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime ${for_builders})
+
+# On Windows every library that is not linked in travels beside ours: the host shares the loggers and the runtime.
+if(WIN32)
+  foreach(library liblog4cplusU libstdc++-6 libgcc_s_seh-1 libwinpthread-1)
+    install(FILES ${OSTREL_WINDOWS_PREFIX}/bin/${library}.dll DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+  endforeach()
+  foreach(library boost common curl gcc-runtime log4cplus pugixml winpthreads)
+    install(DIRECTORY ${OSTREL_WINDOWS_PREFIX}/share/licenses/${library} DESTINATION ${CMAKE_INSTALL_DATADIR}/licenses
+            COMPONENT runtime)
+  endforeach()
+endif()
+
+if(NOT OSTREL_INSTALL)
+  return()
+endif()
+
+include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ostrel)
 
-install(
-  TARGETS ostrel
-  EXPORT ostrel_targets
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(
   DIRECTORY ${PROJECT_SOURCE_DIR}/include/
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
@@ -23,6 +50,12 @@ configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ostrelConfig.cmake.in
                               ${PROJECT_BINARY_DIR}/ostrelConfig.cmake INSTALL_DESTINATION ${package_dir})
 # The C++ namespace carries the whole version: another one is another interface.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake COMPATIBILITY ExactVersion)
+# CMake prints the version when it refuses a package.
+file(APPEND ${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake [[
+if(PACKAGE_FIND_VERSION AND NOT PACKAGE_VERSION_COMPATIBLE)
+  string(APPEND PACKAGE_VERSION " (each version is an interface of its own: name all three numbers, or none)")
+endif()
+]])
 install(
   FILES ${PROJECT_BINARY_DIR}/ostrelConfig.cmake ${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake
   DESTINATION ${package_dir}
@@ -40,16 +73,10 @@ if(PROJECT_IS_TOP_LEVEL) # another project's tree keeps its own record of what i
   add_custom_target(uninstall COMMAND ${PROJECT_SOURCE_DIR}/scripts/uninstall.sh ${PROJECT_BINARY_DIR} VERBATIM)
 endif()
 
-# On Windows every library that is not linked in travels beside ours: the host shares the loggers and the runtime.
 if(WIN32)
-  foreach(library liblog4cplusU libstdc++-6 libgcc_s_seh-1 libwinpthread-1)
-    install(FILES ${OSTREL_WINDOWS_PREFIX}/bin/${library}.dll DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
-  endforeach()
-  foreach(library boost common curl gcc-runtime log4cplus pugixml winpthreads)
-    install(DIRECTORY ${OSTREL_WINDOWS_PREFIX}/share/licenses/${library} DESTINATION ${CMAKE_INSTALL_DATADIR}/licenses
-            COMPONENT runtime)
-  endforeach()
   install(FILES ${PROJECT_SOURCE_DIR}/docs/windows-hosts.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+endif()
+if(WIN32 AND PROJECT_IS_TOP_LEVEL) # a parent project packs itself
   set(CPACK_GENERATOR ZIP)
   set(CPACK_PACKAGE_FILE_NAME ostrel-${PROJECT_VERSION}-windows-x86_64)
   set(CPACK_STRIP_FILES ON)

@@ -16,37 +16,47 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # CPack would put it before each of those below
 
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libostrel1)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+# Named after the soname, so that the libraries of two versions lie side by side. The section carries Multi-Arch because
+# CPack has no variable for it before CMake 3.31.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libostrel${PROJECT_VERSION})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION "libs\nMulti-Arch: same")
 file(WRITE ${PROJECT_BINARY_DIR}/triggers "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/triggers)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}
 Reports which features of a product are used, if the user has agreed.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libostrel-dev)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION "libdevel\nMulti-Arch: same")
 # The C++ headers hand out Boost's shared pointer.
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libostrel1 (= ${PROJECT_VERSION}), libboost-dev (>= 1.74)")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${PROJECT_VERSION}), libboost-dev (>= 1.74)")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "${PROJECT_DESCRIPTION}, for builders of hosts
-Headers, and what CMake and pkg-config need to find the library.")
+Headers, what CMake and pkg-config need to find the library, and the guide for
+hosts.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ostrelctl)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Shows what the usage-statistics library would do
 Says whether usage would be reported for this user, which rule decides, and
-what would be sent.")
+what would be sent. Brings the guide for administrators, and the list of what
+is collected.")
 
-# What Debian expects beside them; an install by hand leaves it out.
+# What Debian expects beside them, and the documents; an install by hand leaves them out.
+set(documents_of_development architecture.md data-collected.md guarantees.md host-guide.md)
+set(documents_of_tools administrator-guide.md data-collected.md)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/changelog.in ${PROJECT_BINARY_DIR}/changelog @ONLY)
+ostrel_compress(${PROJECT_BINARY_DIR}/changelog)
 ostrel_compress(CHANGELOG.md)
 foreach(component runtime development tools)
   string(TOUPPER ${component} key)
+  list(TRANSFORM documents_of_${component} PREPEND ${PROJECT_SOURCE_DIR}/docs/)
   install(
-    FILES ${PROJECT_SOURCE_DIR}/cmake/copyright
+    FILES ${PROJECT_SOURCE_DIR}/cmake/copyright ${PROJECT_BINARY_DIR}/changelog.gz ${PROJECT_BINARY_DIR}/CHANGELOG.md.gz
+          ${documents_of_${component}}
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${key}_PACKAGE_NAME}
     COMPONENT ${component} EXCLUDE_FROM_ALL)
-  install(
-    FILES ${PROJECT_BINARY_DIR}/CHANGELOG.md.gz
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${key}_PACKAGE_NAME}
-    COMPONENT ${component} EXCLUDE_FROM_ALL RENAME changelog.gz)
 endforeach()
+install(
+  FILES ${PROJECT_SOURCE_DIR}/cmake/lintian-overrides
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
+  COMPONENT runtime EXCLUDE_FROM_ALL RENAME ${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME})
 include(CPack)

@@ -9,12 +9,13 @@ declare -rA groups=(
     [build]="cmake ninja-build g++ libboost-dev libboost-filesystem-dev libboost-thread-dev
              libcurl4-openssl-dev liblog4cplus-dev libpugixml-dev libcli11-dev nlohmann-json3-dev"
     [test]="libgtest-dev pkg-config doxygen abigail-tools clang python3"
-    [package]="dpkg-dev file pkg-config"
+    [package]="dpkg-dev file lintian pkg-config"
     [collector]="nginx-light"
     [lint]="clang-format clang-tidy"
     [clang]="clang libclang-rt-dev"
     [trust]="nginx-light tinyproxy squid strace iproute2 util-linux python3"
     [bench]="libbenchmark-dev valgrind"
+    [arm64]="g++-aarch64-linux-gnu qemu-user"
     [wine]="netbase"
 )
 
@@ -34,21 +35,12 @@ Groups (without any: build test lint):
   clang   the second compiler that the tree has to build with
   trust   collectors, proxies and tracers that scripts/trust/ tries hosts with
   bench   Google Benchmark and valgrind
+  arm64   compiler for 64-bit Arm, and an emulator
   wine    names of network services, which Wine takes from the system
 
   --list  print what is missing and install nothing
   --help  print this text
 END
-}
-
-as_root() {
-    if ((EUID == 0)); then
-        "$@"
-    elif command -v sudo >/dev/null; then
-        sudo -- "$@"
-    else
-        die "missing: ${missing[*]} (run this script as root to install them)"
-    fi
 }
 
 list_only=no
@@ -75,9 +67,14 @@ if [[ $list_only == yes ]]; then
     exit
 fi
 
+as_root=()
+if ((EUID)); then
+    command -v sudo >/dev/null || die "missing: ${missing[*]} (run this script as root to install them)"
+    as_root=(sudo --)
+fi
 echo "Installing ${missing[*]}"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-step "package lists" as_root apt-get -o DPkg::Lock::Timeout=600 update
-step "packages" as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 \
+step "package lists" "${as_root[@]}" apt-get -o DPkg::Lock::Timeout=600 update
+step "packages" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 \
     install -y --no-install-recommends "${missing[@]}"

@@ -12,7 +12,7 @@ Usage: ${0##*/} [--update] [--build-dir DIR]
 
 Compares DIR/src/libostrel.so (DIR: build/linux) with cmake/exports-linux.txt, and
 DIR/tests/trust/libostrel_abi.so, the same interface with debugging information,
-with cmake/abi-linux.xml.
+with cmake/abi-linux.xml. Looks at how the library and ostrelctl are hardened.
 
   --update  write those two files anew, to be reviewed like any other change
   --help    print this text
@@ -35,6 +35,7 @@ check_hardening() {
     segments=$(readelf -lW "$1")
     entries=$(readelf -dW "$1")
     symbols=$(nm -D "$1")
+    grep -qE 'Elf file type is DYN' <<<"$segments" || echo "loaded at a fixed address"
     grep -q GNU_RELRO <<<"$segments" || echo "no RELRO"
     grep -q BIND_NOW <<<"$entries" || echo "RELRO is not full: symbols are bound late"
     grep -q 'GNU_STACK.*RWE' <<<"$segments" && echo "the stack is executable"
@@ -50,9 +51,9 @@ check_headers() {
     local -r flags="-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -fsyntax-only -I $root/include"
     for header in "$root"/include/*/*.h; do
         name=${header#"$root/include/"}
-        for compiler in g++ clang++; do
+        for compiler in "g++ -std=c++17" "clang++ -std=c++11"; do
             # shellcheck disable=SC2086
-            echo "#include \"$name\"" | $compiler -std=c++17 $flags -x c++ - 2>&1 || true
+            echo "#include \"$name\"" | $compiler $flags -x c++ - 2>&1 || true
         done
         case $name in
         ostrel/ostrel.h | ostrel/export.h | ostrel/version.h | settor2/product_locations_c.h) ;;
@@ -86,6 +87,8 @@ report "exported otherwise than $(basename "$exports") says (<: missing, >: too 
     <(diff "$exports" <(exported "$library") || true)
 report "the ABI is not that of $(basename "$abi")" < \
     <(changes=$(abidiff --no-added-syms "$abi" "$typed" 2>&1) || echo "$changes")
-report "not hardened" < <(check_hardening "$library")
+for file in "$library" "$build/tools/ostrelctl/ostrelctl"; do
+    report "${file##*/} is not hardened" < <(check_hardening "$file")
+done
 report "public headers that do not stand alone" < <(check_headers)
 exit $faults

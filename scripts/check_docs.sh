@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds and runs what the documents show, and has the reference made without a warning.
+# Builds and runs what the documents show, makes the reference without a warning, and looks for what is left out.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -9,8 +9,10 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--build-dir DIR] [--nginx]
 
-Makes the reference of the public headers with Doxygen, and builds and runs the
-programs in README.md and docs/, against the library in DIR (build/linux).
+Makes the reference of the public headers with Doxygen, looks for each CMake
+option in docs/host-guide.md, asks each script for its help, and builds and runs
+the programs in README.md and docs/, with the library and the example collector
+in DIR (build/linux).
 
   --nginx  also run the collector of docs/host-guide.md and post a hit to it
            (its ports 8089 and 8090 have to be free)
@@ -40,10 +42,27 @@ clean_up() {
 }
 trap clean_up EXIT
 
-# Everything goes into the folder of this run, but for warnings.
+# In a copy without a build folder, as in a fresh clone.
 reference() {
-    cd "$root"
-    doxygen - < <(cat docs/Doxyfile && echo "OUTPUT_DIRECTORY = $folder/api")
+    mkdir "$folder/clone"
+    cp -r "$root/docs" "$root/include" "$folder/clone"
+    cd "$folder/clone"
+    doxygen docs/Doxyfile
+    grep 'All rights reserved' build/api/index.html
+}
+
+# Each option of CMake has its row in the guide, and each row its option.
+options() {
+    diff <(cat "$root"/CMakeLists.txt "$root"/cmake/*.cmake | tr -s '\n ' ' ' |
+        grep -oE 'option\(OSTREL_[A-Z_]+|set\(OSTREL_[A-Z_]+ [^ ]+ CACHE' | grep -oE 'OSTREL_[A-Z_]+' | sort -u) \
+        <(sed -n '/^### CMake options/,/^## /s/^| `\(OSTREL_[A-Z_]*\)` .*/\1/p' "$root/docs/host-guide.md" | sort)
+}
+
+help_of_all() {
+    find "$root" \( -path "$root/build" -o -path "$root/.git" -o -path "$root/tests" \) -prune -o -type f -perm -u+x -print | while read -r script; do
+        echo "$script"
+        "$script" --help | grep -i '^usage: .'
+    done
 }
 
 # Writes each fenced block of a document to a file of its own, named by its language.
@@ -53,21 +72,50 @@ extract() {
         inside { print > name }' "$1"
 }
 
-build_and_run() {
-    local source program
+build() {
+    local source
     # shellcheck disable=SC2086 # the flags are words
     for source in "$folder"/*.c "$folder"/*.cpp; do
-        program=${source%.*}
         case $source in
-        *.c) cc ${CFLAGS-} -std=c99 -Wall -Werror -I "$root/include" -o "$program" "$source" -L "$build_dir/src" -lostrel \
+        *.c) cc ${CFLAGS-} -std=c99 -Wall -Werror -I "$root/include" -o "${source%.*}" "$source" -L "$build_dir/src" -lostrel \
                 -Wl,-rpath,"$build_dir/src" ;;
-        *) c++ ${CXXFLAGS-} -std=c++17 -Wall -Werror -I "$root/include" -o "$program" "$source" -L "$build_dir/src" -lostrel \
-               -llog4cplus -Wl,-rpath,"$build_dir/src" ;;
+        *) c++ ${CXXFLAGS-} -std=c++17 -Wall -Werror -I "$root/include" -o "${source%.*}" "$source" -L "$build_dir/src" \
+               -lostrel -llog4cplus -Wl,-rpath,"$build_dir/src" ;;
         esac
-        echo "--- ${source##*/}"
-        "$program"
     done
+}
+
+# Ended through its input, so that it has printed everything.
+run_all() {
+    local source
+    coproc collector { "$build_dir/examples/collector/collector" --until-input-ends --port-file "$folder/port" >arrived; }
+    server=$collector_PID
+    until [[ -e $folder/port ]]; do
+        kill -0 "$server" || return 1
+        sleep 0.05
+    done
+    OSTREL_COLLECTION_URL=http://127.0.0.1:$(<"$folder/port")/collect
+    for source in "$folder"/*.c "$folder"/*.cpp; do
+        echo "--- ${source##*/}"
+        "${source%.*}"
+    done
+    # shellcheck disable=SC2154 # set by coproc
+    exec {collector[1]}>&-
+    wait "$server"
+}
+
+# What arrives is what the README shows, and the log is the guide's.
+compare() {
+    sed -i 's/^hit [0-9]*: //' arrived README.md-*.text
+    cat arrived
+    [[ -z $(grep -vxFf arrived README.md-*.text) ]]
     grep 'ostrel.statistic: feature_name=run.build value=1' host.log
+}
+
+build_and_run() {
+    build
+    run_all
+    compare
 }
 
 take_a_hit() {
@@ -86,6 +134,8 @@ take_a_hit() {
 
 log=$folder/log
 step "reference" reference
+step "table of CMake options" options
+step "help of every script" help_of_all
 extract "$root/README.md"
 for document in "$root"/docs/*.md; do
     extract "$document"

@@ -1,8 +1,14 @@
 #!/usr/bin/env bash
 # Keeps the rooms of the house apart: who may include whom, and where a foreign header or a system may be named.
-# Takes another tree to check as its argument.
 set -euo pipefail
 source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
+
+[[ ${1-} != --help ]] || {
+    echo "Usage: ${0##*/} [TREE]
+
+Checks who includes whom in TREE (this one), and prints the lines that break a rule."
+    exit
+}
 cd -- "${1:-$(dirname -- "${BASH_SOURCE[0]}")/..}"
 
 # only_in PLACES PATTERN TITLE: lines that match stand only in files that match.

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Makes the packages, and tries them on this machine: installed, used by a consumer, removed without a trace.
+# Makes the packages, and tries them on this machine: looked at by lintian, installed, used by a consumer, removed without a
+# trace.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -9,16 +10,16 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--build-only]
 
-Builds libostrel1, libostrel-dev and ostrelctl as Debian packages, and an
-archive of everything, in build/package. Then, as root: installs the packages,
-builds and runs a consumer against them, and removes them again.
+Builds libostrelVERSION, libostrel-dev and ostrelctl as Debian packages, and an
+archive of everything, in build/package, and has lintian look at them. Then, as
+root: installs the packages, builds and runs a consumer against them, and
+removes them again.
 
   --build-only  only make the packages
   --help        print this text
 END
 }
 
-readonly names=(libostrel1 libostrel-dev ostrelctl)
 folder=$(mktemp -d)
 trap 'rm -rf -- "$folder"' EXIT
 
@@ -31,6 +32,9 @@ make_packages() {
 }
 
 apt() { DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 -y "$@"; }
+
+# No error and no warning but those that cmake/lintian-overrides explains.
+look_for_faults() { lintian --allow-root --fail-on error,warning build/package/*.deb; }
 
 files_of() { dpkg-deb --fsys-tarfile "$1" | tar -t | sed -n 's|^\.\(/.*[^/]\)$|\1|p'; }
 
@@ -66,17 +70,20 @@ case ${1-} in
 --build-only | '') ;;
 *) die "unknown option: $1 (see --help)" ;;
 esac
+[[ ${1-} == --build-only ]] || ((EUID == 0)) || die "installing needs root; --build-only does not"
 "$root/scripts/bootstrap.sh" build package
 log=build/package.log
 step "packages (log in $log)" make_packages
+step "lintian" look_for_faults
+names=()
 for package in build/package/*.deb; do
+    names+=("$(dpkg-deb -f "$package" Package)")
     depends=$(dpkg-deb -f "$package" Depends)
     echo "  ${package##*/}: $depends"
     [[ -n $depends ]] || die "CPack has found no dependencies (see $log)"
     files_of "$package" | sed 's/^/    /'
 done
 [[ ${1-} != --build-only ]] || exit 0
-((EUID == 0)) || die "installing needs root; --build-only does not"
 log=build/package-use.log
 step "install" apt install --no-install-recommends ./build/package/*.deb
 step "use" use

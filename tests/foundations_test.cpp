@@ -1,12 +1,16 @@
 // Date-times, locks between processes, and the layout of diagnostic lines.
 #include "foundations/trace.h"
+#include "kiln2/path.h"
 #include "ostrel/datetime.h"
 #include "ostrel/filelock.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
 
+#include <chrono>
+#include <cstdlib>
 #include <ctime>
 #include <gtest/gtest.h>
+#include <optional>
 
 using namespace test_support;
 using OSTREL_NAMESPACE::datetime_t;
@@ -23,7 +27,50 @@ void traced(bool fails) {
     OSTREL_LOG(trace_log, trace, L"Return 'false' - a reason");
 }
 
+std::optional<std::chrono::steady_clock::time_point> exit_start;
+
+/// Ends the process in the middle of a log call, which therefore never returns.
+struct exiting_appender_t : log4cplus::Appender {
+    ~exiting_appender_t() override { destructorImpl(); }
+    void close() override { closed = true; }
+    void append(const log4cplus::spi::InternalLoggingEvent& /*event*/) override {
+        exit_start = std::chrono::steady_clock::now();
+        std::exit(1);
+    }
+};
+
+void exit_while_logging() {
+    auto logger = log4cplus::Logger::getInstance(LOG4CPLUS_TEXT("ostrel.test"));
+    logger.addAppender(log4cplus::SharedAppenderPtr(new exiting_appender_t));
+    OSTREL_LOG(trace_log, error, L"the last line");
+}
+
+/// Made first and destroyed last. Turns what the exit of that process did into its status.
+struct exit_check_t {
+    ~exit_check_t() {
+        using namespace std::chrono_literals;
+        if (!exit_start)
+            return;
+        const auto waited = std::chrono::steady_clock::now() - *exit_start;
+        const bool must_wait =
+            fs::path::preferred_separator == '/'; // on Windows no thread is left to wait for
+        const bool is_closed = !trace_log.is_enabled_for(OSTREL_NAMESPACE::log_level_t::error);
+        std::_Exit(!is_closed ? 2 : waited > 900ms ? 3 : must_wait && waited < 50ms ? 4 : 7);
+    }
+};
+__attribute__((init_priority(101))) const exit_check_t exit_check;
+
 } // namespace
+
+TEST(path, separators_are_the_preferred_ones_and_an_empty_path_adds_nothing) {
+    using kiln2::path_t;
+    const std::wstring joined = fs::path(L"a/b").make_preferred().wstring();
+    EXPECT_EQ(path_t(std::wstring(L"a/b")).as_string(), joined);
+    for (const wchar_t* const second : {L"b", L"/b"})
+        EXPECT_EQ(path_t(std::wstring(L"a")).append(std::wstring(second)).as_string(), joined);
+    for (const wchar_t* const text : {L"", L"a", L"a\\b\xD800"})
+        EXPECT_EQ(path_t(std::wstring(text)).append(path_t()).as_string(), text);
+}
 
 TEST(datetime, texts_are_read_as_leniently_as_ever) {
     const std::wstring invalid = L"1900-01-00T00:00:00Z";
@@ -36,6 +83,10 @@ TEST(datetime, texts_are_read_as_leniently_as_ever) {
         {L"1970-01-02T00:00:-1Z", L"1970-01-01T23:59:59Z"},
         {L"1969-12-31T23:59:58Z", invalid},
         {L"3001-01-01T00:00:00Z", invalid},
+        {L"3000-12-31T23:59:60Z", invalid},
+        {L"3000-12-31T24:00:00Z", invalid},
+        {L"3000-12-32T00:00:00Z", invalid},
+        {L"3001-00-32T00:00:00Z", invalid},
         {L"2016-05-04T03:02:01Z ", invalid},
         {L"2016-05-04 03:02:01Z", invalid},
         {L"2016-05-04T03:02Z", invalid},
@@ -44,6 +95,7 @@ TEST(datetime, texts_are_read_as_leniently_as_ever) {
     for (const auto& [text, moment] : cases) {
         EXPECT_EQ(datetime_t::parse(text).as_string(), moment) << std::string(text.begin(), text.end());
         EXPECT_EQ(datetime_t::parse(text).is_valid(), moment != invalid);
+        EXPECT_EQ(datetime_t::parse(text) == datetime_t(), moment == invalid);
     }
 }
 
@@ -135,4 +187,9 @@ TEST(trace, a_line_is_built_only_if_an_appender_of_the_logger_or_an_ancestor_rec
         EXPECT_EQ(capture.lines().size(), *listener == 'o' && listener[6] != '\0' ? 2U : 1U);
     }
     EXPECT_EQ(built, 4);
+}
+
+TEST(trace, exit_closes_the_log_and_waits_briefly_for_a_log_call_that_never_returns) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // log4cplus has threads
+    EXPECT_EXIT(exit_while_logging(), testing::ExitedWithCode(7), "");
 }

@@ -1,8 +1,10 @@
 // The software-manager bridge against a stand-in tool: command lines, outcomes and the machine id.
+#include "settor2/product_locations_c.h"
 #include "support/pellar.h"
 
 #include <atomic>
 #include <functional>
+#include <stdexcept>
 
 using namespace test_support;
 
@@ -126,7 +128,10 @@ TEST_F(pellar_accessor, the_standard_folder_wins_and_must_be_known) {
     install_tools(standard);
     invoke(pellar, {}, true);
     EXPECT_EQ(logged().at(2), "pellar location=" + (standard / "pellar.exe").u8string());
-    program_files.reset();
+    const auto fail = []() -> std::optional<std::wstring> { throw std::logic_error("asked"); };
+    OSTREL_NAMESPACE::replace_program_files(fail);
+    EXPECT_EQ(invoke(3, {}, true), -1) << "no folder is asked for on behalf of an unknown tool";
+    OSTREL_NAMESPACE::replace_program_files([]() -> std::optional<std::wstring> { return std::nullopt; });
     EXPECT_EQ(invoke(pellar, {}, true), -1) << "without a standard folder the variable is not asked";
 }
 
@@ -189,6 +194,28 @@ TEST_F(pellar_accessor, the_machine_id_is_the_first_line_of_the_answer) {
     EXPECT_EQ(runs().front(), "[-u][" + (temp() / file).u8string() + "]");
 }
 
+TEST_F(pellar_accessor, the_answer_is_logged_after_its_file_is_removed_and_before_the_lock_is_released) {
+    struct watcher_t : log4cplus::Appender {
+        ~watcher_t() override { destructorImpl(); }
+        void close() override {}
+        void append(const log4cplus::spi::InternalLoggingEvent&) override {
+            files.clear();
+            for (const auto& file : fs::directory_iterator(folder))
+                files.push_back(file.path().extension().string());
+        }
+        fs::path folder;
+        texts_t files; ///< at the last line
+    };
+    const log4cplus::helpers::SharedObjectPtr<watcher_t> watcher(new watcher_t);
+    watcher->folder = temp();
+    log4cplus::Logger logger = log4cplus::Logger::getInstance(LOG4CPLUS_TEXT("ostrel.pellar_accessor"));
+    logger.addAppender(log4cplus::SharedAppenderPtr(watcher.get()));
+    answer("abc");
+    EXPECT_EQ(bridge.get_uuid(), L"abc");
+    logger.removeAppender(log4cplus::SharedAppenderPtr(watcher.get()));
+    EXPECT_EQ(watcher->files, texts_t{".lock"});
+}
+
 TEST_F(pellar_accessor, without_an_answer_the_machine_id_is_empty) {
     const auto expect = [this](std::size_t count, const texts_t& last_lines) {
         forget();
@@ -213,6 +240,21 @@ TEST_F(pellar_accessor, without_an_answer_the_machine_id_is_empty) {
                "return: empty string"});
     locations_t::install(nullptr);
     expect(0, {"E settor2::IProductLocations::get() is NULL@", "return: empty string"});
+}
+
+TEST_F(pellar_accessor, the_service_of_a_c_host_is_copied_and_kept_for_its_readers) {
+    settor2_product_locations_t in_c = {{7, 1, 2}, "location", "f\xC3\xB6lder", "t\xC3\xA9mp", 1};
+    settor2_install_product_locations(&in_c);
+    const settor2::IProductLocations* const first = settor2::IProductLocations::get();
+    in_c = {{}, nullptr, nullptr, nullptr, 0};
+    settor2_install_product_locations(&in_c);
+    const settor2::IProductLocations* const second = settor2::IProductLocations::get();
+    EXPECT_NE(first, second);
+    EXPECT_EQ(first->getFolder(), std::wstring(L"f\u00f6lder"));
+    EXPECT_EQ(first->getTempDir(), std::wstring(L"t\u00e9mp"));
+    EXPECT_TRUE(first->isManagerExpected());
+    EXPECT_EQ(second->getTempDir(), std::wstring());
+    EXPECT_FALSE(second->isManagerExpected());
 }
 
 TEST_F(pellar_accessor, threads_that_ask_at_once_all_get_the_answer) {

@@ -139,6 +139,15 @@ TEST_F(statistic, a_regular_user_is_told_in_the_hit_and_a_day_counts_while_colle
     EXPECT_TRUE(fs::exists(days) && fs::exists(profile.statistic_dir("vemtra") / "last_active_dates.xml"));
 }
 
+TEST_F(statistic, a_refusal_does_not_stop_a_forced_session) {
+    statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
+    ostrel_set_statistic_collection_enabled(handle, 0);
+    EXPECT_EQ(read_file(profile.virk()), "0");
+    ostrel_notify_feature_usage(handle, "run.a");
+    ostrel_destroy_statistic(handle);
+    EXPECT_EQ(collector.bodies(), texts_t{prefix + "&ec=run&el=a&cd3=n"});
+}
+
 TEST_F(statistic, consent_is_asked_for_once_and_starts_collection) {
     ostrel_notify_feature_usage(nullptr, nullptr);
     ostrel_set_statistic_collection_enabled(nullptr, 1);
@@ -152,7 +161,6 @@ TEST_F(statistic, consent_is_asked_for_once_and_starts_collection) {
     ostrel_set_statistic_collection_enabled(handle, 2);
     EXPECT_EQ(read_file(profile.virk()), "1");
     EXPECT_EQ(ostrel_should_ask_user_consent(handle), 0);
-    EXPECT_EQ(profile.resolved_names().size(), 2U) << "decided afresh";
     ostrel_notify_feature_usage(handle, "run.caf\xC3\xA9");
     ostrel_set_statistic_collection_enabled(handle, 0);
     EXPECT_EQ(read_file(profile.virk()), "0");
@@ -248,11 +256,12 @@ TEST_F(statistic, many_threads_share_the_object_and_every_report_arrives) {
 }
 
 TEST_F(statistic, the_slots_keep_their_order) {
-    // In the ABI that all our compilers share, a pointer to a virtual member is its place in the table.
+    // In the ABI of our compilers, a pointer to a virtual member begins with its offset in the table. On x86-64 that is
+    // one more, on arm64 it is not.
     const auto is_at = [](std::size_t slot, auto member) {
         std::size_t place = 0;
         std::memcpy(&place, &member, sizeof place);
-        return place == slot * sizeof(void*) + 1;
+        return place / sizeof(void*) == slot;
     };
     using type = statistic_t;
     EXPECT_TRUE(is_at(2, &type::reserved_slot_1) && is_at(3, &type::get_uuid) &&

@@ -1,4 +1,4 @@
-/* A host in plain C: asks for consent, reports features, and says what a collector should see of them. */
+/* A host in plain C: asks for consent, reports features, and prints what a collector should receive. */
 #include "ostrel/ostrel.h"
 #include "settor2/product_locations_c.h"
 
@@ -8,11 +8,12 @@
 
 typedef struct feature_t {
     const char* name;
-    const char* arrives_as; /* null when it is withheld */
+    const char* arrives_as; /* null if it is withheld */
     const char* withheld_because;
 } feature_t;
 
-/* What statistic/enabled_stat_events.xml, which lies beside this program, makes of each name. */
+/* The expected result for each name with statistic/enabled_stat_events.xml, which lies beside this program.
+ */
 static const feature_t features[] = {
     {"debugger.attach", "category \"debugger.attach\", no label", NULL},
     {"editor.open.file", "category \"editor\", label \"open.file\"", NULL},
@@ -21,7 +22,7 @@ static const feature_t features[] = {
      "category \"editor\", label \"recent.r\xC3\xA9sum\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC\"", NULL},
     {"run.build", "category \"run\", label \"build\"", NULL},
     {"run.build.release", NULL, "run events have one level, and the filter does not list this one"},
-    {"debugger.attachments.list", NULL, "debugger.attach in the filter stands for whole words only"},
+    {"debugger.attachments.list", NULL, "debugger.attach in the filter matches whole words only"},
     {"profiler.start", NULL, "the filter does not list it"},
 };
 enum { feature_count = sizeof features / sizeof features[0] };
@@ -46,15 +47,15 @@ static void report(const host_t* host, const feature_t* feature) {
     printf("  %s: %s\n", feature->name, is_withheld ? "will be withheld" : "should arrive");
 }
 
-/* Asks only when the library says so: one answer serves all products of the maker. */
+/* Asks only if the library says so, because one answer holds for all of the maker's products. */
 static void settle_consent(host_t* host, int refuse) {
     host->was_asked = ostrel_should_ask_user_consent(host->handle);
     if (!host->was_asked) {
-        puts("Nobody has to be asked: an answer is on file, or a switch of the environment decides.\n"
-             "What follows holds if that answer is yes.");
+        puts("No question: an answer is stored, or an environment switch decides.\n"
+             "The following holds if that answer is yes.");
         return;
     }
-    puts("The user has to be asked. Reported meanwhile:");
+    puts("The user must be asked. Reported meanwhile:");
     report(host, &too_early);
     puts(refuse ? "The user refuses." : "The user agrees.");
     ostrel_set_statistic_collection_enabled(host->handle, !refuse);
@@ -72,7 +73,7 @@ static void print_withheld(const host_t* host, const feature_t* feature) {
 }
 
 static void summarise(const host_t* host) {
-    puts("The handle is destroyed, so whatever was sent has been sent.");
+    puts("The handle is destroyed: every hit was posted or dropped.");
     puts(host->has_refused ? "Nothing should have arrived." : "Should have arrived, in this order:");
     for (int i = 0; i < feature_count; ++i)
         if (reason_to_withhold(host, &features[i]) == NULL)
@@ -85,7 +86,7 @@ static void summarise(const host_t* host) {
             print_withheld(host, &features[i]);
 }
 
-/* The folder of this program, as it was called. Null when memory is short. */
+/* The folder of this program, from the path that it was started with. Null if memory is exhausted. */
 static char* own_folder(const char* program) {
     const char* end = program + strlen(program);
     while (end != program && end[-1] != '/' && end[-1] != '\\')

@@ -1,5 +1,5 @@
-// A host in C++: the shared statistic object, a guard around an activity, a configuration service of its own,
-// and the software manager.
+// A host in C++: the shared statistic object, a guard around an activity, the host's own configuration
+// service, and the software manager.
 #include "manager.h"
 #include "ostrel/statistic.h"
 #include "settor2/product_locations.h"
@@ -13,7 +13,7 @@ namespace ostrel = OSTREL_NAMESPACE;
 
 namespace {
 
-/// Tells the library where this product lies. Installed while it lives.
+/// Tells the library where this product lies. Installed from construction to destruction.
 class locations_t final : public settor2::IProductLocations {
 public:
     /// @param folder holds statistic/enabled_stat_events.xml
@@ -40,28 +40,27 @@ private:
     std::wstring m_temp_dir;
 };
 
-/// The state after the user was asked, if that was needed.
+/// Asks the user if necessary. @return the state afterwards
 ostrel::virk_state_t settle_consent(ostrel::statistic_t& statistic) {
     if (statistic.get_consent_state() == ostrel::vsUnknown) {
-        std::cout << "The user has to be asked, and agrees.\n";
+        std::cout << "The user must be asked, and agrees.\n";
         statistic.set_statistic_collection_enabled(true);
     } else {
-        std::cout
-            << "Nobody has to be asked: an answer is on file, or a switch of the environment decides.\n";
+        std::cout << "No question: an answer is stored, or an environment switch decides.\n";
     }
     return statistic.get_consent_state();
 }
 
 void report(const boost::shared_ptr<ostrel::statistic_t>& statistic) {
-    // Reports session.build.begin here, and session.build.end when it goes.
+    // Reports session.build.begin here and session.build.end on destruction.
     const ostrel::statistic_guard_t build(L"session.build", L".begin", L".end", statistic);
-    // The same object for every caller in the process, as long as one of them holds it.
+    // Every caller in the process gets the same object while a reference to it exists.
     ostrel::statistic_t::get()->notify_feature_usage(L"run.compiler");
     ostrel::statistic_t::get()->notify_feature_usage_ex(L"compiler.warnings", 17);
 }
 
 void summarise(ostrel::virk_state_t consent) {
-    std::cout << "The last owner let go, so whatever was sent has been sent.\n";
+    std::cout << "The object is destroyed: every hit was posted or dropped.\n";
     if (consent == ostrel::vsEnabled)
         std::cout << "Should have arrived, in this order:\n"
                      "  category \"session\", label \"build.begin\"\n"
@@ -74,7 +73,7 @@ void summarise(ostrel::virk_state_t consent) {
             << "Nothing should have arrived.\n"
                "Withheld:\n"
                "  session.build.begin, run.compiler, compiler.warnings, session.build.end: the user has "
-               "refused, or a switch of the environment forbids it\n";
+               "refused, or an environment switch forbids it\n";
 }
 
 ostrel::virk_state_t work() {

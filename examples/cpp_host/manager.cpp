@@ -1,4 +1,4 @@
-// What this host asks of the maker's software manager.
+// This host's calls of the maker's software manager.
 #include "manager.h"
 
 #include "ostrel/pellar_accessor.h"
@@ -11,7 +11,7 @@ namespace ostrel = OSTREL_NAMESPACE;
 
 namespace {
 
-// The manager deletes what it uploaded. Whatever it leaves here is the host's to clear up.
+// The manager deletes the file that it uploaded. The host deletes the file if the manager did not.
 bool upload_statistics(ostrel::pellar_accessor_t& manager) {
     const std::filesystem::path file = std::filesystem::temp_directory_path() / "ostrel-cpp-host-usage.txt";
     std::ofstream(file) << "2 builds\n";
@@ -25,7 +25,7 @@ bool upload_statistics(ostrel::pellar_accessor_t& manager) {
 
 void talk_to_the_manager() {
     ostrel::pellar_accessor_impl_t manager;
-    // The two that nobody waits for; the others wait until the manager's tool has ended.
+    // These two do not wait. The other calls wait until the manager's tool has ended.
     manager.notify_gui_start();
     manager.check_for_updates(ostrel::pellar_accessor_t::DefaultProductGUID);
     const std::wstring uuid = manager.get_uuid();
@@ -35,7 +35,7 @@ void talk_to_the_manager() {
     }
     std::cout << "The software manager knows this machine as " << std::filesystem::path(uuid).u8string()
               << ".\n"
-              << "Its programme of feedback is " << (manager.is_feedback_enabled() ? "on" : "off") << ".\n"
-              << "A file of statistics was " << (upload_statistics(manager) ? "uploaded" : "not uploaded")
+              << "Its feedback programme is " << (manager.is_feedback_enabled() ? "on" : "off") << ".\n"
+              << "A statistics file was " << (upload_statistics(manager) ? "uploaded" : "not uploaded")
               << ".\n";
 }

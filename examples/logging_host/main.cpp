@@ -1,4 +1,4 @@
-// A host with a log of its own: the library writes into it, and the host says where the product lies.
+// A host with its own log: the library writes into it, and the host says where the product lies.
 #include "ostrel/statistic.h"
 #include "settor2/product_locations.h"
 
@@ -16,8 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The product's configuration service, installed while it lives. A product with one of its own derives that
-/// from the interface.
+/// The product's configuration service, installed from construction to destruction.
 class installation_t final : public settor2::IProductLocations {
 public:
     /// @param folder holds statistic/enabled_stat_events.xml
@@ -45,10 +44,10 @@ private:
 };
 
 void work(const log4cplus::Logger& log) {
-    // Reads the log's settings, which stand already: what is decided here can be read in it.
+    // Created after the log was configured, so that the log shows the decision.
     const auto statistic = ostrel::statistic_t::get();
     if (statistic->get_consent_state() == ostrel::vsUnknown) {
-        LOG4CPLUS_INFO(log, LOG4CPLUS_TEXT("the user has to be asked, and agrees"));
+        LOG4CPLUS_INFO(log, LOG4CPLUS_TEXT("the user must be asked, and agrees"));
         statistic->set_statistic_collection_enabled(true);
     }
     statistic->notify_feature_usage(L"report.print");
@@ -61,7 +60,7 @@ void run(const fs::path& folder) {
     const log4cplus::Logger log = log4cplus::Logger::getInstance(LOG4CPLUS_TEXT("logging_host"));
     const installation_t installation(folder);
     work(log);
-    LOG4CPLUS_INFO(log, LOG4CPLUS_TEXT("the last owner let go, so whatever was sent has been sent"));
+    LOG4CPLUS_INFO(log, LOG4CPLUS_TEXT("the object is destroyed: every hit was posted or dropped"));
     std::cout << "Should have arrived, if the user's answer is yes:\n"
                  "  category \"report\", label \"print\"\n"
                  "Withheld:\n"
@@ -72,7 +71,7 @@ void run(const fs::path& folder) {
 
 int main(int /*count*/, char** arguments) {
     try {
-        // Outlives every statistic object, so that their last lines are written too.
+        // Destroyed after every statistic object, so that their last lines are written too.
         const log4cplus::Initializer logging;
         run(fs::absolute(arguments[0]).parent_path());
         return 0;

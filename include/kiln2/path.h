@@ -15,7 +15,8 @@ class OSTREL_API path_t {
 public:
     /// The empty path.
     path_t();
-    /// The text as it stands; also where a path is expected and a text given.
+    /// The text, with "/" replaced by the system's preferred separator. Implicit, so that a text can be
+    /// passed as a path.
     path_t(const std::wstring& text);           // NOLINT(google-explicit-constructor)
     path_t(const path_t& other);                ///< The same text.
     path_t(path_t&& other) noexcept;            ///< Leaves @p other valid, its text unspecified.
@@ -23,12 +24,12 @@ public:
     path_t& operator=(path_t&& other) noexcept; ///< Leaves @p other valid, its text unspecified.
     ~path_t();
 
-    /// Joins @p other behind this path with the system's preferred separator, also where @p other begins with
-    /// a separator. Appending the empty path changes nothing.
+    /// Joins @p other behind this path with one preferred separator, even if @p other begins with one.
+    /// Appending the empty path changes nothing.
     /// @return this path
     path_t& append(const path_t& other);
 
-    /// The path in the system's preferred separators.
+    /// The path with the system's preferred separators.
     const std::wstring& as_string() const;
 
     /// Whether there is no text at all; says nothing of files.

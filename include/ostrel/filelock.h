@@ -7,31 +7,40 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// Advisory lock between processes: whoever creates the companion file holds it.
+/// Advisory lock between processes: the object that creates the lock file holds the lock.
 ///
-/// The companion is the data file's path with the extension "lock" (uuid.lock beside uuid.xml). One object
-/// belongs to one thread. No handle stays open while the lock is held. A lock file left by a crashed process
-/// stays until it is deleted by hand. A copy of a locked object believes that it holds the lock too;
-/// whichever is released first deletes the file.
+/// @code
+/// OSTREL_NAMESPACE::filelock_t lock(data_file);
+/// if (lock.lock())
+///     rewrite(data_file); // the destructor releases the lock
+/// @endcode
+///
+/// The lock file lies beside the data file and has its name with the extension "lock": uuid.lock for
+/// uuid.xml. Data files that differ only in their extension share one lock. A data file named x.lock is its
+/// own lock file, and all files whose only dot is the first character share the lock file ".lock".
+///
+/// One object belongs to one thread. No handle stays open while the lock is held. A lock file that a crashed
+/// process left stays until it is deleted by hand. A copy of a locked object also counts as locked; the first
+/// of them to be released deletes the file.
 class OSTREL_API filelock_t {
 public:
     /// Touches no file. @param path the data file to protect; it need not exist
     explicit filelock_t(const kiln2::path_t& path);
-    /// Believes that it holds the lock when @p other does.
+    /// Counts as locked if @p other does.
     filelock_t(const filelock_t& other);
-    /// As the copy constructor; a lock that was held here is forgotten and its file stays.
+    /// Like the copy constructor. A lock that this object held is not released: its file stays.
     filelock_t& operator=(const filelock_t& other);
     /// Releases the lock if it is held.
     ~filelock_t();
 
-    /// Tries once, never waits. True at once when this object holds the lock already; no count is kept.
-    /// @return false when another holder exists or the folder cannot be written; the reason is not kept.
+    /// Tries once and never waits. Returns true if this object already holds the lock; there is no count.
+    /// @return false if another holder exists or the folder cannot be written; the reason is not kept
     bool lock();
 
-    /// Deletes the companion file if the lock is held; a failure to delete is ignored.
+    /// Deletes the lock file if the lock is held. A failed deletion is ignored.
     void unlock();
 
-    /// What this object believes; the disk is not asked.
+    /// Whether this object counts as locked. Does not look at the disk.
     bool is_locked() const;
 
 private:

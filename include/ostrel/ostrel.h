@@ -1,18 +1,42 @@
 /** @file
  * The C interface: feature-usage statistics over an opaque handle.
  *
- * Strings are NUL-terminated UTF-8; byte sequences that are not UTF-8 are dropped from the text. No string is
- * kept by reference: a caller may free its buffers as soon as a call has returned.
+ * @code
+ * statistic_handle_t* handle = ostrel_create_statistic("my_host", "1.0.0");
+ * if (ostrel_should_ask_user_consent(handle))
+ *     ostrel_set_statistic_collection_enabled(handle, ask_the_user());
+ * ostrel_notify_feature_usage(handle, "run.build");
+ * ostrel_destroy_statistic(handle);
+ * @endcode
  *
- * Threads: all functions but create and destroy may be called on one handle from several threads at once.
- * Creating or destroying a handle must not overlap with another call on that same handle. Handles are
- * independent of each other.
+ * A host that has a configuration service installs it before the first call, see
+ * settor2/product_locations_c.h.
  *
- * Exceptions: the functions catch nothing. A failed allocation, or a settings folder that cannot be created,
- * leaves as a C++ exception; a host that is plain C ends in std::terminate then. Nothing about the network or
- * the collector is ever reported.
+ * Strings are NUL-terminated UTF-8. Bytes that are not valid UTF-8 are left out. The library keeps no pointer
+ * to a string: the caller may free its buffers after the call.
  *
- * The only argument checked is the handle: a null handle is ignored. A null string is undefined behaviour. */
+ * Threads: notify, set and ask are thread-safe on one handle. Creating or destroying a handle must not
+ * overlap with another call on that handle. Different handles are independent. Do not create objects while
+ * the process exits.
+ *
+ * Environment: POSIX has no safe way to change the environment of a process with several threads, and each
+ * statistic object has a thread. That thread reads http_proxy, no_proxy and their relatives for each
+ * transfer. Call setenv, unsetenv and putenv only while no object exists: a change while an object lives can
+ * crash the process.
+ *
+ * Exceptions: the functions catch nothing. Four kinds of C++ exception can leave ostrel_create_statistic: a
+ * failed allocation (std::bad_alloc), a settings folder that cannot be created
+ * (boost::filesystem::filesystem_error), a thread that cannot be started (boost::thread_resource_error), and
+ * any exception that the host's own configuration service or log appender throws. The other functions
+ * allocate memory and log too. A plain C host cannot catch them: the process ends in std::terminate. Such a
+ * host avoids the second case by unsetting HOME and XDG_DATA_HOME when the folder cannot be created. The
+ * object then has no machine id and collects nothing. Failures of the network or of the collector are never
+ * reported.
+ *
+ * Re-entrance: a configuration service or a log appender must not create a statistic object itself.
+ *
+ * The functions check only the handle: they ignore a null handle. Passing a null string is undefined
+ * behaviour. */
 #ifndef OSTREL_OSTREL_H
 #define OSTREL_OSTREL_H
 
@@ -25,44 +49,50 @@ extern "C" {
 /** One statistic object with its own sending thread. */
 typedef struct statistic_handle_t statistic_handle_t;
 
-/** Makes a statistic object for one product.
+/** Creates a statistic object for one product.
  *
- * product_id: names the product in every hit and, unless a product-locations service says otherwise, its
- * settings folder. product_version: sent with every hit as it stands. Both may be empty, neither may be null.
+ * product_id: the product's name in every hit. It also names the settings folder, unless the configuration
+ * service names another one. product_version: sent in every hit without escaping. Both may be empty. Neither
+ * may be null.
  *
  * Returns a handle that the caller releases with ostrel_destroy_statistic.
  *
- * May block: reads and creates small files in the user's local application-data folder, waits at most one
- * second for a lock that another process holds on them, and resolves one DNS name unless an environment
- * switch decides the matter first. Nothing is sent on this thread. */
+ * May block: it reads and creates small files in the user's local application-data folder, waits at most one
+ * second for a lock file that another process holds, and resolves one DNS name unless an environment switch
+ * decides first. It sends nothing on the calling thread. */
 OSTREL_API statistic_handle_t* ostrel_create_statistic(const char* product_id, const char* product_version);
 
-/** Releases a handle; null is ignored.
+/** Releases a handle. Null is ignored. The handle is invalid afterwards.
  *
- * Blocks until every hit queued so far was handled: immediately when nothing is queued or sending has
- * switched itself off, else as long as the collector takes, at most 5 seconds for each proxy candidate of the
- * hit that fails (sending switches itself off with it; longer where the name server keeps silent), without
- * any overall limit while hits succeed. Also writes the days of use. The handle is invalid afterwards. */
+ * Blocks until every queued hit was posted or dropped:
+ * - no queued hit, or sending has switched itself off: returns immediately;
+ * - the collector fails: at most 5 seconds for each proxy candidate of the failing hit, which switches
+ * sending off. A name server that does not answer can take longer;
+ * - the collector answers: as long as the collector takes, without an overall timeout.
+ *
+ * Then writes the days of use. */
 OSTREL_API void ostrel_destroy_statistic(statistic_handle_t* handle);
 
 /** Reports that a feature was used once.
  *
- * feature_name: a dotted name such as "editor.open.file". It is sent when the event filter enables it or one
- * of its dotted prefixes, or when it is "run." followed by a name without dots, and when collection is on;
- * otherwise it is dropped without a message.
+ * feature_name: a dotted name such as "editor.open.file". The library sends it if collection is on and the
+ * event filter lists the name or one of its dotted prefixes. It also sends "run." followed by a name without
+ * dots. It drops every other name without a message.
  *
- * Never waits for the network: the hit is queued and posted in the background. */
+ * Never waits for the network: the hit is queued, and a background thread posts it. */
 OSTREL_API void ostrel_notify_feature_usage(statistic_handle_t* handle, const char* feature_name);
 
-/** Records the user's answer, non-zero for consent and zero for refusal, and decides afresh whether this
- * handle collects. The answer holds for all of the maker's products of this user; other live handles notice
- * it when they are made anew or record an answer themselves. A file that cannot be written is ignored.
+/** Records the user's answer and decides again whether this handle collects.
+ *
+ * enabled: non-zero for consent, zero for refusal. The answer holds for all of the maker's products of this
+ * user. Other existing handles keep their decision until an answer is recorded through them. If the file
+ * cannot be written, the previous answer stays and no error is reported.
  *
  * May block while it resolves one DNS name. */
 OSTREL_API void ostrel_set_statistic_collection_enabled(statistic_handle_t* handle, int enabled);
 
-/** Returns 1 when no answer of the user is on file and no environment switch decides, so that the host should
- * ask; 0 otherwise, and for a null handle. Reads one small file. */
+/** Returns 1 if the host should ask the user: no answer is stored and no environment switch decides. Returns
+ * 0 otherwise, and for a null handle. Reads one small file. */
 OSTREL_API int ostrel_should_ask_user_consent(statistic_handle_t* handle);
 
 #ifdef __cplusplus

@@ -1,5 +1,4 @@
-/* The one place that knows the version: the build system, the namespace and the soname are derived from it.
- */
+/* The version. The build system, the namespace and the soname are derived from this file. */
 #ifndef OSTREL_VERSION_H
 #define OSTREL_VERSION_H
 
@@ -10,8 +9,8 @@
 #define OSTREL_DETAIL_PASTE(major, minor, patch) ostrel_##major##_##minor##_##patch
 #define OSTREL_DETAIL_NAMESPACE(major, minor, patch) OSTREL_DETAIL_PASTE(major, minor, patch)
 
-/* The C++ namespace of everything exported, for example ostrel_1_2_3. A host that wants a short name writes
-   `namespace ostrel = OSTREL_NAMESPACE;` in a source file of its own. */
+/* The C++ namespace of every exported class, for example ostrel_1_2_3. For a short name, write
+   `namespace ostrel = OSTREL_NAMESPACE;` in a source file of the host. */
 #define OSTREL_NAMESPACE                                                                                     \
     OSTREL_DETAIL_NAMESPACE(OSTREL_VERSION_MAJOR, OSTREL_VERSION_MINOR, OSTREL_VERSION_PATCH)
 

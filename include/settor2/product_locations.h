@@ -7,38 +7,45 @@
 
 namespace settor2 {
 
-/// Implemented by the host and installed once, before it makes its first statistic object. Without a service
-/// the product id names the settings folder, the shared object's version is "unknown" and no event is enabled
-/// but the "run." ones.
+/// The configuration service: implemented by the host and installed before it creates its first statistic
+/// object.
 ///
-/// The operations may be called from any thread that calls into the library, several at once. Texts are
-/// UTF-16 on Windows and code points on Linux. A returned pointer stays valid as long as the service is
-/// installed.
+/// Without a service the product id names the settings folder, the version of the object that
+/// statistic_t::get returns is "unknown", and only "run." events are enabled.
+///
+/// Any thread that calls the library may call the operations, also concurrently. Wide strings are UTF-16 on
+/// Windows and UTF-32 on Linux. Returned pointers stay valid while the service is installed. An exception
+/// from an operation reaches the caller of the library. An operation must not create a statistic object: that
+/// deadlocks.
 class OSTREL_API IProductLocations {
 public:
     virtual ~IProductLocations();
 
-    /// The product's version, joined as major.minor.build.
+    /// The product's version, which becomes the text major.minor.build.
     virtual void getVersion(int& major, int& minor, int& build) const = 0;
 
-    /// Kind 6 is the name of the product's folder below the company folder; empty means that the product id
-    /// serves. No other kind is asked for.
+    /// Kind 6 is the name of the product's folder below the company folder. If it is empty, the product id is
+    /// used. The library asks for no other kind.
     virtual std::wstring getLocation(int kind) const = 0;
 
     /// The folder that holds statistic/enabled_stat_events.xml, the list of events that may be reported.
+    /// Empty: there is no list.
     virtual const wchar_t* getFolder() const = 0;
 
-    /// The folder for exchange files with the software manager; empty when there is none.
+    /// The folder for exchange files with the software manager; empty if there is none. Name a private folder
+    /// of the user, not a shared one such as /tmp.
     virtual const wchar_t* getTempDir() const = 0;
 
-    /// Whether this installation comes with the software manager; when it does not, its absence is an error.
+    /// Whether the bridge says nothing about a missing tool of the software manager. False: it logs an error.
+    /// True: it logs nothing.
     virtual bool isManagerExpected() const = 0;
 
-    /// The installed service, null when there is none.
+    /// The installed service; null if there is none.
     static IProductLocations* get();
 
-    /// Installs a service for the whole process; null removes it. The service is not owned and must outlive
-    /// its use: remove it when no statistic object is being made and no bridge call is under way.
+    /// Installs a service for the whole process; null removes it. The caller keeps ownership. Remove the
+    /// service before its destruction, and only while no statistic object is being created and no bridge call
+    /// is running.
     static void install(IProductLocations* service);
 };
 

@@ -1,5 +1,4 @@
-"""That a process which may not collect touches no network, and that files belong to their user."""
-import os
+"""That a process which may not collect touches no network."""
 import pathlib
 import re
 import tempfile
@@ -11,9 +10,12 @@ SWITCHES = ["NORVANE_STATISTICS_DISABLE", "NORVANE_DONOTSEND_FEEDBACK", "NORVANE
 NETWORK = re.compile(r"\b(socket|connect|sendto|sendmsg|sendmmsg|bind|getsockopt)\(|/etc/(resolv\.conf|hosts|nsswitch\.conf)")
 
 
-def traced(consent=True, **variables):
-    """@return lines of the system calls that have to do with the network or with resolving names"""
-    with tempfile.TemporaryDirectory() as folder, Peer() as peer, Profile(consent) as profile:
+def traced(answer="1", **variables):
+    """@param answer content of the consent file; None: no such file
+    @return lines of the system calls that use the network or resolve names, and the bodies that arrived"""
+    with tempfile.TemporaryDirectory() as folder, Peer() as peer, Profile(consent=answer is not None) as profile:
+        if answer is not None:
+            profile.virk.write_text(answer)
         log = pathlib.Path(folder, "trace")
         prefix = ["strace", "-f", "-o", str(log), "-e", "trace=%network,openat,open"]
         # Any name but those that hosts(5) knows: resolving it would show.
@@ -39,30 +41,14 @@ def allowed_shows(_full):
     return f"{len(lines)} calls seen, {len(bodies)} hits arrived: the look is not blind"
 
 
-def refused(_full):
-    with Profile() as profile:
-        profile.virk.write_text("0")
-    lines, bodies = traced(consent=False)
-    connects = [line for line in lines if "connect(" in line and "AF_INET" in line and "htons(53)" not in line]
-    expect("nothing is sent", not bodies and not connects, connects[:5])
-    return f"no answer on file: no connection to the collector; {len(lines)} calls to resolve the corporate domain remain"
+def not_agreed(answer, what):
+    def case(_full):
+        lines, bodies = traced(answer)
+        connects = [line for line in lines if "connect(" in line and "AF_INET" in line and "htons(53)" not in line]
+        expect("nothing is sent", not bodies and not connects, connects[:5])
+        return f"{what}: no connection to the collector; {len(lines)} calls to resolve the corporate domain remain"
+    return case
 
 
-def modes(_full):
-    former = os.umask(0)
-    try:
-        with Peer() as peer, Profile(consent=False) as profile:
-            with Host(profile, peer.url) as host:
-                for command in ("create", "consent 1", "notify n 1", "destroy"):
-                    host.tell(command)
-                host.end()
-            seen = {path.name: oct(path.stat().st_mode & 0o777) for path in profile.files()}
-    finally:
-        os.umask(former)
-    expect("files are their user's alone", seen == dict.fromkeys(["last_active_dates.xml", "uuid.xml", "virk"], "0o600"),
-           seen)
-    return "0600 each, with a umask of 0: " + ", ".join(seen)
-
-
-CASES = {"a disabling switch is set": switched_off, "forced on": allowed_shows, "nobody has answered": refused,
-         "modes of files": modes}
+CASES = {"a disabling switch is set": switched_off, "forced on": allowed_shows, "no answer": not_agreed(None, "no answer on file"),
+         "refusal": not_agreed("0", "a refusal on file")}

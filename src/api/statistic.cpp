@@ -41,7 +41,7 @@ void statistic_t::set_statistic_collection_enabled(bool /*enabled*/) {}
 
 boost::shared_ptr<statistic_t> statistic_t::get() {
     const std::lock_guard<std::mutex> lock(factory_mutex);
-    // Never destroyed: a thread of the host may ask while the process takes its static objects apart.
+    // Never destroyed: a thread of the host may call while the process destroys its static objects.
     static auto& last_made = *new boost::weak_ptr<statistic_t>;
     if (auto shared = last_made.lock())
         return shared;

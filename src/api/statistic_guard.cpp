@@ -15,7 +15,7 @@ statistic_guard_t::statistic_guard_t(const std::wstring& name, const std::wstrin
     m_statistic->flush();
 }
 
-// Reports nothing: the begin belongs to the activity, the end to every guard that goes.
+// Copies report no begin event: it belongs to the activity. Every destructor reports the end event.
 statistic_guard_t::statistic_guard_t(const statistic_guard_t& other) = default;
 statistic_guard_t& statistic_guard_t::operator=(const statistic_guard_t& other) = default;
 

@@ -11,6 +11,7 @@ namespace OSTREL_NAMESPACE {
 namespace {
 
 constexpr std::size_t longest_text = 20;
+constexpr std::int64_t last_second = 32535215999; // 3000-12-31T23:59:59Z
 
 std::tm to_tm(const datetime_t::fields_t& fields) {
     std::tm result{};
@@ -29,6 +30,11 @@ datetime_t::fields_t to_fields(const std::tm& time) {
             time.tm_wday, time.tm_yday, 0};
 }
 
+// Systems check the range before they carry fields, or not at all.
+bool is_in_range(std::int64_t seconds) {
+    return seconds >= 0 && seconds <= last_second;
+}
+
 std::wstring padded(std::int32_t number, std::size_t width) {
     const std::wstring digits = std::to_wstring(number);
     return digits.size() < width ? std::wstring(width - digits.size(), L'0') + digits : digits;
@@ -42,7 +48,7 @@ datetime_t datetime_t::from_fields(const fields_t& fields) {
     std::tm time = to_tm(fields);
     const std::int64_t seconds = ostrel_platform::utc_seconds(time);
     datetime_t result;
-    if (seconds == -1)
+    if (!is_in_range(seconds))
         return result;
     result.m_fields = to_fields(time);
     result.m_seconds = seconds;
@@ -57,7 +63,7 @@ datetime_t datetime_t::parse(const std::wstring& text) {
     if (text.size() > longest_text)
         return {};
     fields_t fields;
-    // The lenience of scanf is part of what hosts rely on.
+    // Hosts rely on the leniency of scanf.
     const int count = std::swscanf(text.c_str(), L"%4d-%2d-%2dT%2d:%2d:%2dZ", &fields.year, &fields.month,
                                    &fields.day, &fields.hour, &fields.minute, &fields.second);
     if (count != 6)
@@ -82,7 +88,7 @@ bool datetime_t::is_valid() const {
     if (m_seconds == -1)
         return false;
     std::tm time = to_tm(m_fields);
-    return ostrel_platform::utc_seconds(time) != -1;
+    return is_in_range(ostrel_platform::utc_seconds(time));
 }
 
 bool datetime_t::operator==(const datetime_t& other) const {

@@ -1,6 +1,7 @@
 // Diagnostic lines on their way to log4cplus.
 #include "foundations/trace.h"
 
+#include "platform/process.h"
 #include "toolkit/brask/log.h"
 #include "toolkit/brask/tstring.h"
 
@@ -20,16 +21,21 @@ struct writer_t {
     ~writer_t() { --writers; }
 };
 
-// log4cplus takes itself apart when the process ends, right after this library: a thread of the host that was
-// still writing then would bring the process down. So nobody is let in any more, and those inside are waited
-// for; not for ever, since one of them may be the thread that ends the process.
+constexpr std::chrono::milliseconds longest_wait{50};
+
+// At process exit log4cplus destroys itself right after this library. A thread of the host that still writes
+// a line would then crash the process. So the log is closed, and lines that are being written get time to
+// finish. The time is limited because the thread that calls exit may be inside a log call itself.
 struct closing_t {
     closing_t() = default;
     closing_t(const closing_t&) = delete;
     closing_t& operator=(const closing_t&) = delete;
     ~closing_t() {
         is_log_closed = true;
-        for (int patience = 1000; writers > 0 && patience > 0; --patience)
+        if (!ostrel_platform::do_threads_run_at_exit())
+            return;
+        const auto deadline = std::chrono::steady_clock::now() + longest_wait;
+        while (writers > 0 && std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 };

@@ -1,4 +1,4 @@
-// The switches in the environment that keep the bridge from doing something.
+// The environment variables that switch operations of the bridge off.
 #include "pellar_accessor/disabling_switch.h"
 
 #include "pellar_accessor/log.h"

@@ -1,4 +1,4 @@
-// The switches in the environment that keep the bridge from doing something.
+// The environment variables that switch operations of the bridge off.
 #pragma once
 
 #include "ostrel/version.h"
@@ -7,7 +7,7 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// @return false when the variable is set to anything but nothing; either answer is traced
+/// @return false if the variable is set and not empty; traces the result
 bool is_allowed_by(const std::wstring& variable);
 
 } // namespace OSTREL_NAMESPACE

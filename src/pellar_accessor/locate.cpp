@@ -40,8 +40,10 @@ void replace_program_files(program_files_t program_files) {
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): hosts link to it as it is
 kiln2::path_t pellar_accessor_impl_t::get_pellar_location(pellar_tool_t tool) const {
     const std::wstring name = executable_name(tool);
+    if (name.empty())
+        return {};
     const auto program_files = current_program_files.load()();
-    if (name.empty() || !program_files)
+    if (!program_files)
         return {};
     kiln2::path_t standard =
         existing(kiln2::path_t(*program_files).append(std::wstring(L"Norvane/Pellar")).append(name));

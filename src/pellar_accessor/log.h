@@ -1,9 +1,9 @@
-// The logger of the software-manager bridge, and how its lines spell signatures.
+// The logger of the software-manager bridge, and the spelling of its signatures.
 #pragma once
 
 #include "foundations/trace.h"
 
-/// How signatures of the bridge's members begin, and how they spell what a run takes.
+/// The first part of the signatures of the bridge's members, and the spelling of a run's parameters.
 #define OSTREL_BRIDGE_TEXT OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::"
 #define OSTREL_ARGUMENTS_TEXT                                                                                \
     L"std::vector<" OSTREL_WSTRING_TEXT L", std::allocator<" OSTREL_WSTRING_TEXT L">>"

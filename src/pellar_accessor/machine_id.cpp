@@ -20,10 +20,6 @@ constexpr int end_of_attempts = 20;
 
 using ostrel_platform::shared_file_t;
 
-bool create_empty(const kiln2::path_t& path) {
-    return shared_file_t::open_for_writing(path.as_string()).has_value();
-}
-
 std::optional<kiln2::path_t> exchange_folder() {
     const settor2::IProductLocations* const locations = settor2::IProductLocations::get();
     if (locations == nullptr) {
@@ -43,19 +39,22 @@ kiln2::path_t exchange_path(const kiln2::path_t& folder, std::uint32_t process, 
                                         std::to_wstring(attempt) + L".txt");
 }
 
-/// Asks through one exchange file; nothing when it is in use or cannot be opened.
-/// @param ask has the tool write into the file of that path
+/// Asks through one exchange file; nothing if it is in use or cannot be opened.
+/// @param ask makes the tool write into the file of that path
 template <class Ask>
-std::optional<std::string> exchange(const kiln2::path_t& path, const Ask& ask) {
+std::optional<std::wstring> exchange(const kiln2::path_t& path, const Ask& ask) {
     filelock_t lock(path);
-    if (!lock.lock() || !create_empty(path))
+    if (!lock.lock() || !ostrel_platform::create_empty(path.as_string()))
         return std::nullopt;
     ask(path.as_string());
-    auto line = read_first_line(path);
+    const auto line = read_first_line(path);
+    if (!line)
+        return std::nullopt;
     // Removed under the lock: the next holder's file has the same name.
-    if (line)
-        kiln2::remove_file(path);
-    return line;
+    kiln2::remove_file(path);
+    std::wstring uuid = quillkit::strings::utf8_to_utf16(*line);
+    OSTREL_LOG(bridge_log, info, L"return: uuid = " << uuid);
+    return uuid;
 }
 
 } // namespace
@@ -86,11 +85,8 @@ std::wstring pellar_accessor_impl_t::get_uuid() const {
         invoke_pellar(tool_remote_monitor, {L"-u", path}, true);
     };
     for (int attempt = 1; folder && attempt < end_of_attempts; ++attempt)
-        if (const auto line = exchange(exchange_path(*folder, process, attempt), ask)) {
-            std::wstring uuid = quillkit::strings::utf8_to_utf16(*line);
-            OSTREL_LOG(bridge_log, info, L"return: uuid = " << uuid);
-            return uuid;
-        }
+        if (auto uuid = exchange(exchange_path(*folder, process, attempt), ask))
+            return *std::move(uuid);
     OSTREL_LOG(bridge_log, info, L"return: empty string");
     return {};
 }

@@ -1,15 +1,14 @@
-// The bridge's operations: a command line each, and what its outcome means.
+// The bridge's operations: the command line of each, and the meaning of its result.
 #include "ostrel/pellar_accessor.h"
 
 #include "pellar_accessor/disabling_switch.h"
 #include "pellar_accessor/log.h"
+#include "pellar_accessor/run.h"
 #include "platform/process.h"
 
 namespace OSTREL_NAMESPACE {
 
 namespace {
-
-constexpr int not_started = -1;
 
 std::vector<std::wstring> upload_arguments(const wchar_t* kind, const kiln2::path_t& file, bool force) {
     std::vector<std::wstring> arguments{L"-t", L"i", L"-e", kind};
@@ -20,7 +19,7 @@ std::vector<std::wstring> upload_arguments(const wchar_t* kind, const kiln2::pat
     return arguments;
 }
 
-// The tool deletes what it uploaded, and its exit code says less.
+// The tool deletes the file that it uploaded. Its exit code says less.
 bool is_uploaded(int result, const kiln2::path_t& file) {
     return result != not_started && !kiln2::path_t::exists(file.as_string());
 }
@@ -43,7 +42,7 @@ bool pellar_accessor_impl_t::send_file(const kiln2::path_t& file, bool force) {
                        file);
 }
 
-// Anything but a refused start counts as sent; hosts rely on it while the bridge is switched off.
+// Any result except a refused start counts as sent. Hosts rely on it while the bridge is switched off.
 bool pellar_accessor_impl_t::send_usage_package() {
     OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"send_usage_package()");
     return invoke_pellar(tool_remote_monitor, {L"-t", L"i", L"-b"}, true) != not_started;

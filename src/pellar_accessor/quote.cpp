@@ -1,9 +1,9 @@
-// The command lines that tools are started with.
+// The command lines of the tools.
 #include "pellar_accessor/quote.h"
 
 namespace OSTREL_NAMESPACE {
 
-// Quotes and backslashes inside stay as they are: the tools have always been called so.
+// Quotes and backslashes inside the element are not escaped: the tools expect this form.
 std::wstring quote(const std::wstring& element) {
     return L'"' + element + L'"';
 }

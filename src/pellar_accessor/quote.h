@@ -1,4 +1,4 @@
-// The command lines that tools are started with.
+// The command lines of the tools.
 #pragma once
 
 #include "ostrel/version.h"
@@ -9,7 +9,7 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// The element between double quotes, itself unchanged.
+/// The unchanged element between double quotes.
 std::wstring quote(const std::wstring& element);
 
 /// The command of a tool: @p program, its path, then the arguments in order.

@@ -1,16 +1,15 @@
-// Running a tool: whether, where, and what came of it.
+// Runs a tool: whether it may run, where it lies, and its result.
 #include "ostrel/pellar_accessor.h"
 
 #include "pellar_accessor/disabling_switch.h"
 #include "pellar_accessor/log.h"
 #include "pellar_accessor/quote.h"
+#include "pellar_accessor/run.h"
 #include "settor2/product_locations.h"
 
 namespace OSTREL_NAMESPACE {
 
 namespace {
-
-constexpr int not_started = -1;
 
 bool is_manager_expected() {
     const settor2::IProductLocations* const locations = settor2::IProductLocations::get();
@@ -22,7 +21,7 @@ int run_and_wait(const ostrel_platform::command_t& command) {
     if (result.finished)
         OSTREL_LOG(bridge_log, info, L"pellar return code=" << result.code);
     else
-        // One wording for every system, so that whoever reads the logs finds it.
+        // The same text on every system, so that a search of the logs finds it.
         OSTREL_LOG_ERROR(bridge_log, L"CreateProcessW failed: " << result.code);
     return static_cast<int>(result.code);
 }
@@ -42,7 +41,7 @@ int pellar_accessor_impl_t::invoke_pellar(pellar_tool_t tool, const std::vector<
     OSTREL_LOG(bridge_log, info, L"sync=" << sync);
     if (!is_pellar_call_allowed())
         return 0;
-    // No word about it: hosts call from remote sessions as a matter of course.
+    // Not logged: calls from remote sessions are normal.
     if (ostrel_platform::is_remote_session())
         return not_started;
     const kiln2::path_t location = get_pellar_location(tool);

@@ -1,11 +1,11 @@
-// Tells a forked child from the process that made its objects.
+// Tells a forked child from the process that created its objects.
 #pragma once
 
 #include <cstdint>
 
 namespace ostrel_platform {
 
-/// Grows by one in every forked child; reading it costs one load. Always the same where processes cannot
+/// One more in every forked child than in its parent; reading it costs one load. Constant on systems without
 /// fork.
 std::uint32_t fork_generation();
 

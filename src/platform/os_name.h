@@ -1,4 +1,4 @@
-// What the operating system calls itself.
+// The operating system's name.
 #pragma once
 
 #include <optional>
@@ -6,7 +6,7 @@
 
 namespace ostrel_platform {
 
-/// The product name of the running system; nothing when it does not tell.
+/// The product name of the running system; nothing if the system does not tell it.
 std::optional<std::wstring> os_product_name();
 
 } // namespace ostrel_platform

@@ -5,7 +5,7 @@
 
 namespace ostrel_platform {
 
-/// 32 random bits. Throws std::system_error when the system has none to give.
+/// 32 random bits. Throws std::system_error if the system has no random source.
 std::uint32_t random_bits();
 
 } // namespace ostrel_platform

@@ -1,12 +1,12 @@
-// Keeps the host's signal handlers off the library's own threads.
+// Keeps the host's signal handlers off the library's threads.
 #pragma once
 
 #include <memory>
 
 namespace ostrel_platform {
 
-/// Blocks all signals on the calling thread while it lives; threads started meanwhile inherit that and keep
-/// it. Does nothing on systems without signal masks.
+/// Blocks all signals on the calling thread until its destruction. Threads that are started meanwhile inherit
+/// the mask and keep it. No-op on systems without signal masks.
 class signal_block_t {
 public:
     signal_block_t();

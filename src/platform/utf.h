@@ -1,4 +1,4 @@
-// UTF conversion for every layer, platform code included; malformed input never fails, it is left out.
+// UTF conversion for every layer, platform code included. Malformed input is left out and never an error.
 #pragma once
 
 #include <boost/locale/utf.hpp>
@@ -9,8 +9,8 @@
 
 namespace ostrel_platform {
 
-/// Whether every code unit is ASCII, and so the same in every encoding. Looks at all of them without a
-/// branch, which compilers turn into a few wide instructions.
+/// Whether every code unit is ASCII, which is the same in every encoding. The loop has no branch, so that
+/// compilers vectorise it.
 template <class Char>
 bool is_ascii(std::basic_string_view<Char> text) {
     std::make_unsigned_t<Char> bits = 0;
@@ -21,9 +21,9 @@ bool is_ascii(std::basic_string_view<Char> text) {
 
 /// Converts between UTF-8, UTF-16 and UTF-32, told apart by the size of the character type.
 ///
-/// Code units that begin no well-formed sequence are dropped one by one, so that the text behind a broken
-/// sequence survives.
-/// @return the end of what was written
+/// A code unit that begins no well-formed sequence is left out alone, so that the text after a malformed
+/// sequence is kept.
+/// @return the end of the output
 template <class To, class From, class Output>
 Output transcode(std::basic_string_view<From> text, Output output) {
     namespace utf = boost::locale::utf;
@@ -40,7 +40,7 @@ Output transcode(std::basic_string_view<From> text, Output output) {
     return output;
 }
 
-/// The same as a string.
+/// Like transcode, into a string.
 template <class To, class From>
 std::basic_string<To> convert_utf(std::basic_string_view<From> text) {
     if (is_ascii(text))
@@ -57,9 +57,9 @@ inline std::string to_utf8(std::wstring_view text) {
 }
 
 /// Writes at most as many units as @p text has bytes.
-/// @return the end of what was written
+/// @return the end of the output
 inline wchar_t* to_wide(std::string_view text, wchar_t* units) {
-    // Copied while it is looked at, and converted anew in the rarer case that the look was not in vain.
+    // Most text is ASCII: copy it in one pass. If a non-ASCII byte was seen, convert properly.
     unsigned char bits = 0;
     wchar_t* end = units;
     for (const char byte : text) {

@@ -53,6 +53,7 @@ std::vector<std::wstring_view> event_filter_t::names() const {
     std::vector<std::wstring_view> names;
     for (const name_t& name : m_names)
         names.push_back(text_of(name));
+    std::sort(names.begin(), names.end());
     return names;
 }
 

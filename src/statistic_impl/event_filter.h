@@ -21,7 +21,7 @@ public:
     /// Copies the names and leaves duplicates out.
     explicit event_filter_t(const std::vector<std::wstring_view>& names = {});
 
-    /// The names in the order of the list. The views are valid as long as the object.
+    /// The names in the order of their code units. The views are valid as long as the object.
     std::vector<std::wstring_view> names() const;
 
     static constexpr std::size_t no_match = std::wstring_view::npos;

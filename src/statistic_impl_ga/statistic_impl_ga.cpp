@@ -12,8 +12,8 @@
 namespace OSTREL_NAMESPACE {
 
 statistic_impl_ga_t::statistic_impl_ga_t(const std::wstring& application_name,
-                                         const std::wstring& application_version)
-    : statistic_impl_t(application_name, application_version),
+                                         const std::wstring& application_version, resolver_t resolver)
+    : statistic_impl_t(application_name, application_version, resolver),
       m_activity(statistic_dir()),
       m_connector(collection_url().c_str()) {
     const hit_identity_t identity = identify(uuid(), product_id(), product_version());

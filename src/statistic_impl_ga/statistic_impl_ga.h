@@ -16,7 +16,8 @@ namespace OSTREL_NAMESPACE {
 /// afterwards, so that notifications need no lock but the queue's.
 class statistic_impl_ga_t final : public statistic_impl_t {
 public:
-    statistic_impl_ga_t(const std::wstring& application_name, const std::wstring& application_version);
+    statistic_impl_ga_t(const std::wstring& application_name, const std::wstring& application_version,
+                        resolver_t resolver = &ostrel_platform::resolve_host);
     /// Waits for the hits queued so far, then saves the days of use.
     ~statistic_impl_ga_t() override;
 

@@ -1,5 +1,5 @@
 # Installs the library, on Windows from the package, and builds and runs the example hosts as strangers would: with
-# CMake, without it, and with the sources in their own tree.
+# CMake, without it, and with the library as a part of their own project.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -29,10 +29,75 @@ function(expect_file path content)
 endfunction()
 
 function(build_project name)
-  run(${CMAKE_COMMAND} -S "${folder}/${name}" -B "${folder}/${name} build" -G "${GENERATOR}" ${options} ${options_of_${name}}
+  run(${CMAKE_COMMAND} -S "${folder}/${name}" -B "${folder}/${name} build" -G "${GENERATOR}" ${options}
       "-DCMAKE_PREFIX_PATH=${folder}/prefix" "-DCMAKE_C_COMPILER=${C_COMPILER}"
-      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}")
+      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" ${options_of_${name}})
   run(${CMAKE_COMMAND} --build "${folder}/${name} build")
+endfunction()
+
+# A project of C alone whose flags are stricter than ours, as one unit under clang. Its own package comes first.
+function(write_parent)
+  file(WRITE "${folder}/parent/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)
+project(parent LANGUAGES C)
+add_compile_options(-Wall -Wextra -Wshadow -Wconversion -Werror)
+set(CPACK_PACKAGE_NAME parent)
+include(CPack)
+add_subdirectory(\"${SOURCE_DIR}\" ostrel)
+add_executable(c_part ../c_host/main.c)
+target_link_libraries(c_part PRIVATE ostrel::ostrel)
+add_subdirectory(../cpp_host cpp_host)
+install(TARGETS c_part)
+")
+endfunction()
+
+function(check_parent)
+  run(${CMAKE_COMMAND} --install "${folder}/parent build" --prefix "${folder}/installed parent")
+  run("${folder}/installed parent/bin/c_part")
+  run(${CMAKE_COMMAND} -DOSTREL_INSTALL=ON "${folder}/parent build")
+  expect_file("${folder}/parent build/CPackConfig.cmake" "CPACK_PACKAGE_NAME \"parent\"")
+endfunction()
+
+# C in the directory that asks for the package, C++ in another one only.
+function(write_mixed)
+  file(WRITE "${folder}/mixed/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)
+project(mixed LANGUAGES C)
+add_subdirectory(other)
+add_subdirectory(../c_host c_host)
+")
+  file(WRITE "${folder}/mixed/other/CMakeLists.txt" "project(other LANGUAGES CXX)\n")
+endfunction()
+
+function(check_version_is_exact)
+  file(WRITE "${folder}/older/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)
+project(older LANGUAGES C)
+find_package(ostrel 1.5)
+find_package(ostrel CONFIG REQUIRED)
+if(NOT ostrel_VERSION MATCHES \"^[0-9.]+$\")
+  message(FATAL_ERROR \"'\${ostrel_VERSION}' is no version\")
+endif()
+")
+  execute_process(COMMAND ${CMAKE_COMMAND} -S "${folder}/older" -B "${folder}/older build"
+                          "-DCMAKE_PREFIX_PATH=${folder}/prefix"
+                  RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT status EQUAL 0 OR NOT output MATCHES "name all three numbers")
+    fail("a request for version 1.5 is not explained:\n${output}")
+  endif()
+endfunction()
+
+# The folder of the settings cannot be made, which throws; without the variables nothing is tried.
+function(check_a_user_without_a_home)
+  set(ENV{NORVANE_STATISTICS_DISABLE} 1)
+  execute_process(COMMAND id -u OUTPUT_VARIABLE user)
+  if(user EQUAL 0)
+    set(as_nobody setpriv --reuid 65534 --regid 65534 --clear-groups)
+  endif()
+  execute_process(COMMAND ${as_nobody} env -u XDG_DATA_HOME HOME=/nonexistent "${folder}/plain_c"
+                  RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT status MATCHES "abort" OR NOT output MATCHES "/nonexistent")
+    fail("without a home a host should abort and name it: ${status}\n${output}")
+  endif()
+  run(${as_nobody} env -u XDG_DATA_HOME -u HOME "${folder}/plain_c")
+  unset(ENV{NORVANE_STATISTICS_DISABLE})
 endfunction()
 
 set(temporary "$ENV{TMPDIR}")
@@ -72,9 +137,19 @@ if(WINDOWS)
       -o "${folder}/plain_c.exe")
   execute_process(COMMAND ${emulator} --data OUTPUT_VARIABLE data OUTPUT_STRIP_TRAILING_WHITESPACE)
 else()
-  set(hosts c_host cpp_host logging_host whole)
-  set(programs "c_host build/c_host" plain_c "whole build/c_host/c_host" "cpp_host build/cpp_host" plain_cpp
-               "whole build/cpp_host/cpp_host")
+  set(hosts c_host cpp_host logging_host mixed)
+  set(programs "c_host build/c_host" plain_c "mixed build/c_host/c_host" "cpp_host build/cpp_host" plain_cpp)
+  # A host in C needs no Boost.
+  set(options_of_c_host -DCMAKE_DISABLE_FIND_PACKAGE_Boost=ON)
+  set(options_of_mixed -DCMAKE_DISABLE_FIND_PACKAGE_Boost=ON)
+  write_mixed()
+  if(NOT SANITIZER) # clang's sanitizers and those of the build do not go together
+    list(APPEND hosts parent)
+    list(APPEND programs "parent build/c_part" "parent build/cpp_host/cpp_host")
+    set(options_of_parent -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_UNITY_BUILD=ON
+                          -DCMAKE_UNITY_BUILD_BATCH_SIZE=0)
+    write_parent()
+  endif()
   # Component by component: what somebody has installed from this build by hand stays on record.
   foreach(component runtime development tools)
     run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${folder}/prefix" --component ${component})
@@ -87,12 +162,6 @@ else()
   run(sh -c "cd '${folder}' && eval \"set -- $(pkg-config --cflags --libs ostrel)\" && \
       '${C_COMPILER}' $CFLAGS -o plain_c c_host/main.c \"$@\" '-Wl,-rpath,${libraries}' && \
       '${CXX_COMPILER}' $CXXFLAGS -std=c++17 -o plain_cpp cpp_host/*.cpp \"$@\" '-Wl,-rpath,${libraries}'")
-  file(WRITE "${folder}/whole/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)
-project(whole LANGUAGES C CXX)
-add_subdirectory(\"${SOURCE_DIR}\" ostrel)
-add_subdirectory(../c_host c_host)
-add_subdirectory(../cpp_host cpp_host)
-")
 endif()
 foreach(host ${hosts})
   build_project(${host})
@@ -101,7 +170,7 @@ endforeach()
 set(company "${data}/Norvane Corporation")
 foreach(program ${programs})
   run(${emulator} "${folder}/${program}")
-  if(program MATCHES "c_host|plain_c(\\.exe)?$")
+  if(program MATCHES "c_host|c_part|plain_c(\\.exe)?$")
     expect_file("${company}/virk" "^1$")
     expect_file("${company}/c_host/settings/statistic/uuid.xml" "[0-9A-F]-")
     expect_file("${company}/c_host/settings/statistic/last_active_dates.xml" "<item>")
@@ -110,6 +179,11 @@ foreach(program ${programs})
 endforeach()
 
 if(NOT WINDOWS)
+  check_version_is_exact()
+  check_a_user_without_a_home()
+  if("parent" IN_LIST hosts)
+    check_parent()
+  endif()
   run("${SOURCE_DIR}/scripts/uninstall.sh" "${folder}")
   if(EXISTS "${folder}/prefix")
     fail("the uninstalled library has left something behind")

@@ -81,6 +81,26 @@ TEST_F(pellar_processes, start_errors_and_signals_become_numbers_and_leave_the_h
     EXPECT_EQ(entries("/proc/self/task"), threads);
 }
 
+TEST_F(pellar_processes, links_and_other_users_files_are_not_taken_for_the_exchange_file) {
+    const auto exchange_file = [this](int attempt) {
+        return temp() / ("uuid-" + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".txt");
+    };
+    const fs::path linked = profile.folder() / "linked", hard_linked = profile.folder() / "hard linked";
+    const fs::path left_over = exchange_file(4);
+    for (const fs::path& file : {linked, hard_linked, exchange_file(3), left_over})
+        write_file(file, "former");
+    fs::create_symlink(linked, exchange_file(1));
+    fs::create_hard_link(hard_linked, exchange_file(2));
+    const bool is_root = ::geteuid() == 0; // others cannot give files away, and meet no foreign one here
+    ASSERT_EQ(is_root ? ::chown(exchange_file(3).c_str(), 65534, 65534) : ::unlink(left_over.c_str()), 0);
+    EXPECT_EQ(bridge.get_uuid(), L"") << "a file that an earlier process left is emptied";
+    EXPECT_EQ(runs(), texts_t{"[-u][" + exchange_file(is_root ? 4 : 3).string() + "]"});
+    EXPECT_FALSE(fs::exists(left_over));
+    for (const fs::path& file : {linked, hard_linked})
+        EXPECT_EQ(read_file(file), "former");
+    EXPECT_EQ(read_file(exchange_file(3)).value_or("former"), "former");
+}
+
 TEST_F(pellar_processes, a_remote_session_starts_nothing_and_says_nothing) {
     profile.set("XRDP_SESSION", "1");
     EXPECT_EQ(invoke(pellar, {}, true), -1);

@@ -1,19 +1,36 @@
-// What only POSIX has: file modes, pipes, links, signals, and variables that are no text.
+// What only POSIX has: file modes, pipes, signals, forks, and variables that are not text.
 #include "http_connector/http_connector.h"
 #include "ostrel/datetime.h"
 #include "ostrel/ostrel.h"
 #include "platform/files.h"
 #include "platform/folders.h"
+#include "platform/os_name.h"
+#include "platform/posix/os_release.h"
+#include "platform/process.h"
+#include "settor2/product_locations_c.h"
+#include "statistic_impl/machine_id.h"
 #include "statistic_impl/statistic_impl.h"
 #include "support/collector.h"
 #include "support/profile.h"
 
+#include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <resolv.h>
 #include <set>
 #include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace test_support;
+
+// Sanitizers and emulators replace vfork in this way. The parent then reads the report pipe before the child
+// has written into it, so that a signal interrupts the read.
+extern "C" pid_t vfork() noexcept {
+    return ::fork();
+}
 
 namespace {
 
@@ -33,28 +50,60 @@ protected:
     profile_t profile;
 };
 
+/// Stands for an exit handler that the host registers before it loads the library: constructed first,
+/// destroyed last.
+struct exit_handler_t {
+    ~exit_handler_t() {
+        if (!is_armed)
+            return;
+        const bool is_made = ostrel_create_statistic("product", "1") != nullptr;
+        const std::wstring folder = settor2::IProductLocations::get()->getFolder();
+        ::_exit(is_made && folder == L"a folder whose name is longer than short strings" ? 0 : 1);
+    }
+
+    bool is_armed = false;
+};
+[[gnu::init_priority(101)]] exit_handler_t exit_handler;
+
 } // namespace
+
+TEST(posix_exit, the_service_of_a_c_host_outlives_static_objects) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // a process of its own
+    for (const char* const name : {"HOME", "XDG_DATA_HOME"})
+        set_variable(name, std::nullopt);
+    const auto leave = [] {
+        const settor2_product_locations_t in_c = {
+            {}, nullptr, "a folder whose name is longer than short strings", nullptr, 0};
+        settor2_install_product_locations(&in_c);
+        exit_handler.is_armed = true;
+        std::exit(1);
+    };
+    EXPECT_EXIT(leave(), testing::ExitedWithCode(0), "");
+}
 
 TEST_F(posix, data_lies_in_the_data_home_or_below_the_home_or_nowhere) {
     using text_t = std::optional<std::string>;
-    const std::tuple<text_t, text_t, std::optional<std::wstring>> cases[] = {
-        {"/d\xC3\xA4ta", "/home/u", L"/d\u00e4ta"},       {"", "/home/u", L"/home/u/.local/share"},
-        {"relative", "/home/u", L"/home/u/.local/share"}, {"", "relative", std::nullopt},
-        {std::nullopt, std::nullopt, std::nullopt},
+    using folder_t = std::optional<std::wstring>;
+    const std::tuple<text_t, text_t, folder_t, folder_t> cases[] = {
+        {"/d\xC3\xA4ta", "/home/jos\xE9", L"/d\u00e4ta", std::nullopt},
+        {"", "/home/u", L"/home/u/.local/share", std::nullopt},
+        {"relative\xE9", "/home/u", L"/home/u/.local/share", std::nullopt},
+        {"", "relative", std::nullopt, std::nullopt},
+        {std::nullopt, std::nullopt, std::nullopt, std::nullopt},
+        {"/d\xE4ta", "/home/u", std::nullopt, L"XDG_DATA_HOME"},
+        {"", profile.folder().string() + "/jos\xE9", std::nullopt, L"HOME"},
     };
-    for (const auto& [data_home, home, folder] : cases) {
+    for (const auto& [data_home, home, folder, malformed] : cases) {
+        SCOPED_TRACE(data_home.value_or("unset") + ", " + home.value_or("unset"));
         profile.set("XDG_DATA_HOME", data_home);
         profile.set("HOME", home);
-        EXPECT_EQ(ostrel_platform::local_app_data_folder(), folder) << data_home.value_or("unset");
+        EXPECT_EQ(ostrel_platform::local_app_data_folder(), folder);
+        EXPECT_EQ(ostrel_platform::malformed_folder_variable(), malformed);
     }
     EXPECT_EQ(use(), std::pair(1, 1)) << "without a folder nothing is kept";
+    EXPECT_EQ(std::distance(fs::directory_iterator(profile.folder()), {}), 1);
     profile.set("NORVANE_STATISTICS_DISABLE", "\xFF");
     EXPECT_EQ(use(), std::pair(0, 0)) << "a switch whose value is no text counts as set";
-}
-
-TEST_F(posix, a_switch_whose_value_is_no_text_counts_as_set) {
-    profile.set("NORVANE_STATISTICS_DISABLE", "\xFF");
-    EXPECT_EQ(OSTREL_NAMESPACE::statistic_impl_t::get_env_vars_state(), 3);
 }
 
 TEST_F(posix, what_the_library_creates_is_the_users_alone) {
@@ -66,17 +115,47 @@ TEST_F(posix, what_the_library_creates_is_the_users_alone) {
     for (const fs::path& file : {profile.virk(), profile.statistic_dir() / "uuid.xml",
                                  profile.statistic_dir() / "last_active_dates.xml", lock})
         EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write) << file;
+    for (const fs::path& folder : {profile.company(), profile.statistic_dir()})
+        EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all) << folder;
 }
 
-TEST_F(posix, pipes_and_links_in_place_of_files_are_refused_and_block_nobody) {
+TEST_F(posix, pipes_in_place_of_files_block_nobody) {
     fs::create_directories(profile.statistic_dir());
     for (const char* const name : {"uuid.xml", "uuid.xml.tmp", "last_active_dates.xml", "../../../virk"})
         ASSERT_EQ(::mkfifo((profile.statistic_dir() / name).c_str(), 0600), 0);
-    EXPECT_EQ(use(), std::pair(1, 1));
+    EXPECT_EQ(use(), std::pair(0, 0)) << "a pipe in the answer's place is a refusal";
     EXPECT_TRUE(fs::is_fifo(profile.virk()));
-    fs::create_symlink(profile.folder() / "victim", profile.folder() / "bag.xml.tmp");
-    EXPECT_FALSE(ostrel_platform::replace_file(wide(profile.folder() / "bag.xml"), "new"));
-    EXPECT_FALSE(fs::exists(profile.folder() / "victim"));
+}
+
+TEST_F(posix, two_processes_make_different_machine_ids) {
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(::pipe(ends), 0);
+    const pid_t child = ::fork(); // inherits whatever state a generator may have
+    const std::wstring id = OSTREL_NAMESPACE::generate_uuid();
+    if (child == 0)
+        ::_exit(::write(ends[1], id.data(), id.size() * sizeof(wchar_t)) > 0 ? 0 : 1);
+    ::waitpid(child, nullptr, 0);
+    std::wstring of_child(id.size(), L'\0');
+    EXPECT_EQ(::read(ends[0], of_child.data(), id.size() * sizeof(wchar_t)), 36 * sizeof(wchar_t));
+    EXPECT_NE(of_child, id);
+    ::close(ends[0]);
+    ::close(ends[1]);
+}
+
+TEST(os_release, the_pretty_name_is_read_as_a_shell_does) {
+    const std::pair<const char*, std::optional<std::wstring>> cases[] = {
+        {"NAME=other\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nID=debian\n",
+         L"Debian GNU/Linux 12 (bookworm)"},
+        {"PRETTY_NAME='single \\ \"'", L"single \\ \""},
+        {"PRETTY_NAME=\"a \\\"b\\\" '\"", L"a \"b\" '"},
+        {"PRETTY_NAME=bare", L"bare"},
+        {"PRETTY_NAME=\"\"\nPRETTY_NAME=second", L"second"},
+        {"X_PRETTY_NAME=other", std::nullopt},
+    };
+    for (const auto& [content, name] : cases)
+        EXPECT_EQ(ostrel_platform::pretty_name(content), name) << content;
+    EXPECT_EQ(ostrel_platform::os_product_name(),
+              ostrel_platform::pretty_name(read_file("/etc/os-release").value_or("")));
 }
 
 TEST_F(posix, a_files_time_is_read_to_the_second_and_within_its_range) {
@@ -109,4 +188,20 @@ TEST_F(posix, the_sending_thread_blocks_all_signals_and_the_calling_one_keeps_it
         EXPECT_TRUE(blocks_all(thread) || before.count(thread) != 0);
     EXPECT_GT(threads().size(), before.size());
     EXPECT_FALSE(blocks_all("/proc/thread-self"));
+}
+
+TEST_F(posix, detached_start_survives_interrupted_reads) {
+    struct sigaction action {};
+    action.sa_handler = [](int) {}; // without SA_RESTART
+    ::sigaction(SIGALRM, &action, nullptr);
+    const itimerval often{{0, 100}, {0, 100}};
+    const itimerval never{};
+    int started = 0;
+    for (int run = 0; run < 20; ++run) {
+        ::setitimer(ITIMER_REAL, &often, nullptr);
+        started += ostrel_platform::start_detached({{L"/bin/true"}, {}, {}}) ? 1 : 0;
+        ::setitimer(ITIMER_REAL, &never, nullptr);
+    }
+    std::signal(SIGALRM, SIG_DFL);
+    EXPECT_EQ(started, 20);
 }

@@ -28,14 +28,15 @@ struct library_t {
         file.get<decltype(ostrel_notify_feature_usage)>("ostrel_notify_feature_usage");
 };
 
-/// What the process holds: handles, and memory of its own. (A thread that outlived its library would crash.)
-std::pair<DWORD, SIZE_T> resources() {
-    DWORD handles = 0;
-    ::GetProcessHandleCount(::GetCurrentProcess(), &handles);
+/// The value of the next handle, which grows with the number of open ones, and memory of the process's own.
+/// (A thread that outlived its library would crash.)
+std::pair<std::uintptr_t, SIZE_T> resources() {
+    const HANDLE next = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    ::CloseHandle(next);
     PROCESS_MEMORY_COUNTERS_EX memory{};
     ::GetProcessMemoryInfo(::GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory),
                            sizeof memory);
-    return {handles, memory.PrivateUsage};
+    return {reinterpret_cast<std::uintptr_t>(next), memory.PrivateUsage};
 }
 
 void use_once() {
@@ -67,12 +68,12 @@ protected:
 TEST_F(dll, loading_and_unloading_leaves_nothing_behind) {
     for (int i = 0; i < 10; ++i)
         use_once();
-    const auto [handles_before, bytes_before] = resources();
+    const auto [handle_before, bytes_before] = resources();
     for (int i = 0; i < 100; ++i)
         use_once();
-    const auto [handles, bytes] = resources();
+    const auto [handle, bytes] = resources();
     EXPECT_EQ(::GetModuleHandleW(L"ostrel.dll"), nullptr);
-    EXPECT_EQ(handles, handles_before);
+    EXPECT_EQ(handle, handle_before);
     EXPECT_LT(bytes, bytes_before + (1U << 20U));
 }
 

@@ -7,12 +7,14 @@
 #include "pellar_accessor/quote.h"
 #include "platform/files.h"
 #include "platform/folders.h"
+#include "platform/network.h"
 #include "platform/os_name.h"
+#include "platform/proxies.h"
 #include "platform/utf.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
 
-#include <windows.h>
+#include <winsock2.h>
 
 #include <shlobj.h>
 #include <winhttp.h>
@@ -26,8 +28,8 @@ using namespace test_support;
 using namespace OSTREL_NAMESPACE;
 
 // Through what stands in these, this program calls the system.
-extern "C" void *__imp_CreateFileW, *__imp_GetSystemMetrics, *__imp_SHGetFolderPathW,
-    *__imp_WinHttpGetProxyForUrl, *__imp__wsopen_s;
+extern "C" void *__imp_CreateFileW, *__imp_CreateProcessW, *__imp_GetSystemMetrics, *__imp_SHGetFolderPathW,
+    *__imp_WSAStartup, *__imp_WinHttpGetProxyForUrl, *__imp_WinHttpOpen, *__imp__wsopen_s;
 
 namespace {
 
@@ -140,7 +142,59 @@ errno_t __cdecl create_on_a_read_only_drive(int* descriptor, const wchar_t*, int
     return EROFS;
 }
 
+/// What the system was asked, the numbers in the order of the arguments, pointers as whether they are null.
+std::vector<std::uint64_t> asked;
+template <class... Arguments>
+void record(Arguments... arguments) {
+    asked = {static_cast<std::uint64_t>(arguments)...};
+}
+
+BOOL WINAPI record_process(LPCWSTR program, LPWSTR /*line*/, SECURITY_ATTRIBUTES* process,
+                           SECURITY_ATTRIBUTES* thread, BOOL inherits, DWORD flags, void* environment,
+                           LPCWSTR folder, STARTUPINFOW* startup, PROCESS_INFORMATION* /*information*/) {
+    const bool are_null = !program && !process && !thread && !environment && !folder;
+    record(are_null, inherits, flags, startup->cb, startup->dwFlags, startup->wShowWindow);
+    ::SetLastError(1234);
+    return FALSE;
+}
+
+int WSAAPI record_sockets(WORD version, WSADATA* /*data*/) {
+    record(version);
+    return WSASYSNOTREADY;
+}
+
+HINTERNET WINAPI record_session(LPCWSTR agent, DWORD access, LPCWSTR proxy, LPCWSTR bypass, DWORD flags) {
+    record(std::wcslen(agent), access, proxy == nullptr, bypass == nullptr, flags);
+    return nullptr;
+}
+
+errno_t __cdecl record_creation(int* descriptor, const wchar_t* /*path*/, int flags, int sharing, int mode) {
+    record(flags, sharing, mode);
+    *descriptor = -1;
+    return EEXIST;
+}
+
 } // namespace
+
+TEST_F(windows, system_calls_get_the_documented_arguments_and_their_failures_are_reported) {
+    using numbers_t = std::vector<std::uint64_t>;
+    const redirect_t processes(__imp_CreateProcessW, &record_process);
+    const auto result = ostrel_platform::run_process(compose_command(L"C:\\tool.exe", {}));
+    EXPECT_EQ(asked, (numbers_t{1, FALSE, 0x10, 104, STARTF_USESHOWWINDOW, SW_HIDE}));
+    EXPECT_EQ(std::pair(result.finished, result.code), std::pair(false, std::uint32_t{1234}));
+
+    const redirect_t sockets(__imp_WSAStartup, &record_sockets);
+    EXPECT_EQ(ostrel_platform::resolve_host("127.0.0.1").outcome, ostrel_platform::resolution_t::failed);
+    EXPECT_EQ(asked, numbers_t{0x0101});
+
+    const redirect_t sessions(__imp_WinHttpOpen, &record_session);
+    ostrel_platform::system_proxies("http://c/");
+    EXPECT_EQ(asked, (numbers_t{0, 0, 1, 1, 0}));
+
+    const redirect_t locks(__imp__wsopen_s, &record_creation);
+    EXPECT_FALSE(ostrel_platform::create_exclusively(L"lock"));
+    EXPECT_EQ(asked, (numbers_t{0x580, 0x10, 0x180})); // 0x80 is _O_NOINHERIT
+}
 
 TEST_F(windows, proxies_come_from_the_browser_discovery_the_machine_and_only_then_the_variable) {
     const redirect_t redirect(__imp_WinHttpGetProxyForUrl, &discover);
@@ -170,7 +224,8 @@ TEST_F(windows, proxies_come_from_the_browser_discovery_the_machine_and_only_the
         profile.set("http_proxy", row.variable);
         discovery_calls.clear();
         texts_t candidates;
-        discover_proxies("http://c/\u00e9", candidates);
+        for (const found_proxy_t& found : discover_proxies("http://c/\u00e9"))
+            candidates.push_back(found.text);
         EXPECT_EQ(candidates, row.expected);
         EXPECT_EQ(discovery_calls, texts_t{"http://c/\u00e9 1 3 1"});
     }

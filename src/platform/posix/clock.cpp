@@ -11,7 +11,6 @@ namespace ostrel_platform {
 
 namespace {
 
-constexpr std::int64_t last_second = 32535215999; // 3000-12-31T23:59:59Z
 constexpr std::int64_t seconds_of_a_day = 86400;
 
 std::tm calendar_fields(std::time_t seconds) {
@@ -31,13 +30,12 @@ std::int64_t utc_day_number() {
 }
 
 std::int64_t utc_seconds(std::tm& fields) {
-    const std::int64_t seconds = ::timegm(&fields);
-    return seconds < 0 || seconds > last_second ? -1 : seconds;
+    return ::timegm(&fields);
 }
 
 std::optional<std::tm> last_write_time(const std::wstring& path) {
-    // Opened, not only asked for by name: a file that cannot be read has no time to tell. Nor has a folder,
-    // which only some systems let one open.
+    // A file that cannot be read has no time, so the file is opened first. Folders have none on any system,
+    // because some systems cannot open them.
     const descriptor_t file(::open(to_utf8(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (!file.is_open() || ::fstat(file.get(), &status) != 0 || S_ISDIR(status.st_mode))

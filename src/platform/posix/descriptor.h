@@ -7,7 +7,7 @@
 
 namespace ostrel_platform {
 
-/// Closes its descriptor when it goes; movable, not copyable. A negative descriptor is none.
+/// Closes its descriptor on destruction; movable, not copyable. A negative number stands for no descriptor.
 class descriptor_t {
 public:
     explicit descriptor_t(int descriptor) : m_descriptor(descriptor) {}

@@ -1,10 +1,13 @@
 // Files as the library uses them, on POSIX.
 #include "platform/files.h"
 
+#include "platform/entries.h"
 #include "platform/posix/descriptor.h"
 #include "platform/utf.h"
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -15,6 +18,8 @@ namespace ostrel_platform {
 namespace {
 
 constexpr mode_t user_only = S_IRUSR | S_IWUSR;
+constexpr mode_t all_permissions = S_IRWXU | S_IRWXG | S_IRWXO;
+constexpr int most_links = 40; // as many as the kernel follows
 
 descriptor_t open_file(const std::string& path, int flags) {
     int descriptor = -1;
@@ -52,19 +57,82 @@ bool is_still_at(const descriptor_t& file, const std::string& path) {
            held.st_ino == named.st_ino && held.st_dev == named.st_dev;
 }
 
-// The file gets its name when it is whole: nobody can read half of it, and a kill leaves nothing behind.
-// Nothing is returned where it has to be written under its name, being there already or on a file system
-// without nameless files.
-std::optional<bool> create_whole(const std::string& path, std::string_view bytes) {
-    const descriptor_t file = open_file(path.substr(0, path.rfind('/') + 1) + ".", O_TMPFILE | O_WRONLY);
-    if (!file.is_open())
+/// The file that a name stands for, symbolic links followed.
+struct target_t {
+    std::string path;
+    descriptor_t file; ///< open for writing; closed if the file does not exist yet
+};
+
+// realpath(3) finds no target that does not exist yet.
+std::optional<std::string> follow_links(std::string path) {
+    std::array<char, PATH_MAX> text{};
+    for (int links = 0; links < most_links; ++links) {
+        const ssize_t size = ::readlink(path.c_str(), text.data(), text.size());
+        if (size < 0)
+            return path;
+        const std::string link(text.data(), static_cast<std::size_t>(size));
+        path = link.front() == '/' ? link : path.substr(0, path.rfind('/') + 1).append(link);
+    }
+    return std::nullopt;
+}
+
+// Opened, not only asked for by name: renaming needs the folder's permission alone, so it would replace files
+// that the user may not write. The kernel also decides here whether a link may be followed.
+std::optional<target_t> find_target(const std::string& path) {
+    descriptor_t file = open_file(path, O_WRONLY | O_NONBLOCK);
+    if (file.is_open() ? !is_regular(file) : errno != ENOENT)
         return std::nullopt;
-    if (!write_all(file, bytes) || ::fsync(file.get()) != 0)
+    auto target = follow_links(path);
+    if (!target)
+        return std::nullopt;
+    return target_t{std::move(*target), std::move(file)};
+}
+
+bool has_writable_folder(const target_t& target) {
+    return may_create_in(to_wide(target.path.substr(0, target.path.rfind('/'))));
+}
+
+// One name for all writers, so that killed ones leave one file behind and not many.
+descriptor_t open_draft(const std::string& draft) {
+    constexpr int flags = O_WRONLY | O_CREAT | O_NOFOLLOW;
+    descriptor_t file = open_regular(draft, flags);
+    // A draft that cannot be opened, such as one that root left, would block saving for ever.
+    if (!file.is_open() && ::unlink(draft.c_str()) == 0)
+        file = open_regular(draft, flags);
+    return file;
+}
+
+// The lock keeps two writers apart. A writer that opened the draft before another one renamed it holds the
+// finished file, and must not touch it. Some file systems know no locks.
+bool is_own_draft(const descriptor_t& file, const std::string& draft) {
+    return (::flock(file.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) && is_still_at(file, draft);
+}
+
+// Some file systems know neither owners nor modes, so failures do not count. If the owner cannot be kept, the
+// mode is not either: it would open the file to another group.
+void take_over_rights(const descriptor_t& file, const descriptor_t& former) {
+    struct stat status {};
+    const bool is_same_owner = former.is_open() && ::fstat(former.get(), &status) == 0 &&
+                               ::fchown(file.get(), status.st_uid, status.st_gid) == 0;
+    ::fchmod(file.get(), is_same_owner ? status.st_mode & all_permissions : user_only);
+}
+
+bool replace(const target_t& target, std::string_view bytes) {
+    const std::string draft = target.path + ".tmp";
+    const descriptor_t file = open_draft(draft);
+    if (!file.is_open() || !is_own_draft(file, draft))
         return false;
-    const std::string nameless = "/proc/self/fd/" + std::to_string(file.get());
-    if (::linkat(AT_FDCWD, nameless.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0)
-        return std::nullopt;
-    return true;
+    take_over_rights(file, target.file);
+    if (::ftruncate(file.get(), 0) == 0 && write_all(file, bytes) && ::fsync(file.get()) == 0 &&
+        ::rename(draft.c_str(), target.path.c_str()) == 0)
+        return true;
+    ::unlink(draft.c_str());
+    return false;
+}
+
+bool write_in_place(const descriptor_t& file, std::string_view bytes) {
+    return file.is_open() && write_all(file, bytes) &&
+           ::ftruncate(file.get(), static_cast<off_t>(bytes.size())) == 0;
 }
 
 } // namespace
@@ -87,13 +155,6 @@ std::optional<shared_file_t> shared_file_t::open_for_reading(const std::wstring&
     return shared_file_t(std::make_unique<handle_t>(std::move(file)));
 }
 
-std::optional<shared_file_t> shared_file_t::open_for_writing(const std::wstring& path) {
-    descriptor_t file = open_regular(to_utf8(path), O_WRONLY | O_CREAT | O_TRUNC);
-    if (!file.is_open())
-        return std::nullopt;
-    return shared_file_t(std::make_unique<handle_t>(std::move(file)));
-}
-
 std::optional<std::size_t> shared_file_t::read(char* buffer, std::size_t size) {
     ssize_t count = -1;
     do
@@ -108,35 +169,43 @@ bool create_exclusively(const std::wstring& path) {
     return open_file(to_utf8(path), O_RDONLY | O_CREAT | O_EXCL).is_open();
 }
 
+bool create_empty(const std::wstring& path) {
+    const descriptor_t file = open_regular(to_utf8(path), O_WRONLY | O_CREAT | O_NOFOLLOW);
+    struct stat status {};
+    return file.is_open() && ::fstat(file.get(), &status) == 0 && status.st_uid == ::geteuid() &&
+           status.st_nlink == 1 && ::ftruncate(file.get(), 0) == 0;
+}
+
 bool replace_file(const std::wstring& path, std::string_view bytes) {
-    const std::string target = to_utf8(path);
-    // One name for all writers, so that killed ones leave one file behind and not many; the lock keeps two
-    // writers apart, and a writer that waited behind a rename finds its file moved away.
-    const std::string draft = target + ".tmp";
-    const descriptor_t file = open_regular(draft, O_WRONLY | O_CREAT | O_NOFOLLOW);
-    if (!file.is_open() || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0 || !is_still_at(file, draft))
-        return false;
-    if (::ftruncate(file.get(), 0) == 0 && write_all(file, bytes) && ::fsync(file.get()) == 0 &&
-        ::rename(draft.c_str(), target.c_str()) == 0)
-        return true;
-    ::unlink(draft.c_str());
-    return false;
+    const auto target = find_target(to_utf8(path));
+    return target && replace(*target, bytes);
 }
 
 bool overwrite_file(const std::wstring& path, std::string_view bytes) {
-    const std::string target = to_utf8(path);
-    descriptor_t file = open_regular(target, O_WRONLY);
-    if (!file.is_open()) {
-        if (const auto created = create_whole(target, bytes))
-            return *created;
-        file = open_regular(target, O_WRONLY | O_CREAT);
-    }
-    return file.is_open() && write_all(file, bytes) &&
-           ::ftruncate(file.get(), static_cast<off_t>(bytes.size())) == 0;
+    const auto target = find_target(to_utf8(path));
+    return target && (replace(*target, bytes) || write_in_place(target->file, bytes));
+}
+
+bool may_replace(const std::wstring& path) {
+    const auto target = find_target(to_utf8(path));
+    return target && has_writable_folder(*target);
+}
+
+bool may_overwrite(const std::wstring& path) {
+    const auto target = find_target(to_utf8(path));
+    return target && (target->file.is_open() || has_writable_folder(*target));
 }
 
 bool remove_file(const std::wstring& path) {
     return ::unlink(to_utf8(path).c_str()) == 0;
+}
+
+std::error_code create_folder(const std::wstring& path) {
+    const std::string folder = to_utf8(path);
+    // The mode is set again, since the umask may have taken the user's own permissions away.
+    if (::mkdir(folder.c_str(), S_IRWXU) != 0 || ::chmod(folder.c_str(), S_IRWXU) != 0)
+        return {errno, std::system_category()};
+    return {};
 }
 
 } // namespace ostrel_platform

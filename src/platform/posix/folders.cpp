@@ -1,29 +1,46 @@
 // The folders that the system names, on POSIX: the XDG base directories and /opt.
 #include "platform/folders.h"
 
-#include "platform/environment.h"
+#include "platform/utf.h"
+
+#include <cstdlib>
 
 namespace ostrel_platform {
 
 namespace {
 
-// The XDG Base Directory rules: a relative path is invalid and has to be ignored.
-std::optional<std::wstring> absolute_folder(const std::wstring& variable) {
-    auto value = environment_variable(variable);
-    if (!value || value->empty() || value->front() != L'/')
-        return std::nullopt;
-    return value;
+struct lookup_t {
+    std::optional<std::wstring> folder;
+    std::optional<std::wstring> malformed_variable;
+};
+
+constexpr std::pair<const char*, const wchar_t*> places[] = {{"XDG_DATA_HOME", L""},
+                                                             {"HOME", L"/.local/share"}};
+
+// The XDG Base Directory rules: a relative path is invalid and has to be ignored. The password database is
+// not asked if HOME is missing: it may be on another machine.
+lookup_t look_up() {
+    for (const auto& [variable, below] : places) {
+        const char* const value = std::getenv(variable); // NOLINT(concurrency-mt-unsafe): only read
+        if (value == nullptr || *value != '/')
+            continue;
+        const std::wstring text = to_wide(value);
+        // Conversion drops malformed bytes: what is left may be another user's folder.
+        if (to_utf8(text) != value)
+            return {std::nullopt, to_wide(variable)};
+        return {text + below, std::nullopt};
+    }
+    return {};
 }
 
 } // namespace
 
 std::optional<std::wstring> local_app_data_folder() {
-    if (auto data_home = absolute_folder(L"XDG_DATA_HOME"))
-        return data_home;
-    // The password database is not asked where HOME is missing: it may live behind a network.
-    if (auto home = absolute_folder(L"HOME"))
-        return *home + L"/.local/share";
-    return std::nullopt;
+    return look_up().folder;
+}
+
+std::optional<std::wstring> malformed_folder_variable() {
+    return look_up().malformed_variable;
 }
 
 std::optional<std::wstring> common_program_files_folder() {

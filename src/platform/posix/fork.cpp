@@ -1,4 +1,4 @@
-// Tells a forked child from the process that made its objects, on POSIX.
+// Tells a forked child from the process that created its objects, on POSIX.
 #include "platform/fork.h"
 
 #include <atomic>
@@ -10,7 +10,7 @@ namespace {
 
 std::atomic<std::uint32_t> generation{0};
 
-// Asked for once, when the library is loaded; the C library forgets the handler when it is unloaded.
+// Registered once, when the library is loaded. The C library removes the handler when it unloads the library.
 [[maybe_unused]] const int registered =
     ::pthread_atfork(nullptr, nullptr, [] { generation.fetch_add(1, std::memory_order_relaxed); });
 

@@ -1,7 +1,8 @@
-// What the operating system calls itself, on POSIX: PRETTY_NAME of os-release(5).
+// The operating system's name, on POSIX: PRETTY_NAME of os-release(5).
 #include "platform/os_name.h"
 
 #include "platform/files.h"
+#include "platform/posix/os_release.h"
 #include "platform/utf.h"
 
 #include <algorithm>
@@ -20,7 +21,7 @@ std::optional<std::string> read_small_file(const std::wstring& path) {
     if (!file)
         return std::nullopt;
     std::string content;
-    std::array<char, 4096> block; // filled by the file alone: most are far smaller
+    std::array<char, 4096> block; // not initialised: most files are far smaller
     while (content.size() < largest_file) {
         const auto count = file->read(block.data(), block.size());
         if (!count || *count == 0)
@@ -30,7 +31,7 @@ std::optional<std::string> read_small_file(const std::wstring& path) {
     return content;
 }
 
-// The value is written as a shell would take it: bare, or in quotes with backslash escapes.
+// The value has a shell's syntax: bare, or in quotes with backslash escapes.
 std::string unquote(std::string_view value) {
     std::string result;
     char quote = '\0';
@@ -48,6 +49,8 @@ std::string unquote(std::string_view value) {
     return result;
 }
 
+} // namespace
+
 std::optional<std::wstring> pretty_name(std::string_view content) {
     while (!content.empty()) {
         const std::string_view line = content.substr(0, content.find('\n'));
@@ -60,8 +63,6 @@ std::optional<std::wstring> pretty_name(std::string_view content) {
     }
     return std::nullopt;
 }
-
-} // namespace
 
 std::optional<std::wstring> os_product_name() {
     for (const wchar_t* const path : {L"/etc/os-release", L"/usr/lib/os-release"})

@@ -1,9 +1,9 @@
-// The proxies that the system's settings name: on POSIX there are none beside the environment.
+// The proxies that the system's settings name: POSIX has no such settings beside the environment.
 #include "platform/proxies.h"
 
 namespace ostrel_platform {
 
-std::vector<std::string> system_proxies(const std::string& /*url*/) {
+std::vector<system_proxy_t> system_proxies(const std::string& /*url*/) {
     return {};
 }
 

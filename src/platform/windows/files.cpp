@@ -1,6 +1,7 @@
 // Files as the library uses them, on Windows.
 #include "platform/files.h"
 
+#include "platform/entries.h"
 #include "platform/windows/handle.h"
 
 #include <algorithm>
@@ -13,7 +14,9 @@ namespace ostrel_platform {
 
 namespace {
 
-constexpr int create_new_only = _O_CREAT | _O_EXCL;
+// Not inherited: a child process that starts before the handle is closed would keep it open, and the lock
+// file could not be deleted.
+constexpr int create_new_only = _O_CREAT | _O_EXCL | _O_NOINHERIT;
 constexpr std::size_t largest_step = std::size_t{1} << 30U;
 constexpr DWORD deny_none = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
@@ -40,6 +43,10 @@ bool write_all(HANDLE file, std::string_view bytes) {
         bytes.remove_prefix(written);
     }
     return true;
+}
+
+bool may_write(const std::wstring& path) {
+    return disk_file_t(path, GENERIC_WRITE, OPEN_EXISTING).is_on_disk();
 }
 
 // Renamed while it is still open: no other writer can come between the last byte and the new name.
@@ -71,13 +78,6 @@ std::optional<shared_file_t> shared_file_t::open_for_reading(const std::wstring&
     return shared_file_t(std::move(handle));
 }
 
-std::optional<shared_file_t> shared_file_t::open_for_writing(const std::wstring& path) {
-    auto handle = std::make_unique<handle_t>(path, GENERIC_WRITE, CREATE_ALWAYS);
-    if (!handle->is_on_disk())
-        return std::nullopt;
-    return shared_file_t(std::move(handle));
-}
-
 std::optional<std::size_t> shared_file_t::read(char* buffer, std::size_t size) {
     const auto step = static_cast<DWORD>(std::min(size, largest_step));
     DWORD count = 0;
@@ -92,6 +92,10 @@ bool create_exclusively(const std::wstring& path) {
         return false;
     ::_close(descriptor);
     return true;
+}
+
+bool create_empty(const std::wstring& path) {
+    return disk_file_t(path, GENERIC_WRITE, CREATE_ALWAYS).is_on_disk();
 }
 
 bool replace_file(const std::wstring& path, std::string_view bytes) {
@@ -118,8 +122,23 @@ bool overwrite_file(const std::wstring& path, std::string_view bytes) {
            ::SetEndOfFile(opened.file.get()) != 0;
 }
 
+bool may_replace(const std::wstring& path) {
+    const bool is_missing = ::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES;
+    return (is_missing || may_write(path)) && may_create_in(path.substr(0, path.find_last_of(L"\\/")));
+}
+
+bool may_overwrite(const std::wstring& path) {
+    return may_write(path) || may_replace(path);
+}
+
 bool remove_file(const std::wstring& path) {
     return ::DeleteFileW(path.c_str()) != 0;
+}
+
+std::error_code create_folder(const std::wstring& path) {
+    if (::CreateDirectoryW(path.c_str(), nullptr))
+        return {};
+    return {static_cast<int>(::GetLastError()), std::system_category()};
 }
 
 } // namespace ostrel_platform

@@ -24,6 +24,10 @@ std::optional<std::wstring> local_app_data_folder() {
     return shell_folder(CSIDL_LOCAL_APPDATA);
 }
 
+std::optional<std::wstring> malformed_folder_variable() {
+    return std::nullopt;
+}
+
 // The software manager is a 32-bit program.
 std::optional<std::wstring> common_program_files_folder() {
     if (auto folder = shell_folder(CSIDL_PROGRAM_FILES_COMMONX86))

@@ -38,7 +38,13 @@ std::uint32_t process_id() {
     return ::GetCurrentProcessId();
 }
 
+// The system ends all other threads before it detaches the libraries of an exiting process.
+bool do_threads_run_at_exit() {
+    return false;
+}
+
 bool is_remote_session() {
+    // The constant is 0x1000. The value 0x2000 means another thing: that the session is shutting down.
     return ::GetSystemMetrics(SM_REMOTESESSION) != 0;
 }
 

@@ -10,8 +10,8 @@
 
 namespace kiln2 {
 
-// Boost.Filesystem's own conversion of wide text goes through the C locale on Linux, which knows only ASCII
-// unless the host set another one.
+// On Linux Boost.Filesystem converts wide text with the C locale. That is ASCII unless the host sets another
+// locale.
 template <class Path = boost::filesystem::path>
 Path to_native(const std::wstring& text) {
     if constexpr (std::is_same_v<typename Path::value_type, wchar_t>)

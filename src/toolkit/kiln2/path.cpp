@@ -5,10 +5,15 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include <algorithm>
+
 namespace kiln2 {
 
 path_t::path_t() = default;
-path_t::path_t(const std::wstring& text) : m_text(text) {}
+path_t::path_t(const std::wstring& text) : m_text(text) {
+    const wchar_t preferred = boost::filesystem::path::preferred_separator;
+    std::replace(m_text.begin(), m_text.end(), L'/', preferred);
+}
 path_t::path_t(const path_t& other) = default;
 path_t::path_t(path_t&& other) noexcept = default;
 path_t& path_t::operator=(const path_t& other) = default;
@@ -16,6 +21,8 @@ path_t& path_t::operator=(path_t&& other) noexcept = default;
 path_t::~path_t() = default;
 
 path_t& path_t::append(const path_t& other) {
+    if (other.is_empty())
+        return *this;
     auto joined = to_native(m_text);
     joined /= to_native(other.m_text);
     m_text = from_native(joined.make_preferred());

@@ -1,4 +1,4 @@
-// The bag itself; its XML form is in variant_bag_xml.cpp.
+// Stand-in for the host toolkit's bag; variant_bag_xml.cpp has its XML form.
 #include "toolkit/kiln2/variant_bag.h"
 
 #include "toolkit/quillkit/strings.h"

@@ -1,4 +1,4 @@
-// The XML form of a bag, and its way to the disk and back.
+// The XML form of a bag: reading and writing it.
 #include "toolkit/kiln2/variant_bag.h"
 
 #include "platform/files.h"
@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t largest_file = std::size_t{64} << 20;
 constexpr std::size_t block_size = 8192; // most files are smaller
 constexpr int deepest_bag = 64;
-// Texts come back to the letter: no line ends folded, no blanks trimmed.
+// Texts are read back unchanged: no line end is converted and no blank is trimmed.
 constexpr unsigned parse_flags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_ws_pcdata_single;
 
 using quillkit::strings::utf16_to_utf8;
@@ -63,7 +63,7 @@ bool is_value(const pugi::xml_node& element) {
     return has_text || element.attribute("type");
 }
 
-// A value of a type that is not known here, or a number that is none, is there but empty.
+// A value of an unknown type, or an int that is not a number, is present but empty.
 variant_t to_value(const pugi::xml_node& element) {
     const std::string_view type = element.attribute("type").as_string("string");
     const pugi::xml_node first = element.first_child();
@@ -103,7 +103,7 @@ bool parse(variant_bag_t& bag, std::string& content, const std::wstring& root) {
     return utf8_to_utf16(element.name()) == root && fill(bag, element, 1);
 }
 
-// The names that need no care in XML; the library's own are all of this kind.
+// Names that XML takes without escaping. All names of the library are plain.
 bool is_plain_name(const std::string& name) {
     const auto is_letter = [](char c) {
         return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';

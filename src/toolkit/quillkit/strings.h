@@ -6,11 +6,11 @@
 
 namespace quillkit::strings {
 
-/// From UTF-8 to the system's wide text (UTF-16 on Windows, code points on Linux). Bytes that are no UTF-8
-/// are dropped.
+/// From UTF-8 to the system's wide text (UTF-16 on Windows, UTF-32 on Linux). Bytes that are not valid UTF-8
+/// are left out.
 std::wstring utf8_to_utf16(std::string_view text);
 
-/// From the system's wide text to UTF-8. Units that are no characters (lone surrogates) are dropped.
+/// From the system's wide text to UTF-8. Units that are no characters (lone surrogates) are left out.
 std::string utf16_to_utf8(std::wstring_view text);
 
 } // namespace quillkit::strings

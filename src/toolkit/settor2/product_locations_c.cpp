@@ -43,9 +43,17 @@ private:
     bool m_manager_expected;
 };
 
-// Another thread may still read an earlier copy: none is deleted before the library goes.
-std::mutex copies_mutex;
-std::forward_list<copied_locations_t> copies;
+struct copies_t {
+    std::mutex mutex;
+    std::forward_list<copied_locations_t> list;
+};
+
+// Never destroyed: threads may still read earlier copies, and the host's threads and exit handlers may run
+// after static objects are destroyed.
+copies_t& copies() {
+    static auto* const never_destroyed = new copies_t;
+    return *never_destroyed;
+}
 
 } // namespace
 
@@ -57,7 +65,7 @@ void settor2_install_product_locations(const settor2_product_locations_t* locati
         IProductLocations::install(nullptr);
         return;
     }
-    const std::lock_guard<std::mutex> lock(copies_mutex);
-    copies.emplace_front(*locations);
-    IProductLocations::install(&copies.front());
+    copies_t& kept = copies();
+    const std::lock_guard<std::mutex> lock(kept.mutex);
+    IProductLocations::install(&kept.list.emplace_front(*locations));
 }

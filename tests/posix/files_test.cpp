@@ -1,0 +1,261 @@
+// What POSIX alone asks of kept files: links, modes, owners, drafts, and the order of system calls.
+#include "platform/files.h"
+#include "statistic_impl/consent.h"
+#include "statistic_impl/last_active_dates.h"
+#include "statistic_impl/machine_id.h"
+#include "support/posix/user.h"
+#include "support/profile.h"
+#include "toolkit/kiln2/files.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <functional>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+using namespace test_support;
+using namespace OSTREL_NAMESPACE;
+using ostrel_platform::overwrite_file;
+using ostrel_platform::replace_file;
+
+namespace {
+
+// What happens before the call of that name; a number other than 0 is the error that it fails with.
+std::function<int()> before_flock, before_fsync, in_place_of_a_pause;
+
+int call(const std::function<int()>& before, long number, int descriptor, int operation) {
+    errno = before ? before() : 0;
+    return errno != 0 ? -1 : static_cast<int>(::syscall(number, descriptor, operation));
+}
+
+} // namespace
+
+// The program's own functions come before those of the C library.
+extern "C" int flock(int descriptor, int operation) noexcept {
+    return call(before_flock, SYS_flock, descriptor, operation);
+}
+extern "C" int fsync(int descriptor) {
+    return call(before_fsync, SYS_fsync, descriptor, 0);
+}
+extern "C" int nanosleep(const timespec* time, timespec* rest) {
+    return in_place_of_a_pause ? in_place_of_a_pause()
+                               : static_cast<int>(::syscall(SYS_nanosleep, time, rest));
+}
+
+namespace {
+
+constexpr bool (*writers[])(const std::wstring&, std::string_view) = {&replace_file, &overwrite_file};
+
+class posix_files : public testing::Test {
+protected:
+    ~posix_files() override { before_flock = before_fsync = in_place_of_a_pause = nullptr; }
+
+    static struct stat status_of(const fs::path& path) {
+        struct stat status {};
+        ::lstat(path.c_str(), &status);
+        return status;
+    }
+    static unsigned mode_of(const fs::path& path) { return status_of(path).st_mode & 07777U; }
+    std::ptrdiff_t entries() const { return std::distance(fs::directory_iterator(folder), {}); }
+
+    const profile_t profile;
+    const fs::path folder = profile.local_app_data();
+    const fs::path file = folder / "file", draft = folder / "file.tmp";
+};
+
+} // namespace
+
+TEST_F(posix_files, files_that_the_user_may_not_write_stay_as_they_are) {
+    as_ordinary_user(folder, [&] {
+        const char* const names[] = {"uuid.xml", "last_active_dates.xml", "virk"};
+        for (const char* const name : names) {
+            write_file(folder / name, "<0");
+            ::chmod((folder / name).c_str(), 0444);
+        }
+        EXPECT_FALSE(find_or_create_uuid(wide(folder / names[0])).empty());
+        last_active_dates_t dates(wide(folder));
+        dates.add_today();
+        EXPECT_FALSE(dates.save());
+        write_consent(wide(folder / names[2]), true);
+        for (const char* const name : names)
+            EXPECT_EQ(read_file(folder / name), "<0") << name;
+    });
+}
+
+TEST_F(posix_files, a_link_stays_and_its_target_is_replaced_or_created) {
+    const fs::path target = folder / "elsewhere" / "target";
+    write_file(target, "old");
+    ::chmod(target.c_str(), 0640);
+    const uid_t owner = ::geteuid() == 0 ? ordinary_user : ::geteuid(); // root may write for a user
+    ASSERT_EQ(::chown(target.c_str(), owner, ::getegid()), 0);
+    fs::create_symlink("elsewhere/second", file);
+    fs::create_symlink(target, folder / "elsewhere" / "second");
+    for (const auto& write : writers) {
+        const ino_t former = status_of(target).st_ino;
+        EXPECT_TRUE(write(wide(file), "new"));
+        EXPECT_EQ(read_file(target), "new");
+        EXPECT_NE(status_of(target).st_ino, former);
+        EXPECT_EQ(mode_of(target), 0640U);
+        EXPECT_EQ(status_of(target).st_uid, owner);
+    }
+    for (const auto& write : writers) {
+        fs::remove(target);
+        EXPECT_TRUE(write(wide(file), "dangling"));
+        EXPECT_EQ(read_file(target), "dangling");
+        EXPECT_EQ(mode_of(target), 0600U);
+    }
+    EXPECT_TRUE(fs::is_symlink(file));
+    EXPECT_EQ(entries(), 2);
+}
+
+TEST_F(posix_files, a_file_whose_owner_cannot_be_kept_becomes_the_writers_alone) {
+    write_file(file, "old");
+    ::chmod(file.c_str(), 0666);
+    as_ordinary_user(folder, [&] { EXPECT_TRUE(replace_file(wide(file), "new")); });
+    EXPECT_EQ(mode_of(file), ::geteuid() == 0 ? 0600U : 0666U);
+}
+
+// Not as root, who could replace the device itself if the library went wrong.
+TEST_F(posix_files, what_is_no_file_is_refused_also_behind_a_link) {
+    as_ordinary_user(folder, [&] {
+        ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+        const int reader = ::open((folder / "pipe").c_str(), O_RDONLY | O_NONBLOCK);
+        for (const char* const target : {"pipe", "/dev/null", ".", "file"}) {
+            SCOPED_TRACE(target);
+            fs::create_symlink(target, file);
+            for (const auto& write : writers)
+                EXPECT_FALSE(write(wide(file), "new"));
+            EXPECT_EQ(entries(), 2);
+            fs::remove(file);
+        }
+        for (const auto& write : writers)
+            EXPECT_FALSE(write(wide(folder / "pipe"), "new"));
+        EXPECT_TRUE(fs::is_fifo(folder / "pipe"));
+        ::close(reader);
+    });
+}
+
+TEST_F(posix_files, an_answer_is_written_in_place_if_its_folder_cannot_be_written) {
+    as_ordinary_user(folder, [&] {
+        const fs::path target = folder / "closed" / "target";
+        write_file(target, "0 and more");
+        fs::create_symlink(target, file);
+        ::chmod((folder / "closed").c_str(), 0555);
+        const ino_t former = status_of(target).st_ino;
+        EXPECT_FALSE(replace_file(wide(file), "1"));
+        EXPECT_EQ(read_file(target), "0 and more");
+        EXPECT_TRUE(overwrite_file(wide(file), "1"));
+        EXPECT_EQ(read_file(target), "1");
+        EXPECT_EQ(status_of(target).st_ino, former);
+    });
+}
+
+TEST_F(posix_files, a_draft_that_cannot_be_opened_is_removed) {
+    const fs::path victim = folder / "victim";
+    const std::function<void()> obstacles[] = {
+        [&] { write_file(draft, "root's"), ::chmod(draft.c_str(), 0600); },
+        [&] { ::mkfifo(draft.c_str(), 0666); },
+        [&] { fs::create_symlink(victim, draft); },
+    };
+    write_file(victim, "victim's");
+    ::chmod(victim.c_str(), 0666);
+    for (const auto& put_in_place : obstacles) {
+        put_in_place();
+        as_ordinary_user(folder, [&] { EXPECT_TRUE(replace_file(wide(file), "new")); });
+        EXPECT_EQ(read_file(file), "new");
+        EXPECT_EQ(read_file(victim), "victim's");
+        EXPECT_EQ(entries(), 2);
+        fs::remove(file);
+    }
+}
+
+TEST_F(posix_files, the_draft_of_another_writer_is_left_alone) {
+    const int other = ::open(draft.c_str(), O_WRONLY | O_CREAT, 0600);
+    ASSERT_EQ(::write(other, "theirs", 6), 6);
+    ASSERT_EQ(::syscall(SYS_flock, other, LOCK_EX), 0);
+    EXPECT_FALSE(replace_file(wide(file), "ours"));
+    EXPECT_EQ(read_file(draft), "theirs");
+    ::close(other);
+    before_flock = [&] { // the other writer finishes between our opening and our locking
+        fs::rename(draft, file);
+        return 0;
+    };
+    EXPECT_FALSE(replace_file(wide(file), "ours"));
+    EXPECT_EQ(read_file(file), "theirs");
+    before_flock = [] { return ENOLCK; };
+    EXPECT_TRUE(replace_file(wide(file), "ours")) << "on a file system without locks";
+}
+
+TEST_F(posix_files, bytes_are_on_the_disk_before_they_get_their_name) {
+    texts_t seen;
+    int error = 0;
+    before_fsync = [&] {
+        seen.push_back(read_file(file).value_or("none") + ", " + read_file(draft).value_or("none"));
+        return error;
+    };
+    for (const auto& write : writers) {
+        fs::remove(file);
+        EXPECT_TRUE(write(wide(file), "new") && write(wide(file), "newer"));
+    }
+    EXPECT_EQ(seen, (texts_t{"none, new", "new, newer", "none, new", "new, newer"}));
+    error = EIO;
+    EXPECT_FALSE(replace_file(wide(file), "newest"));
+    EXPECT_EQ(read_file(file), "newer");
+    fs::remove(file);
+    EXPECT_FALSE(overwrite_file(wide(file), "newest"));
+    EXPECT_EQ(entries(), 0);
+}
+
+TEST_F(posix_files, on_a_full_disk_the_old_file_stays_and_no_new_one_appears) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit former{};
+    ::getrlimit(RLIMIT_FSIZE, &former);
+    const auto write_within = [&](rlim_t size, const auto& write) {
+        const rlimit limit{size, former.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        const bool is_written = write(wide(file), "new");
+        ::setrlimit(RLIMIT_FSIZE, &former);
+        return is_written;
+    };
+    EXPECT_FALSE(write_within(2, replace_file) || write_within(0, overwrite_file));
+    EXPECT_EQ(entries(), 0);
+    write_file(file, "0");
+    EXPECT_FALSE(write_within(2, replace_file) || write_within(0, overwrite_file));
+    EXPECT_EQ(read_file(file), "0");
+    EXPECT_EQ(entries(), 1);
+    std::signal(SIGXFSZ, SIG_DFL);
+}
+
+TEST_F(posix_files, new_folders_are_the_users_alone_and_existing_ones_keep_their_mode) {
+    ::chmod(folder.c_str(), 0755);
+    as_ordinary_user(folder, [&] {
+        for (const mode_t mask : {0U, 0777U}) {
+            const mode_t former = ::umask(mask);
+            kiln2::create_folders(wide(folder / "a" / "b" / ".." / "c"));
+            ::umask(former);
+            for (const fs::path& made : {folder / "a", folder / "a" / "b", folder / "a" / "c"})
+                EXPECT_EQ(mode_of(made), 0700U) << made << mask;
+            fs::remove_all(folder / "a");
+        }
+        write_file(file, "");
+        EXPECT_THROW(kiln2::create_folders(wide(file / "inside")), std::exception);
+        EXPECT_THROW(kiln2::create_folders(wide(file)), std::exception);
+    });
+    EXPECT_EQ(mode_of(folder), 0755U);
+}
+
+TEST_F(posix_files, loading_days_of_use_tries_a_held_lock_five_times_and_saving_once) {
+    int pauses = 0;
+    in_place_of_a_pause = [&] { return ++pauses, 0; };
+    write_file(folder / "last_active_dates.lock", "");
+    last_active_dates_t dates(wide(folder));
+    EXPECT_EQ(pauses, 5);
+    dates.add_today();
+    EXPECT_FALSE(dates.save());
+    EXPECT_EQ(pauses, 5);
+}
