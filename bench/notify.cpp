@@ -34,6 +34,12 @@ void notify(benchmark::State& state, const char* name, bool collecting) {
     report(state, handle.get(), name);
 }
 
+void notify_silenced(benchmark::State& state, const char* name, bool collecting) {
+    bench::silence(true);
+    notify(state, name, collecting);
+    bench::silence(false);
+}
+
 /// The same with nothing left out that the result needs, and nothing added: no views, no clever search.
 void notify_parts(benchmark::State& state, const char* name) {
     bench::environment().workspace.set_filter(static_cast<int>(state.range(0)));
@@ -118,6 +124,10 @@ BENCHMARK_CAPTURE(notify, missed, bench::missed_name, true)
     ->Arg(100'000);
 BENCHMARK_CAPTURE(notify_parts, missed, bench::missed_name)->Arg(100);
 BENCHMARK_CAPTURE(notify, off, bench::routed_name, false)->Arg(100);
+BENCHMARK_CAPTURE(notify_silenced, routed, bench::routed_name, true)->Arg(100);
+BENCHMARK_CAPTURE(notify_silenced, escaped, bench::escaped_name, true)->Arg(100);
+BENCHMARK_CAPTURE(notify_silenced, missed, bench::missed_name, true)->Arg(100);
+BENCHMARK_CAPTURE(notify_silenced, off, bench::routed_name, false)->Arg(100);
 BENCHMARK(off_parts);
 BENCHMARK(threads)->Arg(2)->Arg(1)->Arg(4)->Arg(8)->UseManualTime()->Iterations(11);
 BENCHMARK(hits)->RangeMultiplier(10)->Range(1'000, 1'000'000)->UseManualTime()->Iterations(5);
