@@ -57,7 +57,7 @@ done
 layer tools "$library|collector/|$own"
 layer tests "$library|collector/|support/|$own"
 
-only_in 'src/http_connector/|bench/' 'include *<curl/' 'libcurl outside its layer'
+only_in 'src/http_connector/|bench/|tests/' 'include *<curl/' 'libcurl outside its layer'
 only_in 'src/toolkit/kiln2/variant_bag_xml\.cpp' 'include *<pugixml' 'pugixml outside its file'
 only_in 'src/toolkit/kiln2/' 'include *<boost/filesystem' 'Boost.Filesystem outside its layer'
 only_in 'src/foundations/trace\.|src/toolkit/brask/|tests/|examples/logging_host/|bench/' 'include *<log4cplus/' \
