@@ -125,8 +125,7 @@ class Collector:
         self.wait_until_loaded(seconds)
 
     def runtime(self):
-        with open(self.path("database/postmaster.pid"), encoding="utf-8") as file:
-            return file.read().split("\n")[4]
+        return os.readlink(self.path("run"))
 
     def sql(self, text):
         return subprocess.run(["psql", "-XqAt", "-h", self.runtime(), "-U", "collector", "postgres", "-c",
