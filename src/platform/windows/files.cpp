@@ -16,6 +16,7 @@ namespace {
 // Not inherited: a child process that starts before the handle is closed would keep it open, and the lock
 // file could not be deleted.
 constexpr int create_new_only = _O_CREAT | _O_EXCL | _O_NOINHERIT;
+constexpr int creation_attempts = 100;
 constexpr std::size_t largest_step = std::size_t{1} << 30U;
 constexpr DWORD deny_none = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
@@ -32,6 +33,10 @@ struct disk_file_t {
 
     open_file_t file;
 };
+
+bool is_missing(const std::wstring& path) {
+    return ::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES;
+}
 
 bool write_all(HANDLE file, std::string_view bytes) {
     while (!bytes.empty()) {
@@ -109,9 +114,15 @@ bool replace_file(const std::wstring& path, std::string_view bytes) {
 }
 
 bool overwrite_file(const std::wstring& path, std::string_view bytes) {
-    // A new file is renamed into its place, so that nobody reads it empty.
-    if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES && replace_file(path, bytes))
-        return true;
+    // A new file is renamed into its place, so that nobody reads it empty. While another process creates it
+    // in the same way, the draft cannot be opened; soon the file exists.
+    for (int attempt = 0; attempt < creation_attempts && is_missing(path); ++attempt) {
+        if (replace_file(path, bytes))
+            return true;
+        if (::GetLastError() != ERROR_SHARING_VIOLATION)
+            break;
+        ::Sleep(1);
+    }
     const disk_file_t opened(path, GENERIC_WRITE, OPEN_ALWAYS);
     return opened.is_on_disk() && write_all(opened.file.get(), bytes) &&
            ::SetEndOfFile(opened.file.get()) != 0;
