@@ -15,7 +15,7 @@ declare -rA groups=(
     [clang]="clang libclang-rt-dev"
     [trust]="nginx-light tinyproxy squid strace iproute2 util-linux python3"
     [bench]="libbenchmark-dev valgrind"
-    [wine]="netbase clang lld llvm"
+    [wine]="netbase clang lld"
 )
 
 usage() {

@@ -7,7 +7,8 @@ source "$root/scripts/common.sh"
 
 usage() {
     cat <<END
-Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | instructions | all]
+Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust |
+       windows-trust | instructions | all]
 
 Without a name: linux.
 
@@ -17,7 +18,7 @@ END
 }
 
 # A build is one function of its name with the prefix "test_"; the order is that of "all".
-readonly builds=(linux windows asan tsan fuzz trust instructions)
+readonly builds=(linux windows asan tsan fuzz trust windows-trust instructions)
 lint=yes
 
 configure_and_build() {
@@ -60,13 +61,23 @@ test_instructions() {
 }
 
 # In a prefix of its own below the build folder, whose server is ended with the tests.
-test_windows() {
+prepare_windows() {
     "$root/scripts/windows-deps.sh"
     "$root/scripts/bootstrap.sh" wine
     configure_and_build windows
     "$root/scripts/wine.sh"
     trap '"$root/scripts/wine.sh" --end' EXIT
+}
+
+test_windows() {
+    prepare_windows
     ctest --preset windows -j "$(nproc)"
+}
+
+test_windows-trust() {
+    "$root/scripts/bootstrap.sh" trust
+    prepare_windows
+    "$root/scripts/trust/run.py" --windows
 }
 
 run_build() {

@@ -49,6 +49,15 @@ bool write_all(HANDLE file, std::string_view bytes) {
     return true;
 }
 
+// Ends the file behind its first @p size bytes, where the last write ended. Not asked of the system if the
+// file ends there already: Wine then adds a byte for an instant, which readers see.
+bool end_file(HANDLE file, std::size_t size) {
+    LARGE_INTEGER present{};
+    if (!::GetFileSizeEx(file, &present))
+        return false;
+    return static_cast<std::uint64_t>(present.QuadPart) == size || ::SetEndOfFile(file) != 0;
+}
+
 // Renamed while it is still open: no other writer can come between the last byte and the new name.
 bool rename_open_file(HANDLE file, const std::wstring& path) {
     const std::size_t name_bytes = path.size() * sizeof(wchar_t);
@@ -125,7 +134,7 @@ bool overwrite_file(const std::wstring& path, std::string_view bytes) {
     }
     const disk_file_t opened(path, GENERIC_WRITE, OPEN_ALWAYS);
     return opened.is_on_disk() && write_all(opened.file.get(), bytes) &&
-           ::SetEndOfFile(opened.file.get()) != 0;
+           end_file(opened.file.get(), bytes.size());
 }
 
 bool remove_file(const std::wstring& path) {
