@@ -4,6 +4,7 @@
 
 #include "ostrel/ostrel.h"
 #include "statistic_impl/consent.h"
+#include "statistic_impl/deployment.h"
 #include "statistic_impl/machine_id.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
@@ -173,55 +174,13 @@ TEST(policy, without_a_consent_path_nothing_is_written) {
     fs::current_path(former);
 }
 
-TEST(policy, the_first_rule_that_fires_decides) {
-    const host_addresses_t unknown{resolution_t::unknown_host, {}}, failed{resolution_t::failed, {}},
-        no_ipv4{resolution_t::resolved, {}};
-    const host_addresses_t inside{resolution_t::resolved, {{{192, 0, 2, 1}}, {{10, 1, 2, 3}}}};
-    const host_addresses_t outside{resolution_t::resolved,
-                                   {{{172, 16, 0, 1}}, {{192, 168, 0, 1}}, {{100, 10, 10, 10}}}};
-    const std::string force = "NORVANE_FORCE_FEEDBACK", disable = "NORVANE_DISABLE_FEEDBACK";
-    const texts_t no_id{"Return 'false' - empty uuid. reporting disabled"};
-    const texts_t off = switches("evsDisabled' - NORVANE_DISABLE_FEEDBACK is set") +
-                        texts_t{"Return 'false' - statistic disabled due to environment variables"};
-    const texts_t on = switches("evsEnabledForced' - NORVANE_FORCE_FEEDBACK is set") +
-                       texts_t{"Return 'true' - statistic forcefully enabled by environment variables"};
-    const texts_t excluded = no_switch + texts_t{"Return 'false' - excluded network"};
-    const texts_t error = no_switch + texts_t{"Return 'false' - network error"};
-    const struct {
-        std::string id;
-        std::string variable;
-        host_addresses_t answer;
-        std::optional<std::string> virk;
-        bool enabled;
-        texts_t lines;
-        std::size_t lookups;
-    } cases[] = {
-        {"", force, unknown, "1", false, no_id, 0},
-        {"i", disable, unknown, "1", false, off, 0},
-        {"i", force, inside, "0", true, on, 0},
-        {"i", "no", inside, "1", false, excluded, 1},
-        {"i", "no", failed, "1", false, error, 1},
-        {"i", "no", outside, "1", true, no_switch + consented, 1},
-        {"i", "no", no_ipv4, "1", true, no_switch + consented, 1},
-        {"i", "no", unknown, "0", false, no_switch + refused, 1},
-        {"i", "no", unknown, std::nullopt, false, no_switch + unanswered, 1},
-    };
-    for (const auto& [id, variable, answer, virk, enabled, lines, lookups] : cases) {
-        const profile_t profile;
-        profile.set("NORVANE_FORCE_UUID", id);
-        if (id.empty())
-            write_file(profile.statistic_dir() / "uuid.xml", "<bag/>");
-        profile.set(variable, "1");
-        profile.set("OSTREL_CORPORATE_DOMAIN", "corp.example");
-        profile.answer_with(answer);
-        if (virk)
-            write_file(profile.virk(), *virk);
-        const statistic_impl_ga_t statistic(L"product", L"1");
-        EXPECT_EQ(profile.resolved_names(), texts_t(lookups, "corp.example"));
-        const log_capture_t capture;
-        EXPECT_EQ(statistic.is_enabled(), enabled);
-        EXPECT_EQ(capture.texts(), traced("bool ostrel_1_5_6::statistic_impl_t::is_enabled() const", lines));
-        for (const log_line_t& line : capture.lines())
-            EXPECT_EQ(line.level, line.text == no_id[0] ? 20000 : 0);
-    }
+TEST(policy, a_deployment_may_replace_the_built_in_endpoint_and_domain) {
+    const profile_t profile;
+    profile.set("OSTREL_CORPORATE_DOMAIN", "");
+    EXPECT_EQ(corporate_domain(), "corp.norvane.example");
+    EXPECT_EQ(collection_url(), "http://www.google-analytics.com/collect");
+    profile.set("OSTREL_CORPORATE_DOMAIN", "d\xC3\xA9");
+    profile.set("OSTREL_COLLECTION_URL", "http://c");
+    EXPECT_EQ(corporate_domain(), "d\xC3\xA9");
+    EXPECT_EQ(collection_url(), "http://c");
 }

@@ -1,13 +1,17 @@
 // The inter-process file lock.
 #include "ostrel/filelock.h"
 
+#include "foundations/lock_file.h"
 #include "platform/files.h"
 #include "toolkit/kiln2/files.h"
 
 namespace OSTREL_NAMESPACE {
 
-filelock_t::filelock_t(const kiln2::path_t& path)
-    : m_locked(false), m_lock_path(kiln2::path_t(path).change_ext(L"lock")) {}
+kiln2::path_t lock_file_of(const kiln2::path_t& data_file) {
+    return kiln2::path_t(data_file).change_ext(L"lock");
+}
+
+filelock_t::filelock_t(const kiln2::path_t& path) : m_locked(false), m_lock_path(lock_file_of(path)) {}
 
 // Hosts rely on plain copies: both objects then count as locked.
 filelock_t::filelock_t(const filelock_t& other) = default;

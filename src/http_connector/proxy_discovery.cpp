@@ -1,27 +1,49 @@
 // Which proxies may lead to the collector.
 #include "http_connector/proxy_discovery.h"
 
-#include "platform/proxies.h"
-
 #include <cstdlib>
+#include <utility>
 
 namespace OSTREL_NAMESPACE {
 
-void discover_proxies(const std::string& url, std::vector<std::string>& candidates) {
-    for (std::string& proxy : ostrel_platform::system_proxies(url))
-        candidates.push_back(std::move(proxy));
-    if (!candidates.empty())
-        return;
-    const char* const proxy = std::getenv("http_proxy"); // NOLINT(concurrency-mt-unsafe): only read
-    if (proxy != nullptr)
-        candidates.emplace_back(proxy);
+namespace {
+
+const char* value_of(const char* variable) {
+    return std::getenv(variable); // NOLINT(concurrency-mt-unsafe): only read
+}
+
+// In libcurl's order. It never reads HTTP_PROXY, which a web server sets from a header of a request.
+std::vector<const char*> variables_of_libcurl(const std::string& url) {
+    if (url.rfind("https:", 0) == 0)
+        return {"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"};
+    return {"http_proxy", "all_proxy", "ALL_PROXY"};
+}
+
+} // namespace
+
+std::vector<found_proxy_t> discover_proxies(const std::string& url) {
+    std::vector<found_proxy_t> found;
+    for (auto& [source, text] : ostrel_platform::system_proxies(url))
+        found.push_back({source, nullptr, std::move(text)});
+    const char* const variable = "http_proxy";
+    if (const char* const proxy = value_of(variable); found.empty() && proxy != nullptr)
+        found.push_back({proxy_source_t::environment, variable, proxy});
+    return found;
 }
 
 std::vector<std::string> proxy_candidates(const std::string& url) {
     std::vector<std::string> candidates;
-    discover_proxies(url, candidates);
+    for (found_proxy_t& found : discover_proxies(url))
+        candidates.push_back(std::move(found.text));
     candidates.emplace_back();
     return candidates;
+}
+
+found_proxy_t proxy_of_libcurl(const std::string& url) {
+    for (const char* const variable : variables_of_libcurl(url))
+        if (const char* const value = value_of(variable); value != nullptr && *value != '\0')
+            return {proxy_source_t::environment, variable, value};
+    return {proxy_source_t::environment, nullptr, {}};
 }
 
 } // namespace OSTREL_NAMESPACE

@@ -2,19 +2,33 @@
 #pragma once
 
 #include "ostrel/version.h"
+#include "platform/proxies.h"
 
 #include <string>
 #include <vector>
 
 namespace OSTREL_NAMESPACE {
 
-/// Appends every proxy that the system's settings name for @p url, in the order of trial, as the system
-/// spells it; the variable http_proxy only where the list is still empty, also with an empty value. Never
-/// fails; may block while the network is asked for an automatic configuration.
-void discover_proxies(const std::string& url, std::vector<std::string>& candidates);
+using ostrel_platform::proxy_source_t;
+
+/// A proxy and the setting that names it.
+struct found_proxy_t {
+    proxy_source_t source;
+    const char* variable; ///< null unless the source is the environment
+    std::string text;     ///< as the setting spells it; an empty one leaves the choice to libcurl
+};
+
+/// Every proxy that the system's settings name for @p url, in the order of trial; only if they name none, the
+/// value of http_proxy, even an empty one. Never fails. May block while it asks the network for an automatic
+/// configuration.
+std::vector<found_proxy_t> discover_proxies(const std::string& url);
 
 /// The candidates in the order of trial: what discover_proxies finds, and last an empty one, which leaves the
 /// choice to libcurl.
 std::vector<std::string> proxy_candidates(const std::string& url);
+
+/// What libcurl chooses for @p url if it is given no proxy: the value of a variable of the environment. Has
+/// no variable and an empty text if it connects directly. The exceptions in no_proxy are not looked at.
+found_proxy_t proxy_of_libcurl(const std::string& url);
 
 } // namespace OSTREL_NAMESPACE

@@ -56,11 +56,12 @@ bool replace_file(const std::wstring& path, std::string_view bytes);
 /// @return false if the file may not be written or the disk is full; no new file is left behind then
 bool overwrite_file(const std::wstring& path, std::string_view bytes);
 
+/// Whether this user has the permissions that replace_file or overwrite_file needs. Change nothing.
+bool may_replace(const std::wstring& path);
+bool may_overwrite(const std::wstring& path);
+
 /// Deletes a file; false when that failed or there was none.
 bool remove_file(const std::wstring& path);
-
-/// Whether the name, links followed, stands for a device or a pipe. Neither opens it for reading nor waits.
-bool is_device(const std::wstring& path);
 
 /// Creates one folder, on POSIX with mode 0700 whatever the umask.
 /// @return the system's error; none on success

@@ -1,6 +1,7 @@
 // The user's recorded answer.
 #include "statistic_impl/consent.h"
 
+#include "platform/entries.h"
 #include "platform/files.h"
 #include "statistic_impl/log.h"
 
@@ -40,7 +41,7 @@ bool consent_word_t::take(std::string_view block) {
 
 virk_state_t read_consent(const std::wstring& path) {
     // An administrator opts a user out with a link to the null device. Reading another device could block.
-    if (ostrel_platform::is_device(path)) {
+    if (ostrel_platform::look_at(path) == ostrel_platform::entry_t::stream) {
         OSTREL_LOG(policy_log, trace, L"virk file disables statistic");
         return vsDisabled;
     }
@@ -59,10 +60,21 @@ virk_state_t read_consent(const std::wstring& path) {
     return vsDisabled;
 }
 
-void write_consent(const std::wstring& path, bool enabled) {
-    if (path.empty())
-        return;
-    ostrel_platform::overwrite_file(path, enabled ? "1" : "0");
+virk_state_t consent_with(statistic_impl_t::env_vars_state_t switches, const std::wstring& path) {
+    switch (switches) {
+    case statistic_impl_t::evsEnabledForced:
+    case statistic_impl_t::evsEnabledUnconditionally:
+        return vsEnabled;
+    case statistic_impl_t::evsDisabled:
+        return vsDisabled;
+    case statistic_impl_t::evsEnabled:
+        break;
+    }
+    return read_consent(path);
+}
+
+bool write_consent(const std::wstring& path, bool enabled) {
+    return !path.empty() && ostrel_platform::overwrite_file(path, enabled ? "1" : "0");
 }
 
 } // namespace OSTREL_NAMESPACE

@@ -1,7 +1,7 @@
 // The user's recorded answer, one file for all of the maker's products.
 #pragma once
 
-#include "ostrel/statistic.h"
+#include "statistic_impl/statistic_impl.h"
 
 #include <string>
 #include <string_view>
@@ -26,8 +26,12 @@ private:
 /// a refusal and is not read.
 virk_state_t read_consent(const std::wstring& path);
 
-/// Writes the answer. A file that cannot be written keeps the old one; nothing is reported. An empty path
-/// writes nothing.
-void write_consent(const std::wstring& path, bool enabled);
+/// The answer that counts: that of an environment switch or of the build, otherwise that of the file. The
+/// file is read only if neither decides.
+virk_state_t consent_with(statistic_impl_t::env_vars_state_t switches, const std::wstring& path);
+
+/// Writes the answer. A file that cannot be written keeps the old one. An empty path writes nothing.
+/// @return whether the answer was written
+bool write_consent(const std::wstring& path, bool enabled);
 
 } // namespace OSTREL_NAMESPACE

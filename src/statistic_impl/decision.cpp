@@ -1,13 +1,40 @@
-// The decision whether this object may collect and send.
+// The rules that decide whether anything may be collected.
 #include "statistic_impl/decision.h"
 
 #include "statistic_impl/log.h"
 
 namespace OSTREL_NAMESPACE {
 
-namespace {
+verdict_t judge_switches(statistic_impl_t::env_vars_state_t state) {
+    switch (state) {
+    case statistic_impl_t::evsDisabled:
+        return verdict_t::switched_off;
+    case statistic_impl_t::evsEnabledForced:
+        return verdict_t::forced_on;
+    case statistic_impl_t::evsEnabledUnconditionally:
+        return verdict_t::built_on;
+    case statistic_impl_t::evsEnabled:
+        break;
+    }
+    return verdict_t::undecided;
+}
 
-// The two outcomes of the consent file are logged where that is read.
+verdict_t judge_network(network_check_t check) {
+    if (check == ncNotExcluded)
+        return verdict_t::undecided;
+    return check == ncExcluded ? verdict_t::inside_network : verdict_t::network_unknown;
+}
+
+decision_t decide(const facts_t& facts) {
+    if (!facts.has_machine_id)
+        return {rule_t::machine_id, verdict_t::no_machine_id};
+    if (const verdict_t verdict = judge_switches(facts.switches()); verdict != verdict_t::undecided)
+        return {rule_t::switches, verdict};
+    if (const verdict_t verdict = judge_network(facts.network()); verdict != verdict_t::undecided)
+        return {rule_t::network, verdict};
+    return {rule_t::consent, facts.consent() == vsEnabled ? verdict_t::agreed : verdict_t::not_agreed};
+}
+
 void log_verdict(verdict_t verdict) {
     switch (verdict) {
     case verdict_t::no_machine_id:
@@ -32,26 +59,11 @@ void log_verdict(verdict_t verdict) {
         OSTREL_LOG(policy_log, trace, L"Return 'false' - network error");
         break;
     case verdict_t::undecided:
+    case verdict_t::no_object:
     case verdict_t::agreed:
     case verdict_t::not_agreed:
         break;
     }
-}
-
-} // namespace
-
-bool statistic_impl_t::is_enabled() const {
-    OSTREL_TRACE_CALL(policy_log, L"bool " OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::is_enabled() const");
-    struct facts_t {
-        const statistic_impl_t& object;
-        bool has_machine_id() const { return !object.m_uuid.empty(); }
-        static env_vars_state_t switches() { return get_env_vars_state(); }
-        network_check_t network() const { return check_excluded_network(object.m_corporate_domain); }
-        virk_state_t consent() const { return object.get_consent_state(); }
-    };
-    const verdict_t verdict = decide(facts_t{*this});
-    log_verdict(verdict);
-    return allows(verdict);
 }
 
 } // namespace OSTREL_NAMESPACE

@@ -2,7 +2,6 @@
 #include "statistic_impl/environment_switches.h"
 
 #include "platform/environment.h"
-#include "statistic_impl/log.h"
 
 #include <algorithm>
 
@@ -32,34 +31,6 @@ statistic_impl_t::env_vars_state_t state_without_switches() {
 #else
     return statistic_impl_t::evsEnabled;
 #endif
-}
-
-statistic_impl_t::env_vars_state_t statistic_impl_t::get_env_vars_state() {
-    OSTREL_TRACE_CALL(
-        policy_log,
-        OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::env_vars_state_"
-                              L"t " OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::get_env_vars_state()");
-    if (const switch_t* const found = deciding_switch()) {
-        const wchar_t* const name = found->state == evsDisabled ? L"evsDisabled" : L"evsEnabledForced";
-        OSTREL_LOG(policy_log, trace, L"Return '" << name << L"' - " << found->variable << L" is set");
-        return found->state;
-    }
-    const env_vars_state_t state = state_without_switches();
-    OSTREL_LOG(policy_log, trace,
-               (state == evsEnabled ? L"Return 'evsEnabled'" : L"Return 'evsEnabledUnconditionally'"));
-    return state;
-}
-
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): users of the class call it on an object
-bool statistic_impl_t::is_send_files_disabled() const {
-    OSTREL_TRACE_CALL(policy_log,
-                      L"bool " OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::is_send_files_disabled() const");
-    if (ostrel_platform::is_variable_set(L"NORVANE_DONOTSEND_FEEDBACK")) {
-        OSTREL_LOG(policy_log, trace, L"Return 'true' - NORVANE_DONOTSEND_FEEDBACK is enabled");
-        return true;
-    }
-    OSTREL_LOG(policy_log, trace, L"Return 'false'");
-    return false;
 }
 
 } // namespace OSTREL_NAMESPACE

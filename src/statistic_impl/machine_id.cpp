@@ -2,20 +2,34 @@
 #include "statistic_impl/machine_id.h"
 
 #include "platform/random.h"
+#include "statistic_impl/bag_file.h"
 #include "toolkit/kiln2/environ.h"
-#include "toolkit/kiln2/variant_bag.h"
 
 #include <string_view>
+#include <utility>
 
 namespace OSTREL_NAMESPACE {
 
 namespace {
 
-const wchar_t* const root = L"bag";
 const wchar_t* const id_key = L"UUID";
 
 bool ends_a_group(std::size_t index) {
     return index == 3 || index == 5 || index == 7 || index == 9;
+}
+
+uuid_source_t source_of(bag_state_t state) {
+    switch (state) {
+    case bag_state_t::missing:
+        return uuid_source_t::missing;
+    case bag_state_t::unreadable:
+        return uuid_source_t::unreadable;
+    case bag_state_t::malformed:
+        return uuid_source_t::malformed;
+    case bag_state_t::loaded:
+        break;
+    }
+    return uuid_source_t::stored;
 }
 
 } // namespace
@@ -42,25 +56,26 @@ std::wstring generate_uuid() {
     return format_uuid(bytes);
 }
 
-std::wstring forced_uuid() {
-    return kiln2::get_environ_value(L"NORVANE_FORCE_UUID");
-}
-
-std::optional<std::wstring> stored_uuid(const std::wstring& path) {
+uuid_finding_t find_uuid(const std::wstring& path) {
+    if (std::wstring forced = kiln2::get_environ_value(L"NORVANE_FORCE_UUID"); !forced.empty())
+        return {uuid_source_t::forced, std::move(forced)};
     kiln2::variant_bag_t bag;
-    if (kiln2::load_variant_bag2(bag, path, root, false) != 1)
-        return std::nullopt;
+    if (const bag_state_t state = load_bag(bag, path); state != bag_state_t::loaded)
+        return {source_of(state), {}};
     const auto* const stored = std::get_if<std::wstring>(&bag.get(id_key));
-    return stored == nullptr ? std::wstring() : *stored;
+    if (stored == nullptr || stored->empty())
+        return {uuid_source_t::without_id, {}};
+    return {uuid_source_t::stored, *stored};
 }
 
-std::wstring load_or_create_uuid(const std::wstring& path) {
-    if (auto stored = stored_uuid(path))
-        return *stored;
+std::wstring find_or_create_uuid(const std::wstring& path) {
+    uuid_finding_t found = find_uuid(path);
+    if (!found.needs_fresh_id())
+        return found.id;
     kiln2::variant_bag_t bag;
     std::wstring fresh = generate_uuid();
     bag.put(id_key, fresh);
-    kiln2::save_variant_bag2(bag, path, root);
+    kiln2::save_variant_bag2(bag, path, bag_root);
     return fresh;
 }
 

@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string>
 
 namespace OSTREL_NAMESPACE {
@@ -19,16 +18,36 @@ std::wstring format_uuid(const uuid_bytes_t& bytes);
 /// A fresh machine id from the system's random source.
 std::wstring generate_uuid();
 
-/// The id that the environment forces; empty when it forces none.
-std::wstring forced_uuid();
+/// Where a machine id comes from.
+enum class uuid_source_t {
+    no_folder,  ///< there is no folder to keep one in: no id
+    forced,     ///< the environment sets it; no file is read
+    stored,     ///< the file holds it
+    without_id, ///< the file is well-formed but holds none: no id
+    missing,    ///< no file: a fresh id is made
+    unreadable, ///< the file cannot be read: a fresh id is made
+    malformed,  ///< the file is no bag: a fresh id is made
+};
 
-/// The machine id stored in @p path, as it stands; empty when the file is well-formed but holds none. Nothing
-/// when the file is missing or malformed. Only reads.
-std::optional<std::wstring> stored_uuid(const std::wstring& path);
+/// A machine id and its source; the id is empty if there is none or if a fresh one has to be made.
+struct uuid_finding_t {
+    uuid_source_t source = uuid_source_t::no_folder;
+    std::wstring id;
 
-/// The machine id stored in @p path, as it stands. A file that is missing or malformed is replaced by one
-/// with a fresh id, which serves also when it cannot be saved. Empty when the file is well-formed but holds
-/// no id: a damaged file silences reporting instead of giving one machine a second identity.
-std::wstring load_or_create_uuid(const std::wstring& path);
+    bool needs_fresh_id() const {
+        return source == uuid_source_t::missing || source == uuid_source_t::unreadable ||
+               source == uuid_source_t::malformed;
+    }
+};
+
+/// The machine id that the environment forces, otherwise the one stored in @p path, as it stands. Only reads.
+///
+/// A well-formed file without an id yields none: a damaged file silences reporting instead of giving one
+/// machine a second identity.
+uuid_finding_t find_uuid(const std::wstring& path);
+
+/// The id that find_uuid finds. Where it finds that a fresh one is needed, makes one and replaces the file;
+/// the id is used even if it cannot be saved.
+std::wstring find_or_create_uuid(const std::wstring& path);
 
 } // namespace OSTREL_NAMESPACE

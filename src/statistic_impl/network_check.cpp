@@ -2,15 +2,8 @@
 #include "statistic_impl/network_check.h"
 
 #include <algorithm>
-#include <atomic>
 
 namespace OSTREL_NAMESPACE {
-
-namespace {
-
-std::atomic<resolver_t> current_resolver{&ostrel_platform::resolve_host};
-
-} // namespace
 
 network_check_t judge_resolution(const ostrel_platform::host_addresses_t& answer) {
     using ostrel_platform::resolution_t;
@@ -23,12 +16,8 @@ network_check_t judge_resolution(const ostrel_platform::host_addresses_t& answer
     return inside ? ncExcluded : ncNotExcluded;
 }
 
-network_check_t check_excluded_network(const std::string& domain) {
-    return judge_resolution(current_resolver.load()(domain));
-}
-
-void replace_resolver(resolver_t resolver) {
-    current_resolver = resolver != nullptr ? resolver : &ostrel_platform::resolve_host;
+network_check_t check_excluded_network(const std::string& domain, resolver_t resolver) {
+    return judge_resolution(resolver(domain));
 }
 
 } // namespace OSTREL_NAMESPACE

@@ -18,12 +18,10 @@ enum network_check_t : std::int32_t {
 /// Excluded when one IPv4 address lies in 10.0.0.0/8; other private ranges do not count.
 network_check_t judge_resolution(const ostrel_platform::host_addresses_t& answer);
 
-/// Resolves the corporate domain and judges the answer. Blocks for as long as the resolver takes.
-network_check_t check_excluded_network(const std::string& domain);
-
+/// Asks for the addresses of a host; ostrel_platform::resolve_host, unless a test gives another one.
 using resolver_t = ostrel_platform::host_addresses_t (*)(const std::string& name);
 
-/// Puts another resolver in the system's place, for tests; null puts the system's back.
-void replace_resolver(resolver_t resolver);
+/// Resolves the corporate domain and judges the answer. Blocks for as long as the resolver takes.
+network_check_t check_excluded_network(const std::string& domain, resolver_t resolver);
 
 } // namespace OSTREL_NAMESPACE

@@ -4,8 +4,10 @@
 #include "kiln2/path.h"
 #include "ostrel/version.h"
 
+#include <array>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace OSTREL_NAMESPACE {
 
@@ -15,6 +17,9 @@ struct settings_paths_t {
     kiln2::path_t virk;          ///< the consent file, shared too
     kiln2::path_t statistic_dir; ///< the product's statistics settings
     kiln2::path_t uuid;          ///< the machine-id file
+
+    /// The folders that every statistic object needs, in the order in which it creates them.
+    std::array<kiln2::path_t, 2> folders() const { return {company_dir, statistic_dir}; }
 };
 
 /// Lays the paths out below the user's local application-data folder; touches no file.
@@ -26,5 +31,33 @@ std::wstring product_folder_name(const std::wstring& product_id);
 /// The folders and files of this user and the product; nothing when the system names no folder for them.
 /// Touches no file.
 std::optional<settings_paths_t> settings_of(const std::wstring& product_id);
+
+/// A product of this user that keeps settings.
+struct stored_product_t {
+    std::wstring name; ///< of its folder below the company folder
+    kiln2::path_t statistic_dir;
+};
+
+/// The products whose statistics settings exist, sorted by name. Only reads.
+std::vector<stored_product_t> stored_products();
+
+/// What creating a folder with every missing parent would come to.
+struct folder_forecast_t {
+    enum outcome_t {
+        exists,
+        would_be_created,
+        blocked,   ///< something other than a folder is in the way
+        forbidden, ///< this user may not create it
+    };
+
+    outcome_t outcome;
+    kiln2::path_t obstacle; ///< what blocks or forbids it, else empty
+
+    bool is_possible() const { return outcome == exists || outcome == would_be_created; }
+};
+
+/// Looks at the folder and its parents, and creates none. What it cannot foresee, for example a full disk,
+/// still fails later.
+folder_forecast_t forecast_folder(const kiln2::path_t& folder);
 
 } // namespace OSTREL_NAMESPACE

@@ -1,8 +1,11 @@
-// The policy half of a statistic object: its construction, its machine id and the user's answer.
+// The policy half of a statistic object.
 #include "statistic_impl/statistic_impl.h"
 
+#include "platform/environment.h"
 #include "statistic_impl/consent.h"
+#include "statistic_impl/decision.h"
 #include "statistic_impl/deployment.h"
+#include "statistic_impl/environment_switches.h"
 #include "statistic_impl/log.h"
 #include "statistic_impl/machine_id.h"
 #include "statistic_impl/settings_paths.h"
@@ -10,8 +13,12 @@
 
 namespace OSTREL_NAMESPACE {
 
-statistic_impl_t::statistic_impl_t(const std::wstring& product_id, const std::wstring& product_version)
-    : m_product_id(product_id), m_product_version(product_version), m_corporate_domain(corporate_domain()) {
+statistic_impl_t::statistic_impl_t(const std::wstring& product_id, const std::wstring& product_version,
+                                   resolver_t resolver)
+    : m_product_id(product_id),
+      m_product_version(product_version),
+      m_corporate_domain(corporate_domain()),
+      m_resolver(resolver) {
     if (!init_settings_paths())
         return;
     load_uuid();
@@ -22,10 +29,10 @@ bool statistic_impl_t::init_settings_paths() {
     const auto paths = settings_of(m_product_id);
     if (!paths)
         return false;
-    kiln2::create_folders(paths->company_dir);
+    for (const kiln2::path_t& folder : paths->folders())
+        kiln2::create_folders(folder);
     m_virk_path = paths->virk.as_string();
     m_statistic_dir = paths->statistic_dir;
-    kiln2::create_folders(paths->statistic_dir);
     m_uuid_path = paths->uuid.as_string();
     return true;
 }
@@ -33,10 +40,46 @@ bool statistic_impl_t::init_settings_paths() {
 std::wstring statistic_impl_t::load_uuid() {
     OSTREL_TRACE_CALL(policy_log,
                       OSTREL_WSTRING_TEXT L" " OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::load_uuid()");
-    m_uuid = forced_uuid();
-    if (m_uuid.empty())
-        m_uuid = load_or_create_uuid(m_uuid_path);
+    m_uuid = find_or_create_uuid(m_uuid_path);
     return m_uuid;
+}
+
+statistic_impl_t::env_vars_state_t statistic_impl_t::get_env_vars_state() {
+    OSTREL_TRACE_CALL(
+        policy_log,
+        OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::env_vars_state_"
+                              L"t " OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::get_env_vars_state()");
+    if (const switch_t* const found = deciding_switch()) {
+        const wchar_t* const name = found->state == evsDisabled ? L"evsDisabled" : L"evsEnabledForced";
+        OSTREL_LOG(policy_log, trace, L"Return '" << name << L"' - " << found->variable << L" is set");
+        return found->state;
+    }
+    const env_vars_state_t state = state_without_switches();
+    OSTREL_LOG(policy_log, trace,
+               (state == evsEnabled ? L"Return 'evsEnabled'" : L"Return 'evsEnabledUnconditionally'"));
+    return state;
+}
+
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): users of the class call it on an object
+bool statistic_impl_t::is_send_files_disabled() const {
+    OSTREL_TRACE_CALL(policy_log,
+                      L"bool " OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::is_send_files_disabled() const");
+    if (ostrel_platform::is_variable_set(L"NORVANE_DONOTSEND_FEEDBACK")) {
+        OSTREL_LOG(policy_log, trace, L"Return 'true' - NORVANE_DONOTSEND_FEEDBACK is enabled");
+        return true;
+    }
+    OSTREL_LOG(policy_log, trace, L"Return 'false'");
+    return false;
+}
+
+bool statistic_impl_t::is_enabled() const {
+    OSTREL_TRACE_CALL(policy_log, L"bool " OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::is_enabled() const");
+    const facts_t facts{!m_uuid.empty(), &get_env_vars_state,
+                        [this] { return check_excluded_network(m_corporate_domain, m_resolver); },
+                        [this] { return get_consent_state(); }};
+    const verdict_t verdict = decide(facts).verdict;
+    log_verdict(verdict);
+    return allows(verdict);
 }
 
 void statistic_impl_t::reserved_slot_1() {}
@@ -54,16 +97,7 @@ bool statistic_impl_t::reserved_slot_9() {
 }
 
 virk_state_t statistic_impl_t::get_consent_state() const {
-    switch (get_env_vars_state()) {
-    case evsEnabledForced:
-    case evsEnabledUnconditionally:
-        return vsEnabled;
-    case evsDisabled:
-        return vsDisabled;
-    case evsEnabled:
-        break;
-    }
-    return read_consent(m_virk_path);
+    return consent_with(get_env_vars_state(), m_virk_path);
 }
 
 void statistic_impl_t::set_statistic_collection_enabled(bool enabled) {

@@ -3,6 +3,7 @@
 
 #include "kiln2/path.h"
 #include "ostrel/statistic.h"
+#include "statistic_impl/network_check.h"
 
 #include <atomic>
 #include <cstdint>
@@ -44,8 +45,9 @@ public:
 
 protected:
     /// Lays out and creates the folders, finds the machine id, decides. Throws when a folder cannot be
-    /// created.
-    statistic_impl_t(const std::wstring& product_id, const std::wstring& product_version);
+    /// created. make_plan tells in advance what each of these steps finds.
+    statistic_impl_t(const std::wstring& product_id, const std::wstring& product_version,
+                     resolver_t resolver);
 
     bool is_collecting() const { return m_enabled.load(std::memory_order_acquire); }
     const std::wstring& product_id() const { return m_product_id; }
@@ -64,6 +66,7 @@ private:
     std::wstring m_product_version;
     kiln2::path_t m_statistic_dir;
     std::string m_corporate_domain;
+    resolver_t m_resolver;
     std::atomic<bool> m_enabled{false};
 };
 

@@ -16,14 +16,15 @@ namespace OSTREL_NAMESPACE {
 /// afterwards, so that notifications need no lock but the queue's.
 class statistic_impl_ga_t final : public statistic_impl_t {
 public:
-    statistic_impl_ga_t(const std::wstring& application_name, const std::wstring& application_version);
+    statistic_impl_ga_t(const std::wstring& application_name, const std::wstring& application_version,
+                        resolver_t resolver = &ostrel_platform::resolve_host);
     /// Waits for the hits queued so far, then saves the days of use.
     ~statistic_impl_ga_t() override;
 
     void notify_feature_usage_ex(const std::wstring& feature_name, std::uint64_t value) override;
-    /// As notify_feature_usage, for a name in UTF-8: converted only where somebody looks at it, and on the
-    /// heap only where it is long.
-    void notify_feature_usage_utf8(std::string_view feature_name);
+    /// Like notify_feature_usage, for a name in UTF-8, which it converts only if the name is needed.
+    void notify_feature_usage_utf8(const char* feature_name);
+    void set_statistic_collection_enabled(bool enabled) override;
     void reserved_slot_5() override;
     void reserved_slot_6() override;
     void reserved_slot_7() override;
@@ -33,7 +34,7 @@ private:
     void record(std::wstring_view feature_name);
     bool is_reporting() const { return is_collecting() && m_ready; }
     void report(std::wstring_view feature_name);
-    void send_event(const route_t& route);
+    void report_utf8(std::string_view feature_name);
 
     last_active_dates_t m_activity;
     http_connector_t m_connector;

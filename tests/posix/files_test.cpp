@@ -77,7 +77,7 @@ TEST_F(posix_files, files_that_the_user_may_not_write_stay_as_they_are) {
             write_file(folder / name, "<0");
             ::chmod((folder / name).c_str(), 0444);
         }
-        EXPECT_FALSE(load_or_create_uuid(wide(folder / names[0])).empty());
+        EXPECT_FALSE(find_or_create_uuid(wide(folder / names[0])).empty());
         last_active_dates_t dates(wide(folder));
         dates.add_today();
         EXPECT_FALSE(dates.save());

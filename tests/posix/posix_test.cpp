@@ -16,6 +16,8 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <resolv.h>
 #include <set>
 #include <sys/stat.h>
 #include <sys/time.h>

@@ -4,7 +4,6 @@
 #include "platform/process.h"
 #include "platform/utf.h"
 #include "settor2/product_locations.h"
-#include "statistic_impl/network_check.h"
 #include "support/system.h"
 
 #include <chrono>
@@ -24,8 +23,8 @@ inline texts_t operator+(texts_t left, const texts_t& right) {
 }
 
 /// Starts with every variable of the library and of proxies unset, an empty data folder whose name has a
-/// blank and a non-ASCII letter, and a resolver that knows no host. One lives at a time; what it sets the
-/// next one unsets.
+/// blank and a non-ASCII letter, and a corporate domain outside the corporate network. One lives at a time;
+/// what it sets the next one unsets.
 class profile_t {
 public:
     profile_t() {
@@ -37,15 +36,9 @@ public:
               "OSTREL_DISABLE_PELLAR", "PELLAR_DIR", "OSTREL_COLLECTION_URL", "OSTREL_CORPORATE_DOMAIN",
               "XRDP_SESSION", "http_proxy", "https_proxy", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"})
             unset(name);
-        asked_names.clear();
-        answer_with({ostrel_platform::resolution_t::unknown_host, {}});
-        OSTREL_NAMESPACE::replace_resolver([](const std::string& name) {
-            asked_names.push_back(name);
-            return resolver_answer;
-        });
+        set("OSTREL_CORPORATE_DOMAIN", "127.0.0.1"); // resolved without a name server
     }
     ~profile_t() {
-        OSTREL_NAMESPACE::replace_resolver(nullptr);
         std::error_code ignored;
         fs::remove_all(m_folder, ignored);
     }
@@ -63,14 +56,7 @@ public:
         return company() / fs::u8path(product) / "settings" / "statistic";
     }
 
-    /// What the resolver answers from now on.
-    static void answer_with(const ostrel_platform::host_addresses_t& answer) { resolver_answer = answer; }
-    /// How often, and for which names, the resolver was asked.
-    static const texts_t& resolved_names() { return asked_names; }
-
 private:
-    static inline ostrel_platform::host_addresses_t resolver_answer;
-    static inline texts_t asked_names;
     static inline int count = 0;
     const fs::path m_folder =
         fs::temp_directory_path() /

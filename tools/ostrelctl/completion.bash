@@ -1,20 +1,29 @@
 # Completes ostrelctl's commands and options in bash.
 _ostrelctl() {
-    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
-    local words='' kind=()
-    case $previous in
-    --filter) kind=(-f) ;;
-    --product-folder) kind=(-d) ;;
-    --product | --settings | --product-version) return ;;
-    *)
-        case $command in
-        status) words='--product --settings --product-folder --filter --json --help' ;;
-        preview) words='--product --settings --product-folder --filter --product-version --json --help' ;;
-        consent) words='yes no --json --help' ;;
-        esac
-        ((COMP_CWORD > 1)) || words='status preview consent --help --version'
+    local current=${COMP_WORDS[COMP_CWORD]} option=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
+    local words=''
+    # bash splits --filter=FILE at the "=".
+    if [[ $current == = ]]; then
+        current=''
+    elif [[ $option == = ]]; then
+        option=${COMP_WORDS[COMP_CWORD - 2]}
+    fi
+    case $option in
+    --filter | --product-folder)
+        compopt -o filenames
+        [[ $option == --filter ]] && mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        [[ $option == --filter ]] || mapfile -t COMPREPLY < <(compgen -d -- "$current")
+        return
         ;;
+    --product | --settings | --product-version) return ;;
     esac
-    mapfile -t COMPREPLY < <(compgen "${kind[@]}" -W "$words" -- "$current")
+    case $command in
+    status) words='--product --settings --product-folder --filter --json --help' ;;
+    preview) words='--product --settings --product-folder --filter --product-version --json --help' ;;
+    consent) words='yes no forget --json --help' ;;
+    products) words='--json --help' ;;
+    esac
+    ((COMP_CWORD > 1)) || words='status preview consent products --help --version'
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
 }
-complete -o filenames -F _ostrelctl ostrelctl
+complete -F _ostrelctl ostrelctl

@@ -1,13 +1,8 @@
 // What the library would find and decide now, for one user and product.
 #pragma once
 
-#include "files.h"
-
-#include "platform/network.h"
-#include "statistic_impl/decision.h"
-#include "statistic_impl/event_filter.h"
-#include "statistic_impl/last_active_dates.h"
-#include "statistic_impl/settings_paths.h"
+#include "http_connector/proxy_discovery.h"
+#include "statistic_impl/plan.h"
 
 #include <optional>
 #include <string>
@@ -26,58 +21,33 @@ struct subject_t {
     std::string filter;   ///< a filter elsewhere; empty: the one in the folder
 };
 
-/// The machine id, and where it comes from.
-struct machine_id_t {
-    std::wstring id;
-    std::string source;  ///< for people
-    bool is_new = false; ///< a host would make one: the id is a placeholder
-};
-
-/// One line of the decision.
-struct rule_line_t {
-    std::string name;
-    std::string finding;
-    library::verdict_t verdict = library::verdict_t::undecided;
-    bool decides = false;
-};
-
-/// Days of use as a host that reports today would count them.
-struct days_t {
-    std::vector<library::active_date_t> stored;
-    std::string why_ignored; ///< empty when a host would read the file
-    std::size_t count = 0;   ///< with today
-    bool is_regular_user = false;
+/// The way to the collector.
+struct delivery_t {
+    /// In the order of trial. Passwords are masked; an empty text stands for no proxy.
+    std::vector<library::found_proxy_t> proxies;
+    std::string no_proxy; ///< the hosts that are reached without one, as the environment spells them
 };
 
 struct inspection_t {
     subject_t subject;
-    machine_id_t machine_id;
-    std::vector<rule_line_t> rules; ///< in the order of the decision
-    library::verdict_t verdict = library::verdict_t::undecided;
-    std::string domain;
-    std::vector<file_t> files;
-    std::string endpoint; ///< passwords masked
-    std::vector<std::string>
-        proxies; ///< in the order of trial, passwords masked; an empty one is libcurl's own
-    library::event_set_t events;
-    days_t days;
+    library::plan_t plan;
+    std::string machine_id; ///< UTF-8; a placeholder where a host would make a fresh one
+    std::string endpoint;   ///< password masked
+    std::optional<delivery_t> delivery;
 
-    bool would_report() const { return library::allows(verdict); }
+    bool would_report() const { return library::allows(plan.decision.verdict); }
 };
 
-/// Looks at everything. Reads files and environment and resolves one name; writes, creates and sends nothing.
+/// Asks the library for its plan. Writes, creates and sends nothing.
 inspection_t inspect(const subject_t& subject);
 
+/// Asks the system for the proxies, which may ask the network.
+delivery_t find_delivery(const std::string& endpoint);
+
 /// The event filter among the files; null when the host has none.
-const file_t* filter_of(const inspection_t& found);
+const library::place_t* filter_of(const inspection_t& found);
 
-/// The text with whatever stands where a URL has its password replaced by "***".
+/// The URL with "***" in the place of its password.
 std::string mask_password(const std::string& url);
-
-/// For people: why the verdict is what it is; empty for one that decides nothing.
-std::string because(library::verdict_t verdict);
-
-/// For people: the consequence of a verdict, for example "no: the user has not agreed".
-std::string explain(library::verdict_t verdict);
 
 } // namespace ostrelctl

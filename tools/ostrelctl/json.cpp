@@ -1,8 +1,9 @@
 // The answers for programs.
 #include "report.h"
 
-#include "ostrel/version.h"
+#include "terminal.h"
 #include "toolkit/quillkit/strings.h"
+#include "words.h"
 
 #include <nlohmann/json.hpp>
 
@@ -13,81 +14,126 @@ namespace {
 using json_t = nlohmann::ordered_json;
 using quillkit::strings::utf16_to_utf8;
 
+constexpr int schema = 1;
+
 std::string dump(const json_t& document) {
     // Arguments and variables may hold anything.
     return document.dump(2, ' ', false, json_t::error_handler_t::replace) + "\n";
 }
 
-json_t to_json(const file_t& file) {
-    return {{"role", file.role}, {"path", file.path}, {"state", file.state}, {"mode", file.mode}};
+json_t text_or_null(const std::string& text) {
+    return text.empty() ? json_t() : json_t(text);
 }
 
-json_t files_of(const inspection_t& found) {
+json_t to_json(const library::place_t& place) {
+    return {{"role", code_of(place.role)},
+            {"path", utf16_to_utf8(place.path.as_string())},
+            {"state", code_of(place.state)},
+            {"read_only", place.is_read_only},
+            {"mode", text_or_null(mode_of(place.path.as_string()))}};
+}
+
+json_t failure_of(const library::plan_t& plan) {
+    if (!plan.failure)
+        return {};
+    return {{"obstacle", utf16_to_utf8(plan.failure->obstacle.as_string())},
+            {"reason", code_of(plan.failure->outcome)}};
+}
+
+json_t proxies_of(const std::optional<delivery_t>& delivery) {
+    if (!delivery)
+        return {};
+    json_t proxies = json_t::array();
+    for (const library::found_proxy_t& found : delivery->proxies)
+        proxies.push_back({{"proxy", text_or_null(found.text)}, {"source", source_of(found)}});
+    return proxies;
+}
+
+json_t files_of(const library::plan_t& plan) {
     json_t files = json_t::array();
-    for (const file_t& file : found.files)
-        files.push_back(to_json(file));
+    for (const library::place_t& place : plan.places)
+        files.push_back(to_json(place));
     return files;
 }
 
-json_t rules_of(const inspection_t& found) {
+json_t rules_of(const library::plan_t& plan) {
     json_t rules = json_t::array();
-    for (const rule_line_t& line : found.rules)
-        rules.push_back({{"rule", line.name},
-                         {"finding", line.finding},
-                         {"says", explain(line.verdict)},
-                         {"decides", line.decides}});
+    for (const library::step_t& step : plan.steps)
+        rules.push_back({{"rule", code_of(step.rule)},
+                         {"name", name_of(step)},
+                         {"reached", step.is_reached},
+                         {"verdict", code_of(step.verdict)},
+                         {"finding", text_or_null(finding_of(step, plan))}});
     return rules;
 }
 
-json_t events_of(const inspection_t& found) {
+json_t events_of(const library::plan_t& plan) {
     json_t events = json_t::array();
-    for (const std::wstring& event : found.events)
+    for (const std::wstring_view event : plan.events.names())
         events.push_back(utf16_to_utf8(event));
     return events;
 }
 
-json_t days_of(const days_t& days) {
-    return {{"stored", days.stored.size()},
-            {"ignored_because", days.why_ignored},
+json_t days_of(const library::days_plan_t& days) {
+    return {{"state", code_of(days.state)},
+            {"stored", days.stored},
             {"with_today", days.count},
-            {"cd3", days.is_regular_user ? "y" : "n"}};
+            {"regular_user", days.is_regular_user}};
 }
 
 json_t head_of(const inspection_t& found) {
-    return {{"product", found.subject.product},
+    return {{"schema", schema},
+            {"product", found.subject.product},
             {"would_report", found.would_report()},
-            {"because", explain(found.verdict)},
-            {"machine_id", utf16_to_utf8(found.machine_id.id)},
-            {"machine_id_is_new", found.machine_id.is_new}};
+            {"rule", code_of(found.plan.decision.rule)},
+            {"verdict", code_of(found.plan.decision.verdict)},
+            {"because", because(found.plan)},
+            {"failure", failure_of(found.plan)},
+            {"machine_id", text_or_null(found.machine_id)},
+            {"machine_id_source", code_of(found.plan.machine_id.source)},
+            {"machine_id_is_kept", found.plan.keeps_machine_id}};
 }
 
 } // namespace
 
 std::string status_json(const inspection_t& found) {
     json_t document = head_of(found);
-    document["rules"] = rules_of(found);
-    document["files"] = files_of(found);
+    document["rules"] = rules_of(found.plan);
+    document["files"] = files_of(found.plan);
     document["endpoint"] = found.endpoint;
-    document["proxies"] = found.proxies;
-    document["events"] = events_of(found);
-    document["days_of_use"] = days_of(found.days);
+    document["proxies"] = proxies_of(found.delivery);
+    document["no_proxy"] = found.delivery ? text_or_null(found.delivery->no_proxy) : json_t();
+    document["events"] = events_of(found.plan);
+    document["days_of_use"] = days_of(found.plan.days);
     return dump(document);
 }
 
 std::string preview_json(const inspection_t& found, const std::vector<preview_t>& previews) {
     json_t document = head_of(found);
-    const file_t* const filter = filter_of(found);
+    const library::place_t* const filter = filter_of(found);
     document["filter"] = filter == nullptr ? json_t() : to_json(*filter);
     document["features"] = json_t::array();
     for (const preview_t& one : previews)
         document["features"].push_back({{"name", one.feature},
                                         {"body", one.body ? json_t(*one.body) : json_t()},
-                                        {"why_not", one.why_not}});
+                                        {"why_not", text_or_null(one.why_not)}});
     return dump(document);
 }
 
 std::string consent_json(const consent_report_t& report) {
-    return dump({{"answer", report.answer}, {"file", to_json(report.file)}, {"effect", report.effect}});
+    return dump({{"schema", schema},
+                 {"answer", report.answer},
+                 {"recorded", text_or_null(report.recorded)},
+                 {"file", to_json(report.file)},
+                 {"overridden_by", text_or_null(report.overridden_by)}});
+}
+
+std::string products_json(const std::vector<library::stored_product_t>& products) {
+    json_t list = json_t::array();
+    for (const library::stored_product_t& product : products)
+        list.push_back({{"name", utf16_to_utf8(product.name)},
+                        {"folder", utf16_to_utf8(product.statistic_dir.as_string())}});
+    return dump({{"schema", schema}, {"products", list}});
 }
 
 } // namespace ostrelctl

@@ -9,11 +9,12 @@
 
 namespace ostrelctl {
 
-/// What the tool says of the shared answer.
+/// The shared answer.
 struct consent_report_t {
-    file_t file;
-    std::string answer; ///< "yes", "no" or "none"
-    std::string effect; ///< what stands in its way; may be empty
+    library::place_t file;
+    std::string answer;        ///< "yes", "no" or "none", as products read it
+    std::string recorded;      ///< the answer that was written by this call; empty if none was
+    std::string overridden_by; ///< the variable that decides whatever the answer is; empty if none is set
 };
 
 /// For people. Control characters are made visible, so that no file or variable can drive a terminal; only
@@ -26,18 +27,23 @@ public:
     std::string status(const inspection_t& found) const;
     std::string preview(const inspection_t& found, const std::vector<preview_t>& previews) const;
     std::string consent(const consent_report_t& report) const;
+    std::string products(const std::vector<library::stored_product_t>& products) const;
 
 private:
-    std::string rules(const inspection_t& found) const;
+    std::string rules(const library::plan_t& plan) const;
     std::string paint(const std::string& text, const char* code) const;
 
     bool m_is_terminal;
     bool m_has_colours;
 };
 
+/// The report for standard output.
+text_report_t text_report();
+
 /// For programs: one JSON document.
 std::string status_json(const inspection_t& found);
 std::string preview_json(const inspection_t& found, const std::vector<preview_t>& previews);
 std::string consent_json(const consent_report_t& report);
+std::string products_json(const std::vector<library::stored_product_t>& products);
 
 } // namespace ostrelctl

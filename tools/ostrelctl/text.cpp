@@ -1,7 +1,10 @@
 // The answers for people.
 #include "report.h"
 
+#include "printable.h"
+#include "terminal.h"
 #include "toolkit/quillkit/strings.h"
+#include "words.h"
 
 #include <algorithm>
 
@@ -9,23 +12,11 @@ namespace ostrelctl {
 
 namespace {
 
+using quillkit::strings::utf16_to_utf8;
+
 constexpr const char* bold = "1";
 constexpr const char* red = "31";
 constexpr const char* green = "32";
-
-// UTF-8 passes; what could move a cursor does not.
-std::string printable(const std::string& text) {
-    constexpr const char* digits = "0123456789ABCDEF";
-    std::string result;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte >= 0x20 && byte != 0x7F)
-            result.push_back(c);
-        else
-            result.append("\\x").append(1, digits[byte >> 4U]).append(1, digits[byte & 0xFU]);
-    }
-    return result;
-}
 
 std::string column(const std::string& text, std::size_t width) {
     return text + std::string(std::max(width, text.size() + 1) - text.size(), ' ');
@@ -35,26 +26,39 @@ std::string line(const std::string& name, const std::string& value) {
     return "   " + column(name, 28) + printable(value) + "\n";
 }
 
-std::string files(const inspection_t& found) {
+std::string file(const std::string& name, const library::place_t& place) {
+    const std::wstring& path = place.path.as_string();
+    const std::string state = words_of(code_of(place.state)) + (place.is_read_only ? ", read-only" : "");
+    return line(name, column(state, 20) + column(mode_of(path), 6) + utf16_to_utf8(path));
+}
+
+std::string files(const library::plan_t& plan) {
     std::string text = "\nFiles:\n";
-    for (const file_t& file : found.files)
-        text += line(file.role, column(file.state, 12) + column(file.mode, 6) + file.path);
+    for (const library::place_t& place : plan.places)
+        text += file(words_of(code_of(place.role)), place);
     return text;
+}
+
+std::string proxy(const library::found_proxy_t& found) {
+    return (found.text.empty() ? "none" : found.text) + "  (" + source_of(found) + ")";
 }
 
 std::string delivery(const inspection_t& found) {
     std::string text = "\nDelivery:\n" + line("endpoint", found.endpoint);
-    for (std::size_t i = 0; i < found.proxies.size(); ++i)
-        text += line("proxy candidate " + std::to_string(i + 1),
-                     found.proxies[i].empty() ? "none, or what libcurl finds by itself" : found.proxies[i]);
-    return text;
+    if (!found.delivery)
+        return text + line("proxies", "not asked");
+    const auto& proxies = found.delivery->proxies;
+    for (std::size_t i = 0; i < proxies.size(); ++i)
+        text += line("proxy candidate " + std::to_string(i + 1), proxy(proxies[i]));
+    const std::string& exceptions = found.delivery->no_proxy;
+    return text + (exceptions.empty() ? "" : line("no proxy for", exceptions));
 }
 
 std::string events(const inspection_t& found) {
     std::string text = "\nEvents in the filter:\n";
-    for (const std::wstring& event : found.events)
-        text += line(printable(quillkit::strings::utf16_to_utf8(event)), "");
-    if (found.events.empty())
+    for (const std::wstring_view event : found.plan.events.names())
+        text += "   " + printable(utf16_to_utf8(event)) + "\n";
+    if (found.plan.events.names().empty())
         text += "   none: only \"run.\" and one word would be sent\n";
     if (found.subject.filter.empty() && found.subject.folder.empty())
         text += "   (the host says where its filter is: --product-folder DIR or --filter FILE)\n";
@@ -63,19 +67,30 @@ std::string events(const inspection_t& found) {
 
 // A host would say nothing, and send only the names that need no filter.
 std::string fault_of_filter(const inspection_t& found) {
-    const file_t* const filter = filter_of(found);
-    if (filter == nullptr || filter->state == "readable")
+    const library::place_t* const filter = filter_of(found);
+    if (filter == nullptr || filter->state == library::place_t::readable)
         return {};
-    return "(The event filter is " + filter->state +
-           ", so that it lists nothing: " + printable(filter->path) + ")\n";
+    return "(The event filter is " + words_of(code_of(filter->state)) +
+           ", so that it lists nothing: " + printable(utf16_to_utf8(filter->path.as_string())) + ")\n";
 }
 
-std::string days(const days_t& days) {
-    const std::string stored = std::to_string(days.stored.size());
+std::string answer_of(const inspection_t& found) {
+    return (found.would_report() ? "yes: " : "no: ") + because(found.plan);
+}
+
+std::string outcome_of(const library::step_t& step) {
+    if (!step.is_reached)
+        return "not reached";
+    if (step.verdict == library::verdict_t::undecided)
+        return "next rule";
+    return library::allows(step.verdict) ? "yes" : "no";
+}
+
+std::string days(const library::days_plan_t& days) {
+    const std::string why = why_not_counted(days.state);
+    const std::string stored = std::to_string(days.stored);
     return "\nDays of use:\n" +
-           line("stored", days.why_ignored.empty()
-                              ? stored
-                              : stored + ", but a host counts none: " + days.why_ignored) +
+           line("stored", why.empty() ? stored : stored + " (not counted: " + why + ")") +
            line("counting today", std::to_string(days.count)) +
            line("cd3 of a hit", days.is_regular_user ? "y" : "n");
 }
@@ -86,24 +101,23 @@ std::string text_report_t::paint(const std::string& text, const char* code) cons
     return m_has_colours ? std::string("\033[") + code + "m" + text + "\033[0m" : text;
 }
 
-std::string text_report_t::rules(const inspection_t& found) const {
-    std::string text = "\nThe decision, in its order (=> is the first rule that fires):\n";
-    bool is_decided = false;
-    for (const rule_line_t& rule : found.rules) {
-        const std::string says = is_decided ? "(not reached)" : explain(rule.verdict);
-        const std::string row = column(rule.name, 28) + column(printable(rule.finding), 44) + printable(says);
-        text += rule.decides ? paint("=> " + row, bold) + "\n" : "   " + row + "\n";
-        is_decided = is_decided || rule.decides;
+std::string text_report_t::rules(const library::plan_t& plan) const {
+    std::string text = "\nThe decision, in its order (=> is the rule that decides):\n";
+    for (const library::step_t& step : plan.steps) {
+        const bool decides = step.verdict != library::verdict_t::undecided;
+        const std::string finding = printable(finding_of(step, plan));
+        const std::string row = column(name_of(step), 28) +
+                                (finding.empty() ? outcome_of(step) : column(outcome_of(step), 13) + finding);
+        text += decides ? paint("=> " + row, bold) + "\n" : "   " + row + "\n";
     }
     return text;
 }
 
 std::string text_report_t::status(const inspection_t& found) const {
-    const std::string answer = explain(found.verdict);
     return "Would usage of \"" + printable(found.subject.product) + "\" be reported now?  " +
-           paint(answer, found.would_report() ? green : red) + "\n" + rules(found) + "\nMachine id:\n" +
-           line(printable(quillkit::strings::utf16_to_utf8(found.machine_id.id)), found.machine_id.source) +
-           files(found) + delivery(found) + events(found) + days(found.days);
+           paint(printable(answer_of(found)), found.would_report() ? green : red) + "\n" + rules(found.plan) +
+           "\nMachine id:\n" + line(printable(found.machine_id), describe_machine_id(found.plan)) +
+           files(found.plan) + delivery(found) + events(found) + days(found.plan.days);
 }
 
 std::string text_report_t::preview(const inspection_t& found, const std::vector<preview_t>& previews) const {
@@ -113,15 +127,31 @@ std::string text_report_t::preview(const inspection_t& found, const std::vector<
                 (one.body ? m_is_terminal ? printable(*one.body) : *one.body
                           : "nothing would be posted: " + one.why_not) +
                 "\n";
-    if (found.machine_id.is_new && found.would_report())
+    if (found.plan.machine_id.needs_fresh_id() && found.would_report())
         text += "(NEW-MACHINE-ID stands for the id that a host makes when it runs first.)\n";
     return text + fault_of_filter(found);
 }
 
 std::string text_report_t::consent(const consent_report_t& report) const {
-    return "Recorded answer: " + paint(report.answer, report.answer == "yes" ? green : red) + "\n" +
-           line(column(report.file.state, 12) + report.file.mode, report.file.path) +
-           (report.effect.empty() ? "" : "   " + printable(report.effect) + "\n");
+    std::string text = "Recorded answer: " + paint(report.answer, report.answer == "yes" ? green : red) +
+                       "\n" + file("file", report.file);
+    if (!report.recorded.empty() && report.recorded != report.answer)
+        text += "   " + report.recorded + " was written, but products cannot read it\n";
+    if (!report.overridden_by.empty())
+        text += "   " + report.overridden_by + " is set here and decides all the same\n";
+    return text;
+}
+
+std::string text_report_t::products(const std::vector<library::stored_product_t>& products) const {
+    std::string text;
+    for (const library::stored_product_t& product : products)
+        text += paint(printable(utf16_to_utf8(product.name)), bold) + "\n   " +
+                printable(utf16_to_utf8(product.statistic_dir.as_string())) + "\n";
+    return products.empty() ? "No product keeps data for this user.\n" : text;
+}
+
+text_report_t text_report() {
+    return {is_terminal(), has_colours()};
 }
 
 } // namespace ostrelctl

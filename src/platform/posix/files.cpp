@@ -1,6 +1,7 @@
 // Files as the library uses them, on POSIX.
 #include "platform/files.h"
 
+#include "platform/entries.h"
 #include "platform/posix/descriptor.h"
 #include "platform/utf.h"
 
@@ -85,6 +86,10 @@ std::optional<target_t> find_target(const std::string& path) {
     if (!target)
         return std::nullopt;
     return target_t{std::move(*target), std::move(file)};
+}
+
+bool has_writable_folder(const target_t& target) {
+    return may_create_in(to_wide(target.path.substr(0, target.path.rfind('/'))));
 }
 
 // One name for all writers, so that killed ones leave one file behind and not many.
@@ -181,14 +186,18 @@ bool overwrite_file(const std::wstring& path, std::string_view bytes) {
     return target && (replace(*target, bytes) || write_in_place(target->file, bytes));
 }
 
-bool remove_file(const std::wstring& path) {
-    return ::unlink(to_utf8(path).c_str()) == 0;
+bool may_replace(const std::wstring& path) {
+    const auto target = find_target(to_utf8(path));
+    return target && has_writable_folder(*target);
 }
 
-bool is_device(const std::wstring& path) {
-    struct stat status {};
-    return ::stat(to_utf8(path).c_str(), &status) == 0 &&
-           (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode) || S_ISFIFO(status.st_mode));
+bool may_overwrite(const std::wstring& path) {
+    const auto target = find_target(to_utf8(path));
+    return target && (target->file.is_open() || has_writable_folder(*target));
+}
+
+bool remove_file(const std::wstring& path) {
+    return ::unlink(to_utf8(path).c_str()) == 0;
 }
 
 std::error_code create_folder(const std::wstring& path) {

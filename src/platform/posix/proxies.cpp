@@ -3,7 +3,7 @@
 
 namespace ostrel_platform {
 
-std::vector<std::string> system_proxies(const std::string& /*url*/) {
+std::vector<system_proxy_t> system_proxies(const std::string& /*url*/) {
     return {};
 }
 

@@ -1,6 +1,7 @@
 // Files as the library uses them, on Windows.
 #include "platform/files.h"
 
+#include "platform/entries.h"
 #include "platform/windows/handle.h"
 
 #include <algorithm>
@@ -56,6 +57,10 @@ bool end_file(HANDLE file, std::size_t size) {
     if (!::GetFileSizeEx(file, &present))
         return false;
     return static_cast<std::uint64_t>(present.QuadPart) == size || ::SetEndOfFile(file) != 0;
+}
+
+bool may_write(const std::wstring& path) {
+    return disk_file_t(path, GENERIC_WRITE, OPEN_EXISTING).is_on_disk();
 }
 
 // Renamed while it is still open: no other writer can come between the last byte and the new name.
@@ -137,14 +142,16 @@ bool overwrite_file(const std::wstring& path, std::string_view bytes) {
            end_file(opened.file.get(), bytes.size());
 }
 
-bool remove_file(const std::wstring& path) {
-    return ::DeleteFileW(path.c_str()) != 0;
+bool may_replace(const std::wstring& path) {
+    return (is_missing(path) || may_write(path)) && may_create_in(path.substr(0, path.find_last_of(L"\\/")));
 }
 
-bool is_device(const std::wstring& path) {
-    constexpr DWORD no_access = 0;
-    const disk_file_t opened(path, no_access, OPEN_EXISTING);
-    return opened.file.is_open() && !opened.is_on_disk();
+bool may_overwrite(const std::wstring& path) {
+    return may_write(path) || may_replace(path);
+}
+
+bool remove_file(const std::wstring& path) {
+    return ::DeleteFileW(path.c_str()) != 0;
 }
 
 std::error_code create_folder(const std::wstring& path) {

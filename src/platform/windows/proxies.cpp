@@ -19,14 +19,15 @@ struct release_t {
 using winhttp_text_t = std::unique_ptr<wchar_t, release_t>;
 
 /// Releases the strings of an answer and keeps its proxy where it names one.
-void append_named_proxy(const WINHTTP_PROXY_INFO& info, std::vector<std::string>& proxies) {
+void append_named_proxy(const WINHTTP_PROXY_INFO& info, proxy_source_t source,
+                        std::vector<system_proxy_t>& proxies) {
     const winhttp_text_t proxy(info.lpszProxy);
     const winhttp_text_t bypass(info.lpszProxyBypass);
     if (proxy && info.dwAccessType == WINHTTP_ACCESS_TYPE_NAMED_PROXY)
-        proxies.push_back(to_utf8(proxy.get()));
+        proxies.push_back({source, to_utf8(proxy.get())});
 }
 
-void append_browser_proxy(std::vector<std::string>& proxies) {
+void append_browser_proxy(std::vector<system_proxy_t>& proxies) {
     WINHTTP_CURRENT_USER_IE_PROXY_CONFIG config{};
     if (!::WinHttpGetIEProxyConfigForCurrentUser(&config))
         return;
@@ -34,10 +35,10 @@ void append_browser_proxy(std::vector<std::string>& proxies) {
     const winhttp_text_t proxy(config.lpszProxy);
     const winhttp_text_t bypass(config.lpszProxyBypass);
     if (proxy)
-        proxies.push_back(to_utf8(proxy.get()));
+        proxies.push_back({proxy_source_t::browser, to_utf8(proxy.get())});
 }
 
-void append_discovered_proxy(const std::wstring& url, std::vector<std::string>& proxies) {
+void append_discovered_proxy(const std::wstring& url, std::vector<system_proxy_t>& proxies) {
     WINHTTP_AUTOPROXY_OPTIONS options{};
     options.dwFlags = WINHTTP_AUTOPROXY_AUTO_DETECT;
     options.dwAutoDetectFlags = WINHTTP_AUTO_DETECT_TYPE_DHCP | WINHTTP_AUTO_DETECT_TYPE_DNS_A;
@@ -50,19 +51,19 @@ void append_discovered_proxy(const std::wstring& url, std::vector<std::string>& 
     const BOOL answered = ::WinHttpGetProxyForUrl(session, url.c_str(), &options, &info);
     ::WinHttpCloseHandle(session);
     if (answered)
-        append_named_proxy(info, proxies);
+        append_named_proxy(info, proxy_source_t::discovery, proxies);
 }
 
-void append_machine_proxy(std::vector<std::string>& proxies) {
+void append_machine_proxy(std::vector<system_proxy_t>& proxies) {
     WINHTTP_PROXY_INFO info{};
     if (::WinHttpGetDefaultProxyConfiguration(&info))
-        append_named_proxy(info, proxies);
+        append_named_proxy(info, proxy_source_t::machine, proxies);
 }
 
 } // namespace
 
-std::vector<std::string> system_proxies(const std::string& url) {
-    std::vector<std::string> proxies;
+std::vector<system_proxy_t> system_proxies(const std::string& url) {
+    std::vector<system_proxy_t> proxies;
     append_browser_proxy(proxies);
     append_discovered_proxy(to_wide(url), proxies);
     append_machine_proxy(proxies);

@@ -1,0 +1,42 @@
+// What lies at a path, on Windows.
+#include "platform/entries.h"
+
+#include "platform/windows/handle.h"
+
+namespace ostrel_platform {
+
+namespace {
+
+handle_t open_entry(const std::wstring& path, DWORD access) {
+    constexpr DWORD deny_none = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    // With this flag folders can be opened too.
+    return handle_t(::CreateFileW(path.c_str(), access, deny_none, nullptr, OPEN_EXISTING,
+                                  FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+}
+
+entry_t kind_without_attributes() {
+    const DWORD error = ::GetLastError();
+    const bool is_missing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    return is_missing ? entry_t::missing : entry_t::unreachable;
+}
+
+} // namespace
+
+entry_t look_at(const std::wstring& path) {
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        return kind_without_attributes();
+    const handle_t entry = open_entry(path, 0);
+    if (!entry.is_open() && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
+        return entry_t::dangling_link;
+    if (entry.is_open() && ::GetFileType(entry.get()) != FILE_TYPE_DISK)
+        return entry_t::stream;
+    return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? entry_t::folder : entry_t::file;
+}
+
+bool may_create_in(const std::wstring& folder) {
+    // Only the rights are requested: nothing is created with them.
+    return open_entry(folder, FILE_ADD_FILE | FILE_ADD_SUBDIRECTORY).is_open();
+}
+
+} // namespace ostrel_platform

@@ -1,0 +1,248 @@
+// The plan's findings in words: sentences for people, and codes that programs can rely on.
+#include "words.h"
+
+#include "terminal.h"
+#include "toolkit/quillkit/strings.h"
+
+#include <algorithm>
+
+namespace ostrelctl {
+
+namespace {
+
+using library::days_plan_t;
+using library::place_t;
+using library::rule_t;
+using library::uuid_source_t;
+using library::verdict_t;
+using quillkit::strings::utf16_to_utf8;
+
+std::string describe(const library::folder_forecast_t& failure) {
+    const bool is_forbidden = failure.outcome == library::folder_forecast_t::forbidden;
+    return utf16_to_utf8(failure.obstacle.as_string()) +
+           (is_forbidden ? " may not be written" : " is not a folder");
+}
+
+std::string describe_folders(const library::plan_t& plan) {
+    if (!plan.paths)
+        return why_no_folder();
+    if (plan.failure)
+        return describe(*plan.failure);
+    for (const place_t& place : plan.places)
+        if (place.state == place_t::would_be_created)
+            return "would be created";
+    return "exist";
+}
+
+std::string describe_network(const library::plan_t& plan) {
+    using ostrel_platform::resolution_t;
+    if (plan.addresses->outcome == resolution_t::unknown_host)
+        return plan.domain + " is not known here";
+    if (plan.addresses->outcome == resolution_t::failed)
+        return "the resolver gives no answer for " + plan.domain;
+    std::string text = plan.domain + " is";
+    for (const auto& [a, b, c, d] : plan.addresses->ipv4)
+        text += " " + std::to_string(a) + "." + std::to_string(b) + "." + std::to_string(c) + "." +
+                std::to_string(d);
+    return plan.addresses->ipv4.empty() ? plan.domain + " has no IPv4 address" : text;
+}
+
+std::string describe_answer(library::virk_state_t answer) {
+    if (answer == library::vsUnknown)
+        return "no answer on file: a host would ask";
+    return answer == library::vsEnabled ? "the user has agreed" : "the user has refused";
+}
+
+std::string describe_switch(const library::step_t& step) {
+    if (step.variable == nullptr)
+        return "collects whatever the user answered";
+    return step.is_set ? "set" : "not set";
+}
+
+std::string because(verdict_t verdict) {
+    switch (verdict) {
+    case verdict_t::no_object:
+        return "creating an object fails";
+    case verdict_t::no_machine_id:
+        return "there is no machine id";
+    case verdict_t::switched_off:
+        return "the environment switches it off";
+    case verdict_t::forced_on:
+        return "the environment forces it";
+    case verdict_t::built_on:
+        return "the build forces it";
+    case verdict_t::inside_network:
+        return "this machine is inside the maker's network";
+    case verdict_t::network_unknown:
+        return "the network check could not be made";
+    case verdict_t::agreed:
+        return "the user has agreed";
+    case verdict_t::not_agreed:
+        return "the user has not agreed";
+    case verdict_t::undecided:
+        break;
+    }
+    return {};
+}
+
+} // namespace
+
+const char* code_of(rule_t rule) {
+    switch (rule) {
+    case rule_t::folders:
+        return "folders";
+    case rule_t::machine_id:
+        return "machine_id";
+    case rule_t::switches:
+        return "switches";
+    case rule_t::network:
+        return "network";
+    case rule_t::consent:
+        break;
+    }
+    return "consent";
+}
+
+const char* code_of(verdict_t verdict) {
+    switch (verdict) {
+    case verdict_t::no_object:
+        return "no_object";
+    case verdict_t::no_machine_id:
+        return "no_machine_id";
+    case verdict_t::switched_off:
+        return "switched_off";
+    case verdict_t::forced_on:
+        return "forced_on";
+    case verdict_t::built_on:
+        return "built_on";
+    case verdict_t::inside_network:
+        return "inside_network";
+    case verdict_t::network_unknown:
+        return "network_unknown";
+    case verdict_t::agreed:
+        return "agreed";
+    case verdict_t::not_agreed:
+        return "not_agreed";
+    case verdict_t::undecided:
+        break;
+    }
+    return "undecided";
+}
+
+const char* code_of(uuid_source_t source) {
+    constexpr const char* codes[] = {"no_folder", "forced",     "stored",   "without_id",
+                                     "missing",   "unreadable", "malformed"};
+    return codes[static_cast<std::size_t>(source)];
+}
+
+const char* code_of(place_t::role_t role) {
+    constexpr const char* codes[] = {"company_folder", "consent",      "settings_folder", "machine_id",
+                                     "days_of_use",    "lock_of_days", "event_filter"};
+    return codes[role];
+}
+
+const char* code_of(place_t::state_t state) {
+    constexpr const char* codes[] = {"missing",           "folder",        "would_be_created",
+                                     "cannot_be_created", "readable",      "unreadable",
+                                     "malformed",         "dangling_link", "not_a_file"};
+    return codes[state];
+}
+
+const char* code_of(days_plan_t::state_t state) {
+    constexpr const char* codes[] = {"loaded", "missing",      "unreadable", "malformed",
+                                     "locked", "not_lockable", "no_folder"};
+    return codes[state];
+}
+
+const char* code_of(library::folder_forecast_t::outcome_t outcome) {
+    constexpr const char* codes[] = {"exists", "would_be_created", "blocked", "forbidden"};
+    return codes[outcome];
+}
+
+const char* source_of(const library::found_proxy_t& found) {
+    if (found.text.empty())
+        return "direct";
+    if (found.variable != nullptr)
+        return found.variable;
+    constexpr const char* codes[] = {"browser", "discovery", "machine"};
+    return codes[static_cast<std::size_t>(found.source)];
+}
+
+std::string words_of(const char* code) {
+    std::string words = code;
+    std::replace(words.begin(), words.end(), '_', ' ');
+    return words;
+}
+
+std::string because(const library::plan_t& plan) {
+    const std::string text = because(plan.decision.verdict);
+    return plan.failure ? text + ": " + describe(*plan.failure) : text;
+}
+
+std::string describe_machine_id(const library::plan_t& plan) {
+    const std::string makes = plan.keeps_machine_id
+                                  ? ": a host would make one"
+                                  : ": a host would make one for each run, for it cannot be stored";
+    switch (plan.machine_id.source) {
+    case uuid_source_t::no_folder:
+        return "there is no folder to keep one in";
+    case uuid_source_t::forced:
+        return "from NORVANE_FORCE_UUID";
+    case uuid_source_t::stored:
+        return "from uuid.xml";
+    case uuid_source_t::without_id:
+        return "uuid.xml holds none";
+    case uuid_source_t::missing:
+        return "none stored yet" + makes;
+    case uuid_source_t::unreadable:
+        return "uuid.xml cannot be read" + makes;
+    case uuid_source_t::malformed:
+        break;
+    }
+    return "uuid.xml is malformed" + makes;
+}
+
+std::string name_of(const library::step_t& step) {
+    if (step.rule != rule_t::switches)
+        return words_of(code_of(step.rule));
+    return step.variable == nullptr ? "build option" : utf16_to_utf8(step.variable->variable);
+}
+
+std::string finding_of(const library::step_t& step, const library::plan_t& plan) {
+    if (!step.is_reached)
+        return {};
+    switch (step.rule) {
+    case rule_t::folders:
+        return describe_folders(plan);
+    case rule_t::machine_id:
+        return describe_machine_id(plan);
+    case rule_t::switches:
+        return describe_switch(step);
+    case rule_t::network:
+        return describe_network(plan);
+    case rule_t::consent:
+        break;
+    }
+    return describe_answer(*plan.answer);
+}
+
+std::string why_not_counted(days_plan_t::state_t state) {
+    switch (state) {
+    case days_plan_t::loaded:
+    case days_plan_t::missing:
+        break;
+    case days_plan_t::unreadable:
+        return "the file cannot be read";
+    case days_plan_t::malformed:
+        return "the file is malformed";
+    case days_plan_t::locked:
+        return "the lock file exists";
+    case days_plan_t::not_lockable:
+        return "the lock file cannot be created";
+    case days_plan_t::no_folder:
+        return "there is no folder for it";
+    }
+    return {};
+}
+
+} // namespace ostrelctl
