@@ -18,7 +18,7 @@ declare -rA groups=(
     [trust]="nginx-light tinyproxy squid strace iproute2 util-linux python3"
     [bench]="libbenchmark-dev valgrind"
     [arm64]="g++-aarch64-linux-gnu qemu-user"
-    [wine]="netbase clang lld llvm"
+    [wine]="netbase clang lld"
 )
 
 usage() {

@@ -15,7 +15,7 @@ readonly work=$prefix.part # beside the prefix, where a rename is atomic
 readonly stage=$work/prefix
 readonly packages=(
     g++-mingw-w64-x86-64-posix wine wine64 libboost1.74-tools-dev
-    dpkg-dev xz-utils ninja-build cmake googletest libcli11-dev nlohmann-json3-dev)
+    dpkg-dev xz-utils ninja-build cmake googletest libcli11-dev nlohmann-json3-dev llvm)
 
 usage() {
     cat <<END
