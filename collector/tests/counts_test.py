@@ -33,7 +33,7 @@ class CountsTest(unittest.TestCase):
         self.assertEqual(report["refused"], {"not a hit": 1, "not listed": 1})
         self.assertEqual(report["unused"], [{"product": "c_host", "name": name}
                                             for name in ("debugger.attach", "editor.refactor")])
-        self.assertEqual((report["schema"], report["threshold"], report["sample"], report["backlog_files"]), (1, 20, 1, 0))
+        self.assertEqual([report[key] for key in ("schema", "threshold", "sample", "backlog_files")], [1, 20, 1, 0])
         with open(self.collector.path("page/report.csv"), encoding="utf-8") as file:
             self.assertIn(",c_host,editor,open.file,100,50,25\n", file.read().replace("\r\n", "\n"))
 
