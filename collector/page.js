@@ -76,8 +76,8 @@
         const button = make("button", make("bdi", feature.name));
         button.addEventListener("click", () => select(feature));
         const versions = feature.versions.map(v => `${v.version} (${format(v.machines)})`).join(", ");
-        return [cell(feature.product, "product"), cell(button, "name"), cell(feature.machines), shareCell(feature.share),
-                cell(feature.before, "number wide"), cell(feature.regular_machines, "number wide"),
+        return [cell(feature.product, "product"), cell(button, "name"), cell(feature.machines),
+                shareCell(feature.share), cell(feature.before, "number wide"), cell(feature.regular_machines, "number wide"),
                 cell(feature.hits, "number wide"), cell(versions, "wide")];
     }
 

@@ -11,7 +11,8 @@ export PYTHONDONTWRITEBYTECODE=1 TZ=UTC
 filters=() stopping='' nginx='' postgres='' schema='' announced=''
 for filter in "$@"; do filters+=(--filter "$filter"); done
 readonly load=(python3 "$RUN/load.py" --data "$DATA" --sample "$SAMPLE" "${filters[@]}")
-readonly report=(python3 "$RUN/report.py" --data "$DATA" --threshold "$THRESHOLD" --interval "$INTERVAL" "${filters[@]}")
+readonly report=(python3 "$RUN/report.py" --data "$DATA" --threshold "$THRESHOLD" --interval "$INTERVAL"
+    "${filters[@]}")
 
 say() { echo "collector: $*" >&2; }
 running() { [[ -n $1 ]] && kill -0 "$1" 2>/dev/null; }
