@@ -118,12 +118,14 @@ class OwnCollectorTest(unittest.TestCase):
     def test_killed_loaders_and_databases_lose_nothing_and_count_nothing_twice(self):
         collector = self.start()
         content = lines([hit(f"m{n % 3000}") for n in range(50_000)])
+        with open(collector.path("receiver"), encoding="ascii") as file:
+            load = f"psql -XqAtw -v ON_ERROR_STOP=1 -v VERBOSITY=terse -v rate=1.0 -v receiver={file.read()}"
         with concurrent.futures.ThreadPoolExecutor() as clients:
             answers = [clients.submit(post_some, collector, client, 500) for client in range(4)]
             for n in range(8):
                 collector.drop(content + b"%d.000 round\n" % n, f"hits-{n}.log")
-                wait_for(lambda: processes(f"load.py --data {collector.data}"))
-                time.sleep(0.06 * n)
+                wait_for(lambda: processes(load))
+                time.sleep(0.05 * n)
                 for victim in processes(f"{'load.py --data' if n % 2 else 'postgres -D'} {collector.data}")[:1]:
                     os.kill(victim, signal.SIGKILL)
         self.assertEqual({status for each in answers for status in each.result()}, {200})
