@@ -7,7 +7,8 @@ source "$root/scripts/common.sh"
 
 usage() {
     cat <<END
-Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | instructions | arm64 | all]
+Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | instructions |
+                                collector | arm64 | all]
 
 Without a name: linux. trust needs root, the others only to install packages.
 arm64 is not in all: it cross-builds, and runs under emulation what can run there.
@@ -18,7 +19,7 @@ END
 }
 
 # A build is one function of its name with the prefix "test_"; the order is that of "all".
-readonly builds=(linux windows asan tsan fuzz trust instructions)
+readonly builds=(linux windows asan tsan fuzz trust instructions collector)
 readonly apart=(arm64)
 lint=yes
 
@@ -59,6 +60,15 @@ test_trust() {
 
 test_instructions() {
     "$root/bench/instructions.sh"
+}
+
+# The receiving side, with nginx, PostgreSQL and Chromium. Of the library it needs an example host.
+test_collector() {
+    "$root/scripts/bootstrap.sh" build test collector collector-test
+    log=build/linux/collector.log
+    step "configure linux" cmake --preset linux
+    step "build c_host (log in $log)" cmake --build --preset linux --target c_host
+    python3 -m unittest discover -v -s collector/tests -p '*_test.py'
 }
 
 # In a prefix of its own below the build folder, whose server is ended with the tests.

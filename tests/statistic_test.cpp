@@ -256,8 +256,8 @@ TEST_F(statistic, many_threads_share_the_object_and_every_report_arrives) {
 }
 
 TEST_F(statistic, the_slots_keep_their_order) {
-    // In the ABI of our compilers, a pointer to a virtual member begins with its offset in the table. On x86-64 that is
-    // one more, on arm64 it is not.
+    // In the ABI of our compilers, a pointer to a virtual member begins with its offset in the table. On
+    // x86-64 that is one more, on arm64 it is not.
     const auto is_at = [](std::size_t slot, auto member) {
         std::size_t place = 0;
         std::memcpy(&place, &member, sizeof place);
