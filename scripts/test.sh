@@ -8,10 +8,10 @@ source "$root/scripts/common.sh"
 usage() {
     cat <<END
 Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | windows-trust |
-                                 instructions | collector | arm64 | all]
+                                instructions | collector | arm64 | all]
 
-Without a name: linux. trust and windows-trust need root, the others only to
-install packages.
+Without a name: linux. trust and windows-trust need root; the others need it only
+to install packages.
 arm64 is not in all: it cross-builds, and runs under emulation what can run there.
 
   --no-lint  leave out clang-format and clang-tidy, which only linux runs
@@ -19,7 +19,7 @@ arm64 is not in all: it cross-builds, and runs under emulation what can run ther
 END
 }
 
-# A build is one function of its name with the prefix "test_"; the order is that of "all".
+# For each build there is a function test_BUILD. "all" runs them in this order.
 readonly builds=(linux windows asan tsan fuzz trust windows-trust instructions collector)
 readonly apart=(arm64)
 lint=yes
@@ -37,7 +37,7 @@ test_linux() {
     ctest --preset linux -j "$(nproc)"
 }
 
-# All of ctest under a sanitizer. Nothing of ours is suppressed, and nothing else has needed it so far.
+# All of ctest under a sanitizer, without suppressions.
 test_asan() {
     "$root/scripts/bootstrap.sh" build test
     configure_and_build "${1:-asan}"
@@ -63,7 +63,7 @@ test_instructions() {
     "$root/bench/instructions.sh"
 }
 
-# The receiving side, with nginx, PostgreSQL and Chromium. Of the library it needs an example host.
+# The receiving side, with nginx, PostgreSQL and Chromium. It needs the library only for an example host.
 test_collector() {
     "$root/scripts/bootstrap.sh" build test collector collector-test
     log=build/linux/collector.log
@@ -72,7 +72,7 @@ test_collector() {
     python3 -m unittest discover -v -s collector/tests -p '*_test.py'
 }
 
-# In a prefix of its own below the build folder, whose server is ended with the tests.
+# In a separate Wine prefix below the build folder. Its server ends with the tests.
 prepare_windows() {
     "$root/scripts/windows-deps.sh"
     "$root/scripts/bootstrap.sh" wine
@@ -86,13 +86,14 @@ test_windows() {
     ctest --preset windows -j "$(nproc)"
 }
 
-<<<<<<< HEAD
 test_windows-trust() {
     "$root/scripts/bootstrap.sh" trust
     prepare_windows
     "$root/scripts/trust/run.py" --windows
-=======
-# QEMU emulates one process: a program that it starts is one of this machine's, and signals reach a thread of QEMU's own.
+}
+
+# QEMU emulates one process. A program that this process starts runs on the machine itself, and signals may reach a thread
+# of QEMU.
 test_arm64() {
     local -r unseen='^(pellar_accessor_test|ostrelctl_test|install|documents|boundary|demo|trust)|blocks_all_signals'
     "$root/scripts/arm64-deps.sh"
@@ -100,7 +101,6 @@ test_arm64() {
     ctest --preset linux-arm64 -j "$(nproc)" -E "$unseen"
     echo "Emulation cannot show what starts programs or depends on signals. Not run:"
     ctest --preset linux-arm64 -N -R "$unseen" | sed -n 's/^ *Test *#[0-9]*: /  /p'
->>>>>>> main
 }
 
 run_build() {

@@ -15,7 +15,7 @@ readonly work=$prefix.part # beside the prefix, where a rename is atomic
 readonly stage=$work/prefix
 readonly packages=(
     g++-mingw-w64-x86-64-posix wine wine64 libboost1.74-tools-dev
-    dpkg-dev xz-utils ninja-build cmake googletest llvm)
+    dpkg-dev xz-utils ninja-build cmake googletest libcli11-dev nlohmann-json3-dev llvm)
 
 usage() {
     cat <<END
@@ -24,8 +24,9 @@ Usage: windows-deps.sh [--print-prefix | --help]
 Installs the Debian packages needed (as root, when some are missing) and builds
 curl, Boost, log4cplus, pugixml and GoogleTest for Windows into
   $prefix
-which is used again until this script changes. The full output is in the file
-of the same name that ends in .log.
+which is used again until this script changes. CLI11 and nlohmann-json, which
+are headers alone, are copied there from Debian's packages. The full output is
+in the file of the same name that ends in .log.
 
   --print-prefix   print that folder and do nothing else
   --help           print this text
@@ -137,6 +138,12 @@ install_runtime() {
     done
 }
 
+install_headers() {
+    cp -r /usr/include/CLI /usr/include/nlohmann "$stage/include"
+    mkdir -p "$stage/share/cmake"
+    cp -r /usr/share/cmake/CLI11 /usr/share/cmake/nlohmann_json "$stage/share/cmake"
+}
+
 # With what Debian's copyright files refer to by a path, so that the texts are
 # whole away from Debian.
 install_licences() {
@@ -146,7 +153,7 @@ install_licences() {
         dpkg-parsechangelog -l "$(source_of "$name")debian/changelog" -S Version >"$to/${name%1.74}/version"
     done
     for name in googletest:googletest winpthreads:mingw-w64-x86-64-dev \
-        gcc-runtime:gcc-mingw-w64-x86-64-posix-runtime; do
+        cli11:libcli11-dev nlohmann-json:nlohmann-json3-dev gcc-runtime:gcc-mingw-w64-x86-64-posix-runtime; do
         package=${name#*:} name=${name%:*}
         install -Dm644 "/usr/share/doc/$package/copyright" "$to/$name/copyright"
         dpkg-query -W -f '${Version}\n' "$package" >"$to/$name/version"
@@ -198,6 +205,7 @@ build() {
     step "googletest" build_cmake googletest -DBUILD_GMOCK=ON
     step "boost" build_boost
     step "runtime" install_runtime
+    step "headers" install_headers
     step "licences" install_licences
     step "check" finish
 }
