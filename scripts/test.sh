@@ -8,7 +8,7 @@ source "$root/scripts/common.sh"
 usage() {
     cat <<END
 Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | windows-trust |
-                                 instructions | collector | arm64 | all]
+                                instructions | collector | arm64 | all]
 
 Without a name: linux. trust and windows-trust need root; the others need it only
 to install packages.
