@@ -193,7 +193,7 @@ class Loader:
     def insert(self, path, identity):
         started = time.monotonic()
         reader = Reader(self.filters, self.key, datetime.datetime.now(datetime.timezone.utc).date())
-        values = variables({**identity, "fingerprint": self.fingerprint, "rate": self.sample})
+        values = variables({"rate": self.sample, **identity, "fingerprint": self.fingerprint})
         # Without "COMMIT" nothing counts: psql reads it last, whatever kills this process before.
         with subprocess.Popen(PSQL + values, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True,
                               encoding="utf-8") as psql:
@@ -232,8 +232,8 @@ def main():
     arguments.key = arguments.key or os.path.join(arguments.data, "key")
     try:
         Loader(arguments).run()
-    except (OSError, subprocess.CalledProcessError) as error:
-        sys.exit(f"load.py: the remaining files wait for the next time: {error}")
+    except subprocess.CalledProcessError:
+        sys.exit("load.py: the remaining files wait for the next time")
 
 
 if __name__ == "__main__":

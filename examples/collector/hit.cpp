@@ -3,18 +3,18 @@
 
 #include <boost/locale/utf.hpp>
 
-#include <map>
+#include <utility>
 
 namespace collector {
 
 namespace {
 
-using parameters_t = std::map<std::string, std::string, std::less<>>;
 using utf8_t = boost::locale::utf::utf_traits<char>;
 
-// The library sends these two as they stand, so a "%" in them begins no escape sequence.
-bool is_sent_unescaped(std::string_view key) {
-    return key == "cid" || key == "av";
+constexpr std::string_view beginning = "v=1&tid=UA-40271936-07&cid=";
+
+[[noreturn]] void fail(const std::string& reason) {
+    throw malformed_hit_t(reason);
 }
 
 int hex_digit(char c) {
@@ -27,104 +27,104 @@ int hex_digit(char c) {
     return -1;
 }
 
-std::string percent_decoded(std::string_view key, std::string_view value) {
+bool is_unreserved(char c) {
+    const bool is_letter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+    return is_letter || (c >= '0' && c <= '9') || c == '-' || c == '.' || c == '_' || c == '~';
+}
+
+/// Decodes as much of the text as is percent-encoded, and takes it off the text.
+std::string take_encoded(std::string_view& text) {
     std::string result;
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        if (value[i] != '%') {
-            result.push_back(value[i]);
-            continue;
-        }
-        const int high = i + 2 < value.size() ? hex_digit(value[i + 1]) : -1;
-        const int low = high >= 0 ? hex_digit(value[i + 2]) : -1;
-        if (low < 0)
-            throw malformed_hit_t("broken escape sequence in \"" + std::string(key) + "\"");
-        result.push_back(static_cast<char>(high * 16 + low));
-        i += 2;
+    while (!text.empty()) {
+        const bool has_escape = text.size() > 2 && text[0] == '%';
+        const int high = has_escape ? hex_digit(text[1]) : -1;
+        const int low = has_escape ? hex_digit(text[2]) : -1;
+        if (!is_unreserved(text[0]) && (high < 0 || low < 0))
+            break;
+        result.push_back(is_unreserved(text[0]) ? text[0] : static_cast<char>(high * 16 + low));
+        text.remove_prefix(is_unreserved(text[0]) ? 1 : 3);
     }
     return result;
 }
 
-bool is_utf8(std::string_view text) {
+std::string checked(std::string_view name, std::string text) {
     const char* position = text.data();
     const char* const end = position + text.size();
     while (position != end)
         if (!boost::locale::utf::is_valid_codepoint(utf8_t::decode(position, end)))
-            return false;
+            fail(std::string(name) + " is not UTF-8");
+    return text;
+}
+
+bool take(std::string_view& text, std::string_view prefix) {
+    if (text.substr(0, prefix.size()) != prefix)
+        return false;
+    text.remove_prefix(prefix.size());
     return true;
 }
 
-void add_parameter(parameters_t& parameters, std::string_view key, std::string_view value) {
-    std::string decoded = is_sent_unescaped(key) ? std::string(value) : percent_decoded(key, value);
-    if (!is_utf8(decoded))
-        throw malformed_hit_t("\"" + std::string(key) + "\" is not UTF-8");
-    if (!parameters.emplace(key, std::move(decoded)).second)
-        throw malformed_hit_t("\"" + std::string(key) + "\" stands there twice");
-}
-
-// Where the value ends: at the next "&" that begins a parameter. A version may hold a bare "&", for it is
-// sent unescaped.
-std::size_t end_of_value(std::string_view text) {
-    std::size_t end = text.find('&');
-    while (end != std::string_view::npos) {
-        const std::size_t next = text.find_first_of("&=", end + 1);
-        if (next != std::string_view::npos && text[next] == '=')
-            return end;
-        end = next;
+/// Takes the machine id and the first product that a version follows.
+void take_front(std::string_view& text, hit_t& hit) {
+    constexpr std::string_view product = "&an=";
+    for (std::size_t at = text.find(product); at != std::string_view::npos; at = text.find(product, at + 1)) {
+        std::string_view rest = text.substr(at + product.size());
+        std::string name = take_encoded(rest);
+        if (!take(rest, "&av="))
+            continue;
+        hit.machine_id = checked("the machine id", std::string(text.substr(0, at)));
+        hit.product = checked("the product", std::move(name));
+        text = rest;
+        return;
     }
-    return text.size();
+    fail("no product and version");
 }
 
-parameters_t parse_parameters(std::string_view body) {
-    parameters_t parameters;
-    while (!body.empty()) {
-        const std::size_t equals = body.find('=');
-        if (equals == std::string_view::npos || equals == 0)
-            throw malformed_hit_t("text that is no parameter: " + quoted(body.substr(0, 40)));
-        const std::string_view key = body.substr(0, equals);
-        body.remove_prefix(equals + 1);
-        const std::size_t end = end_of_value(body);
-        add_parameter(parameters, key, body.substr(0, end));
-        body.remove_prefix(end);
-        if (!body.empty())
-            body.remove_prefix(1);
-    }
-    return parameters;
+/// Takes the last parameter off if it has the name. @return its value, still encoded
+std::optional<std::string_view> take_last(std::string_view& text, std::string_view name) {
+    const std::size_t begin = text.rfind('&');
+    if (begin == std::string_view::npos)
+        return std::nullopt;
+    std::string_view value = text.substr(begin + 1);
+    if (!take(value, name))
+        return std::nullopt;
+    text = text.substr(0, begin);
+    return value;
 }
 
-const std::string& required(const parameters_t& parameters, std::string_view key) {
-    const auto place = parameters.find(key);
-    if (place == parameters.end())
-        throw malformed_hit_t("\"" + std::string(key) + "\" is missing");
-    return place->second;
+std::string decoded(std::string_view name, std::optional<std::string_view> value) {
+    if (!value)
+        fail("no " + std::string(name));
+    std::string text = take_encoded(*value);
+    if (!value->empty())
+        fail("the " + std::string(name) + " is not percent-encoded");
+    return checked("the " + std::string(name), std::move(text));
 }
 
-void require(const parameters_t& parameters, std::string_view key, std::string_view value) {
-    if (required(parameters, key) != value)
-        throw malformed_hit_t("\"" + std::string(key) + "\" is not \"" + std::string(value) + "\"");
-}
-
-bool read_regular_user(const parameters_t& parameters) {
-    const std::string& answer = required(parameters, "cd3");
-    if (answer != "y" && answer != "n")
-        throw malformed_hit_t("\"cd3\" is neither \"y\" nor \"n\"");
-    return answer == "y";
+/// Takes all that follows the version.
+void take_back(std::string_view& text, hit_t& hit) {
+    const auto regular = take_last(text, "cd3=");
+    if (regular != "y" && regular != "n")
+        fail("\"cd3\" is neither \"y\" nor \"n\"");
+    hit.is_regular_user = regular == "y";
+    if (const auto label = take_last(text, "el="))
+        hit.label = decoded("label", label);
+    hit.category = decoded("category", take_last(text, "ec="));
+    if (take_last(text, "t=") != "event")
+        fail("the hit is no event");
+    hit.os = decoded("system", take_last(text, "cd2="));
+    if (take_last(text, "cd1=") != "win32")
+        fail("\"cd1\" is not \"win32\"");
 }
 
 } // namespace
 
 hit_t parse_hit(std::string_view body) {
-    const parameters_t parameters = parse_parameters(body);
-    require(parameters, "v", "1");
-    require(parameters, "t", "event");
-    if (required(parameters, "tid").empty() || required(parameters, "cid").empty())
-        throw malformed_hit_t("\"tid\" or \"cid\" is empty");
+    if (!take(body, beginning))
+        fail("the text does not begin like a hit");
     hit_t hit;
-    hit.category = required(parameters, "ec");
-    hit.product = required(parameters, "an");
-    hit.version = required(parameters, "av");
-    hit.is_regular_user = read_regular_user(parameters);
-    if (const auto label = parameters.find("el"); label != parameters.end())
-        hit.label = label->second;
+    take_front(body, hit);
+    take_back(body, hit);
+    hit.version = checked("the version", std::string(body));
     return hit;
 }
 

@@ -10,21 +10,26 @@ namespace collector {
 
 /// One event hit, its texts decoded to UTF-8.
 struct hit_t {
-    std::string category;
-    std::optional<std::string> label;
+    std::string machine_id;
     std::string product;
     std::string version;
+    std::string os;
+    std::string category;
+    std::optional<std::string> label;
     bool is_regular_user = false;
 };
 
-/// The text is fit for people: it says what is wrong with the hit.
+/// Says for people what is wrong with the hit.
 class malformed_hit_t : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Reads a form-encoded event hit of the Measurement Protocol, version 1.
-/// Throws malformed_hit_t when a parameter is missing, stands there twice, or cannot be decoded.
+/// Reads a hit as the library composes it. Throws malformed_hit_t for any other text.
+///
+/// Machine id and version are free text, sent without escapes: they may hold "&" and "=". So the hit is read
+/// from both ends: the first product and version count, and the last system, category, label and regular
+/// user.
 hit_t parse_hit(std::string_view body);
 
 /// One line without an end: category, label, product, version, regular user or not.

@@ -143,7 +143,8 @@ void collect(const options_t& options) {
     signals.async_wait([](const boost::system::error_code&, int) {});
     int hits = 0;
     const collector::server_t server(
-        [&hits, raw = options.raw](const auto& request) { return judge(request, hits, raw); }, options.port);
+        [&hits, raw = options.raw](const auto& request) { return judge(request, hits, raw); },
+        {options.port});
     std::cout << "listening on " << server.url() << std::endl;
     if (!options.port_file.empty())
         write_port_file(options.port_file, server.port());

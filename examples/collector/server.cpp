@@ -21,18 +21,20 @@ namespace beast = boost::beast;
 namespace http = boost::beast::http;
 using tcp = asio::ip::tcp;
 
-constexpr std::uint64_t longest_body = std::uint64_t{16} << 20U;
 constexpr std::chrono::seconds generous_limit{60};
 
 /// One connection: reads a request, answers it, and starts over until the peer has enough.
 class session_t : public std::enable_shared_from_this<session_t> {
 public:
-    session_t(const server_t::judge_t& judge, tcp::socket socket, int connection)
-        : m_judge(judge), m_stream(std::move(socket)), m_connection(connection) {}
+    session_t(const server_t::judge_t& judge, std::uint64_t longest_body, tcp::socket socket, int connection)
+        : m_judge(judge),
+          m_longest_body(longest_body),
+          m_stream(std::move(socket)),
+          m_connection(connection) {}
 
     void read() {
         m_parser.emplace();
-        m_parser->body_limit(longest_body);
+        m_parser->body_limit(m_longest_body);
         http::async_read(
             m_stream, m_buffer, *m_parser,
             [self = shared_from_this()](beast::error_code error, std::size_t) { self->on_read(error); });
@@ -66,6 +68,7 @@ private:
     }
 
     const server_t::judge_t& m_judge;
+    const std::uint64_t m_longest_body;
     beast::tcp_stream m_stream;
     int m_connection;
     beast::flat_buffer m_buffer;
@@ -77,21 +80,28 @@ private:
 
 class server_t::listener_t {
 public:
-    listener_t(judge_t judge, unsigned short port)
-        : m_judge([this, judge = std::move(judge)](const auto& request) {
+    listener_t(judge_t judge, server_settings_t settings)
+        : m_settings(std::move(settings)),
+          m_judge([this, judge = std::move(judge)](const auto& request) {
               return keep(request, judge(request));
           }),
-          m_acceptor(m_context, {asio::ip::address_v4::loopback(), port}) {
+          m_acceptor(m_context, {asio::ip::address_v4::loopback(), m_settings.port}) {
         accept();
         m_thread = std::thread([this] { m_context.run(); });
     }
 
-    ~listener_t() {
-        m_context.stop();
-        m_thread.join();
+    ~listener_t() { stop(); }
+
+    void finish() {
+        stop();
+        m_context.restart();
+        while (m_context.poll() > 0)
+            ;
     }
 
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(port()) + m_settings.target; }
     unsigned short port() const { return m_acceptor.local_endpoint().port(); }
+    std::intptr_t native_handle() { return static_cast<std::intptr_t>(m_acceptor.native_handle()); }
 
     std::vector<request_t> requests() const {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -104,24 +114,35 @@ public:
     }
 
 private:
+    void stop() {
+        m_context.stop();
+        if (m_thread.joinable())
+            m_thread.join();
+    }
+
     void accept() {
         m_acceptor.async_accept([this](beast::error_code error, tcp::socket socket) {
             if (error == asio::error::operation_aborted)
                 return;
             if (!error)
-                std::make_shared<session_t>(m_judge, std::move(socket), ++m_connections)->read();
+                std::make_shared<session_t>(m_judge, m_settings.longest_body, std::move(socket),
+                                            ++m_connections)
+                    ->read();
             accept();
         });
     }
 
     unsigned keep(request_t request, unsigned status) {
         request.status = status;
+        if (!m_settings.keeps_requests)
+            return status;
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_requests.push_back(std::move(request));
         m_arrived.notify_all();
         return status;
     }
 
+    const server_settings_t m_settings;
     mutable std::mutex m_mutex;
     mutable std::condition_variable m_arrived;
     std::vector<request_t> m_requests; ///< guarded by m_mutex
@@ -132,8 +153,8 @@ private:
     std::thread m_thread;
 };
 
-server_t::server_t(judge_t judge, unsigned short port)
-    : m_listener(std::make_unique<listener_t>(std::move(judge), port)) {}
+server_t::server_t(judge_t judge, server_settings_t settings)
+    : m_listener(std::make_unique<listener_t>(std::move(judge), std::move(settings))) {}
 
 server_t::~server_t() = default;
 
@@ -141,7 +162,13 @@ unsigned short server_t::port() const {
     return m_listener->port();
 }
 std::string server_t::url() const {
-    return "http://127.0.0.1:" + std::to_string(port()) + "/collect";
+    return m_listener->url();
+}
+void server_t::finish() {
+    m_listener->finish();
+}
+std::intptr_t server_t::native_handle() const {
+    return m_listener->native_handle();
 }
 std::vector<request_t> server_t::requests() const {
     return m_listener->requests();

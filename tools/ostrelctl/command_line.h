@@ -2,15 +2,19 @@
 #pragma once
 
 #include "commands.h"
+#include "watch.h"
 
 #include <CLI/CLI.hpp>
 
+#include <variant>
+
 namespace ostrelctl {
 
-using command_t = outcome_t (*)(const request_t&);
+/// What the command line chooses: a command that shows something, or what to watch.
+using show_t = outcome_t (*)(const request_t&);
+using command_t = std::variant<show_t, watch_t>;
 
 /// Fills @p request from the arguments, which are UTF-8 and without the program's name.
-/// @return the chosen command
 /// Throws CLI::Success for --help and --version, CLI::ParseError for wrong usage.
 command_t parse(CLI::App& app, request_t& request, std::vector<std::string> arguments);
 

@@ -16,9 +16,18 @@ using quillkit::strings::utf16_to_utf8;
 
 constexpr int schema = 1;
 
+// Arguments and variables may hold anything. On a terminal only ASCII is written: beyond it there are control
+// characters too.
+std::string dump(const json_t& document, int indent) {
+    return document.dump(indent, ' ', is_terminal(), json_t::error_handler_t::replace);
+}
+
 std::string dump(const json_t& document) {
-    // Arguments and variables may hold anything.
-    return document.dump(2, ' ', false, json_t::error_handler_t::replace) + "\n";
+    return dump(document, 2) + "\n";
+}
+
+std::string dump_line(const json_t& document) {
+    return dump(document, -1) + "\n";
 }
 
 json_t text_or_null(const std::string& text) {
@@ -134,6 +143,24 @@ std::string products_json(const std::vector<library::stored_product_t>& products
         list.push_back({{"name", utf16_to_utf8(product.name)},
                         {"folder", utf16_to_utf8(product.statistic_dir.as_string())}});
     return dump({{"schema", schema}, {"products", list}});
+}
+
+std::string hit_json(const collector::hit_t& hit, const std::string* body) {
+    json_t document = {{"schema", schema},
+                       {"category", hit.category},
+                       {"label", hit.label ? json_t(*hit.label) : json_t()},
+                       {"product", hit.product},
+                       {"version", hit.version},
+                       {"machine_id", hit.machine_id},
+                       {"os", hit.os},
+                       {"regular_user", hit.is_regular_user}};
+    if (body != nullptr)
+        document["body"] = *body;
+    return dump_line(document);
+}
+
+std::string malformed_json(const std::string& reason, const std::string& body) {
+    return dump_line({{"schema", schema}, {"malformed", reason}, {"body", body}});
 }
 
 } // namespace ostrelctl

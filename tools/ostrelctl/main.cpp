@@ -3,6 +3,7 @@
 #include "printable.h"
 #include "terminal.h"
 
+#include <sstream>
 #include <stdexcept>
 
 namespace {
@@ -11,7 +12,10 @@ using namespace ostrelctl;
 
 int run(CLI::App& app, std::vector<std::string> arguments) {
     request_t request;
-    const outcome_t outcome = parse(app, request, std::move(arguments))(request);
+    const command_t command = parse(app, request, std::move(arguments));
+    if (const auto* const watched = std::get_if<watch_t>(&command))
+        return watch(*watched);
+    const outcome_t outcome = std::get<show_t>(command)(request);
     if (!print(outcome.text))
         throw std::runtime_error("standard output cannot be written" +
                                  (outcome.done.empty() ? "" : "; " + outcome.done));
@@ -25,11 +29,13 @@ int main(int count, char** arguments) { // NOLINT(bugprone-exception-escape): on
     try {
         return run(app, utf8_arguments(count, arguments));
     } catch (const CLI::Success& request) {
-        return app.exit(request); // --help and --version
+        std::ostringstream text;
+        const int status = app.exit(request, text, text); // --help and --version
+        return print(text.str()) ? status : failed;
     } catch (const CLI::ParseError& fault) {
         complain(printable(fault.what()) +
-                 "\nTry: ostrelctl status | preview NAME... | consent [yes|no|forget] | products, each with "
-                 "--help.");
+                 "\nTry: ostrelctl status | preview NAME... | consent [yes|no|forget] | products | "
+                 "watch -- COMMAND..., each with --help.");
     } catch (const std::exception& fault) {
         complain(printable(fault.what()));
     }

@@ -4,6 +4,8 @@
 #include "inspection.h"
 #include "preview.h"
 
+#include "collector/hit.h"
+
 #include <string>
 #include <vector>
 
@@ -45,5 +47,9 @@ std::string status_json(const inspection_t& found);
 std::string preview_json(const inspection_t& found, const std::vector<preview_t>& previews);
 std::string consent_json(const consent_report_t& report);
 std::string products_json(const std::vector<library::stored_product_t>& products);
+
+/// One JSON object in one line. @param body may be null
+std::string hit_json(const collector::hit_t& hit, const std::string* body);
+std::string malformed_json(const std::string& reason, const std::string& body);
 
 } // namespace ostrelctl

@@ -70,7 +70,9 @@ std::string fault_of_filter(const inspection_t& found) {
     const library::place_t* const filter = filter_of(found);
     if (filter == nullptr || filter->state == library::place_t::readable)
         return {};
-    return "(The event filter is " + words_of(code_of(filter->state)) +
+    const std::string state =
+        filter->state == library::place_t::device ? "a device" : words_of(code_of(filter->state));
+    return "(The event filter is " + state +
            ", so that it lists nothing: " + printable(utf16_to_utf8(filter->path.as_string())) + ")\n";
 }
 

@@ -1,0 +1,60 @@
+// The inspection tool where only POSIX has the situation: modes, devices and signals.
+#include "support/posix/user.h"
+#include "support/profile.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+using namespace test_support;
+
+namespace {
+
+int run_in_shell(const std::string& command) {
+    return WEXITSTATUS(std::system(command.c_str()));
+}
+
+} // namespace
+
+TEST(ostrelctl_on_posix, an_answer_is_recorded_although_it_cannot_be_read_or_shown) {
+    const profile_t profile;
+    fs::permissions(profile.folder(), fs::perms(0755));
+    const std::string tool = profile.folder() / "ostrelctl"; // within reach of the ordinary user
+    fs::copy_file(OSTRELCTL, tool);
+    as_ordinary_user(profile.local_app_data(), [&] {
+        const std::string output = "'" + (profile.local_app_data() / "output").string() + "'";
+        write_file(profile.virk(), "1");
+        fs::permissions(profile.virk(), fs::perms(0200));
+        EXPECT_EQ(run_in_shell(tool + " consent no >" + output), 0);
+        const std::string shown = *read_file(profile.local_app_data() / "output");
+        EXPECT_NE(shown.find("no was written, but products cannot read it"), std::string::npos) << shown;
+        fs::permissions(profile.virk(), fs::perms(0600));
+        EXPECT_EQ(read_file(profile.virk()), "0");
+        EXPECT_EQ(run_in_shell(tool + " consent yes 2>" + output + " >/dev/full"), 2);
+        EXPECT_EQ(read_file(profile.local_app_data() / "output"),
+                  "ostrelctl: standard output cannot be written; the answer was recorded\n");
+        EXPECT_EQ(read_file(profile.virk()), "1");
+    });
+}
+
+TEST(ostrelctl_on_posix, an_event_filter_that_is_a_device_lists_nothing) {
+    const profile_t profile;
+    profile.set("NORVANE_FORCE_FEEDBACK", "1");
+    const finished_t shown = run_program({OSTRELCTL, "preview", "--filter", "/dev/null", "run.a"});
+    EXPECT_EQ(shown.status, 0);
+    EXPECT_NE(shown.output.find("The event filter is a device, so that it lists nothing"), std::string::npos);
+}
+
+TEST(ostrelctl_on_posix, watch_passes_an_interrupt_on_and_ends_last) {
+    const profile_t profile;
+    const finished_t shown = run_program(
+        {OSTRELCTL, "watch", "--", "sh", "-c",
+         "trap 'echo stopping; exit 3' INT; kill -INT $PPID; for i in $(seq 6000); do sleep 0.01; done"});
+    EXPECT_EQ(shown.status, 3);
+    EXPECT_EQ(shown.errors.find("stopping\nostrelctl: 0 hits"), 0U) << shown.errors;
+}
+
+TEST(ostrelctl_on_posix, watch_reports_a_signal_as_shells_do) {
+    const profile_t profile;
+    EXPECT_EQ(run_program({OSTRELCTL, "watch", "--", "sh", "-c", "kill -TERM $$"}).status, 128 + SIGTERM);
+    EXPECT_EQ(run_program({OSTRELCTL, "watch", "--", "/"}).status, 126);
+}
