@@ -52,7 +52,6 @@ Function symbol(void* library, const char* name) {
 
 /// In the workspace of the process that started this one, which has made an object before.
 double create(void* library) {
-    bench::silence();
     settor2_product_locations_t locations{};
     locations.folder = std::getenv("XDG_DATA_HOME");
     symbol<void (*)(const settor2_product_locations_t*)>(library,

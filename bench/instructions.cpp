@@ -12,18 +12,40 @@
 #include <cstdlib>
 #include <string>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
-void notify(const char* name, int names, bool collecting, int calls) {
-    const bench::workspace_t workspace;
+void install(const bench::workspace_t& workspace, int names, bool collecting) {
     workspace.set_filter(names);
     const std::string folder = workspace.folder();
     settor2_product_locations_t locations{};
     locations.folder = folder.c_str();
     settor2_install_product_locations(&locations);
     bench::collect(collecting);
+}
+
+/// The first object of a process, in a folder where an earlier process has left its files.
+void create(int names, bool collecting) {
+    const bench::workspace_t workspace;
+    install(workspace, names, collecting);
+    const pid_t earlier = ::fork();
+    if (earlier == 0) {
+        statistic_handle_t* const handle = ostrel_create_statistic(bench::product, bench::version);
+        ostrel_notify_feature_usage(handle, bench::missed_name);
+        ostrel_destroy_statistic(handle);
+        ::_exit(0);
+    }
+    ::waitpid(earlier, nullptr, 0);
+    CALLGRIND_START_INSTRUMENTATION;
+    ostrel_destroy_statistic(ostrel_create_statistic(bench::product, bench::version));
+    CALLGRIND_STOP_INSTRUMENTATION;
+}
+
+void notify(const char* name, int names, bool collecting, int calls) {
+    const bench::workspace_t workspace;
+    install(workspace, names, collecting);
     if (const char* const url = std::getenv("BENCH_URL"))
         bench::post_to(url);
     statistic_handle_t* const handle = ostrel_create_statistic(bench::product, bench::version);
@@ -69,10 +91,19 @@ void serve() {
     }
 }
 
+/// Takes the prefix of a measurement off. @return whether it was there
+bool take_prefix(std::string& what, const std::string& prefix) {
+    if (what.compare(0, prefix.size(), prefix) != 0)
+        return false;
+    what.erase(0, prefix.size());
+    return true;
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
-    const std::string what = count > 1 ? arguments[1] : "";
+    std::string what = count > 1 ? arguments[1] : "";
+    bench::silence(take_prefix(what, "silenced-"));
     const int number = count > 2 ? std::atoi(arguments[2]) : 100;
     const int calls = count > 3 ? std::atoi(arguments[3]) : 1'000;
     if (what == "routed")
@@ -83,6 +114,10 @@ int main(int count, char** arguments) {
         notify(bench::missed_name, number, true, calls);
     else if (what == "off")
         notify(bench::routed_name, number, false, calls);
+    else if (what == "create")
+        create(number, true);
+    else if (what == "create-off")
+        create(number, false);
     else if (what == "bare")
         bare(std::getenv("BENCH_URL"), number, calls);
     else if (what == "serve")

@@ -69,20 +69,33 @@ step "configure bench" cmake -G Ninja -B build/bench -DCMAKE_BUILD_TYPE=Release 
     -DOSTREL_BUILD_TESTS=OFF -DOSTREL_BUILD_EXAMPLES=OFF
 step "build bench (log in $log)" cmake --build build/bench --target instructions
 
+# The first object of a process, made and destroyed.
+an_object() {
+    count "$1-$2" "$1" "$2" 1
+    total "$work/$1-$2-01"
+}
+
 declare -A counted
-for what in routed escaped missed off; do
+for what in {,silenced-}{routed,escaped,missed,off}; do
     counted[$what]=$(a_call "$what" 100)
 done
+counted[create-off]=$(an_object create-off 100)
+counted[create]=$(an_object create 100)
+counted[filter]=$((counted[create-off] - $(an_object create-off 1)))
 counted[names]=$(($(a_call routed 1000) - $(a_call routed 1)))
 counted[delivery]=$(delivery)
-if grep -q pthread_mutex_lock "$work/off-100-01"; then
-    die "a notification takes a lock while collection is off"
+if grep -q pthread_mutex_lock "$work/silenced-off-100-01"; then
+    die "a notification takes a lock while collection and the logger are off"
 fi
 
 declare -rA titles=(
     [routed]="enabled and routed, until the hit is in the queue" [escaped]="the same with a name that needs escaping"
-    [missed]="name not in the filter" [off]="collection off, the day of use recorded, no lock"
+    [missed]="name not in the filter" [off]="collection off, the day of use recorded"
+    [silenced-routed]="logger off: enabled and routed" [silenced-escaped]="logger off: a name that needs escaping"
+    [silenced-missed]="logger off: name not in the filter" [silenced-off]="logger off: collection off, no lock"
     [names]="1,000 names in the filter against 1, more" [delivery]="delivery, per cent of a bare loop"
+    [create-off]="create and destroy, collection off, 100 names" [create]="create and destroy, collecting, 100 names"
+    [filter]="100 names in the filter against 1 at create, more"
 )
 printf '\n| instructions a call | goal | limit | counted | |\n|---|---|---|---|---|\n'
 status=0

@@ -2,7 +2,7 @@
 #include "allocations.h"
 #include "parts.h"
 
-#include "http_connector/http_connector.h"
+#include "http_connector/percent_encode.h"
 #include "platform/clock.h"
 #include "statistic_impl/event_filter.h"
 #include "statistic_impl_ga/log.h"
@@ -11,6 +11,7 @@
 #include <benchmark/benchmark.h>
 #include <boost/thread/sync_queue.hpp>
 
+#include <set>
 #include <thread>
 
 namespace {
@@ -33,19 +34,26 @@ void notify(benchmark::State& state, const char* name, bool collecting) {
     report(state, handle.get(), name);
 }
 
+void notify_silenced(benchmark::State& state, const char* name, bool collecting) {
+    bench::silence(true);
+    notify(state, name, collecting);
+    bench::silence(false);
+}
+
 /// The same with nothing left out that the result needs, and nothing added: no views, no clever search.
 void notify_parts(benchmark::State& state, const char* name) {
     bench::environment().workspace.set_filter(static_cast<int>(state.range(0)));
-    const event_set_t enabled = load_enabled_events(event_filter_path());
+    const event_filter_t filter = load_enabled_events(event_filter_path());
+    const std::set<std::wstring> enabled(filter.names().begin(), filter.names().end());
     const std::string prefix = bench::routed_hit().substr(0, 150);
-    const http_connector_t connector(bench::nowhere);
     boost::sync_queue<std::string> queue;
     for (auto _ : state) {
         const std::wstring wide = quillkit::strings::utf8_to_utf16(name);
         if (enabled.find(wide) == enabled.end())
             continue;
-        const std::string category = connector.escape(quillkit::strings::utf16_to_utf8(wide));
-        queue.push(prefix + "&t=event&ec=" + category + "&cd3=n");
+        std::string hit = prefix + "&t=event&ec=";
+        append_percent_encoded(hit, wide);
+        queue.push(hit + "&cd3=n");
         benchmark::DoNotOptimize(queue.pull());
     }
 }
@@ -116,6 +124,10 @@ BENCHMARK_CAPTURE(notify, missed, bench::missed_name, true)
     ->Arg(100'000);
 BENCHMARK_CAPTURE(notify_parts, missed, bench::missed_name)->Arg(100);
 BENCHMARK_CAPTURE(notify, off, bench::routed_name, false)->Arg(100);
+BENCHMARK_CAPTURE(notify_silenced, routed, bench::routed_name, true)->Arg(100);
+BENCHMARK_CAPTURE(notify_silenced, escaped, bench::escaped_name, true)->Arg(100);
+BENCHMARK_CAPTURE(notify_silenced, missed, bench::missed_name, true)->Arg(100);
+BENCHMARK_CAPTURE(notify_silenced, off, bench::routed_name, false)->Arg(100);
 BENCHMARK(off_parts);
 BENCHMARK(threads)->Arg(2)->Arg(1)->Arg(4)->Arg(8)->UseManualTime()->Iterations(11);
 BENCHMARK(hits)->RangeMultiplier(10)->Range(1'000, 1'000'000)->UseManualTime()->Iterations(5);

@@ -24,7 +24,6 @@ workspace_t::workspace_t() {
         ::unsetenv(proxy);
     collect(true);
     post_to(nowhere);
-    silence();
 }
 
 workspace_t::~workspace_t() {
@@ -48,8 +47,9 @@ void workspace_t::set_filter(int names) const {
     file << "</bag>\n";
 }
 
-void silence() {
-    log4cplus::Logger::getInstance(LOG4CPLUS_TEXT("ostrel.statistic")).setLogLevel(log4cplus::OFF_LOG_LEVEL);
+void silence(bool is_silent) {
+    log4cplus::Logger::getInstance(LOG4CPLUS_TEXT("ostrel.statistic"))
+        .setLogLevel(is_silent ? log4cplus::OFF_LOG_LEVEL : log4cplus::NOT_SET_LOG_LEVEL);
 }
 
 void collect(bool enabled) {

@@ -15,7 +15,8 @@ constexpr const char* machine_id = "3F2A0C91-7B44-E012-9C5D-0A1B2C3D4E5F";
 constexpr const char* product = "vemtra";
 constexpr const char* version = "7.1.312";
 
-/// A data folder and an environment of our own, and no logging; the folder goes with the object.
+/// A data folder and an environment of our own; the destructor removes the folder. Logging is as in a host
+/// that never touches log4cplus.
 class workspace_t {
 public:
     workspace_t();
@@ -32,8 +33,8 @@ private:
     std::filesystem::path m_folder;
 };
 
-/// Switches the library's lines off.
-void silence();
+/// Switches the library's logger off, or back to how log4cplus makes it.
+void silence(bool is_silent);
 /// Sets the switch for objects made from now on.
 void collect(bool enabled);
 /// Where objects made from now on post to.

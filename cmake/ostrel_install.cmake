@@ -47,7 +47,8 @@ install(
   COMPONENT development)
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ostrelConfig.cmake.in
-                              ${PROJECT_BINARY_DIR}/ostrelConfig.cmake INSTALL_DESTINATION ${package_dir})
+                              ${PROJECT_BINARY_DIR}/ostrelConfig.cmake INSTALL_DESTINATION ${package_dir}
+                              PATH_VARS CMAKE_INSTALL_LIBDIR)
 # The C++ namespace carries the whole version: another one is another interface.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake COMPATIBILITY ExactVersion)
 # CMake prints the version when it refuses a package.
@@ -74,6 +75,7 @@ if(PROJECT_IS_TOP_LEVEL) # another project's tree keeps its own record of what i
 endif()
 
 if(WIN32)
+  include(${PROJECT_SOURCE_DIR}/cmake/ostrel_import_library.cmake)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/windows-hosts.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 endif()
 if(WIN32 AND PROJECT_IS_TOP_LEVEL) # a parent project packs itself

@@ -1,6 +1,5 @@
 // Feeds arbitrary bytes to whatever reads text from outside, and holds what comes back against simpler rules;
 // TARGET names the function that one executable runs.
-#include "http_connector/http_connector.h"
 #include "ostrel/datetime.h"
 #include "pellar_accessor/exchange.h"
 #include "pellar_accessor/quote.h"
@@ -17,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <unistd.h>
 
@@ -132,7 +132,8 @@ std::string sent(std::wstring_view text) {
     return result;
 }
 
-std::optional<route_t> routed_simply(const std::wstring& feature, const event_set_t& enabled) {
+std::optional<route_t> routed_simply(const std::wstring& feature,
+                                     const std::set<std::wstring, std::less<>>& enabled) {
     const std::wstring_view name = feature;
     for (auto end = name.size(); end != std::wstring_view::npos;
          end = end == 0 ? end - 1 : name.rfind(L'.', end - 1))
@@ -145,27 +146,24 @@ std::optional<route_t> routed_simply(const std::wstring& feature, const event_se
 
 // The first line is the product's name, the second the feature's, the others are the filter.
 [[maybe_unused]] void feature(std::string_view rest) {
-    static http_connector_t connector("http://127.0.0.1:9/collect");
-    const auto escape = [](std::string text) { return connector.escape(std::move(text)); };
     const std::wstring product = to_wide(next_line(rest));
     const std::wstring name = to_wide(next_line(rest));
-    event_set_t enabled;
+    std::vector<std::wstring> listed;
     while (!rest.empty())
-        enabled.insert(to_wide(next_line(rest)));
-    const auto route = route_feature(name, enabled);
+        listed.push_back(to_wide(next_line(rest)));
+    const std::set<std::wstring, std::less<>> enabled(listed.begin(), listed.end());
+    const auto route = route_feature(name, event_filter_t({listed.begin(), listed.end()}));
     const auto simply = routed_simply(name, enabled);
     require(route.has_value() == simply.has_value(), "routed or not");
     if (!route)
         return;
     require(route->category == simply->category && route->label == simply->label,
             "the longest enabled prefix");
-    const std::string hit =
-        compose_event_hit(compose_hit_prefix({"UA-1", L"ID", product, L"1.0", L"an OS"}, escape), *route,
-                          !product.empty(), escape);
-    const std::string label = sent(route->label);
-    require(hit == "v=1&tid=UA-1&cid=ID&an=" + sent(product) +
-                       "&av=1.0&cd1=win32&cd2=an%20OS&t=event&ec=" + sent(route->category) +
-                       (label.empty() ? "" : "&el=" + label) + (product.empty() ? "&cd3=n" : "&cd3=y"),
+    const std::string hit = compose_event_hit(compose_hit_prefix({"UA-1", L"ID", product, L"1.0", L"an OS"}),
+                                              *route, !product.empty());
+    require(hit == "v=1&tid=UA-1&cid=ID&an=" + sent(product) + "&av=1.0&cd1=win32&cd2=an%20OS&t=event&ec=" +
+                       sent(route->category) + (route->label.empty() ? "" : "&el=" + sent(route->label)) +
+                       (product.empty() ? "&cd3=n" : "&cd3=y"),
             "a hit to the byte");
 }
 

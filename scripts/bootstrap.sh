@@ -10,12 +10,15 @@ declare -rA groups=(
              libcurl4-openssl-dev liblog4cplus-dev libpugixml-dev libcli11-dev nlohmann-json3-dev"
     [test]="libgtest-dev pkg-config doxygen abigail-tools clang python3"
     [package]="dpkg-dev file lintian pkg-config"
-    [collector]="nginx-light"
+    [collector]="nginx-light libnginx-mod-http-echo postgresql-15 postgresql-client-15 postgresql-15-hll
+                 libjs-chart.js python3 util-linux"
+    [collector-test]="wrk chromium fonts-dejavu-core"
     [lint]="clang-format clang-tidy"
     [clang]="clang libclang-rt-dev"
     [trust]="nginx-light tinyproxy squid strace iproute2 util-linux python3"
     [bench]="libbenchmark-dev valgrind"
-    [wine]="netbase"
+    [arm64]="g++-aarch64-linux-gnu qemu-user"
+    [wine]="netbase clang lld llvm"
 )
 
 usage() {
@@ -29,26 +32,42 @@ Groups (without any: build test lint):
   build   compiler, CMake and the libraries that ostrel links
   test    GoogleTest, and what looks at packages, documents and the border
   package what CPack needs to make Debian packages
-  collector  nginx, to try the configuration in the documents
+  collector  nginx, PostgreSQL and what else collector/run.sh runs
+  collector-test  load generator and browser that its tests use
   lint    clang-format and clang-tidy
   clang   the second compiler that the tree has to build with
   trust   collectors, proxies and tracers that scripts/trust/ tries hosts with
   bench   Google Benchmark and valgrind
-  wine    names of network services, which Wine takes from the system
+  arm64   compiler for 64-bit Arm, and an emulator
+  wine    names of network services, which Wine takes from the system, and the
+          tools that build a Windows host with another compiler
 
   --list  print what is missing and install nothing
   --help  print this text
 END
 }
 
-as_root() {
-    if ((EUID == 0)); then
-        "$@"
-    elif command -v sudo >/dev/null; then
-        sudo -- "$@"
-    else
-        die "missing: ${missing[*]} (run this script as root to install them)"
-    fi
+# Our scripts run daemons in folders of their own, so the system starts none of what is installed here, neither now nor
+# at its next start, and PostgreSQL makes no database cluster "main". Files that stand already stay.
+install_packages() {
+    local created=() service
+    forbid /usr/sbin/policy-rc.d '#!/bin/sh\nexit 101\n'
+    forbid /etc/postgresql-common/createcluster.d/ostrel.conf 'create_main_cluster = false\n'
+    env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 \
+        install -y --no-install-recommends "$@" || { rm -f "${created[@]}"; return 1; }
+    rm -f "${created[@]}"
+    for service in nginx postgresql; do
+        [[ " $* " != *" $service"* ]] || deb-systemd-helper disable "$service.service"
+    done
+}
+
+# forbid FILE TEXT: creates it for the time of the installation.
+forbid() {
+    [[ ! -e $1 ]] || return 0
+    mkdir -p "${1%/*}"
+    # shellcheck disable=SC2059 # a constant of ours, with line ends
+    printf "$2" >"$1" && chmod 0755 "$1"
+    created+=("$1")
 }
 
 list_only=no
@@ -75,9 +94,14 @@ if [[ $list_only == yes ]]; then
     exit
 fi
 
+as_root=()
+if ((EUID)); then
+    command -v sudo >/dev/null || die "missing: ${missing[*]} (run this script as root to install them)"
+    as_root=(sudo --)
+fi
 echo "Installing ${missing[*]}"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-step "package lists" as_root apt-get -o DPkg::Lock::Timeout=600 update
-step "packages" as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 \
-    install -y --no-install-recommends "${missing[@]}"
+step "package lists" "${as_root[@]}" apt-get -o DPkg::Lock::Timeout=600 update
+step "packages" "${as_root[@]}" bash -euo pipefail -c "$(declare -f install_packages forbid); install_packages \"\$@\"" \
+    install_packages "${missing[@]}"

@@ -1,13 +1,26 @@
 #!/usr/bin/env bash
 # Checks a built DLL from outside: what it exports, how it is hardened, what it needs, and that it names no folder of
 # the machine that built it.
-#
-# Takes the DLL and folders that it must not name. With --update as first argument it writes the reviewed list of
-# exports anew.
 set -euo pipefail
+
+usage() {
+    cat <<END
+Usage: ${0##*/} [--update] DLL [FOLDER...]
+
+Checks the exports, the hardening and the needs of DLL, and that it names none
+of the folders.
+
+  --update  write the reviewed list, cmake/exports-windows.txt, anew
+  --help    print this text
+END
+}
 
 list=$(dirname -- "${BASH_SOURCE[0]}")/../cmake/exports-windows.txt
 update=no
+case ${1-} in
+--help) usage && exit ;;
+'') usage >&2 && exit 2 ;;
+esac
 [[ $1 != --update ]] || { update=yes && shift; }
 dll=$1
 shift

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds and runs what the documents show, makes the reference without a warning, and compares the table of CMake options.
+# Builds and runs what the documents show, makes the reference without a warning, and looks for what is left out.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -7,39 +7,29 @@ source "$root/scripts/common.sh"
 
 usage() {
     cat <<END
-Usage: ${0##*/} [--build-dir DIR] [--nginx]
+Usage: ${0##*/} [--build-dir DIR]
 
 Makes the reference of the public headers with Doxygen, looks for each CMake
-option in docs/host-guide.md, and builds and runs the programs in README.md and
-docs/, against the library in DIR (build/linux) and the example collector there.
+option in docs/host-guide.md, asks each script for its help, and builds and runs
+the programs in README.md and docs/, with the library and the example collector
+in DIR (build/linux).
 
-  --nginx  also run the collector of docs/host-guide.md and post a hit to it
-           (its ports 8089 and 8090 have to be free)
-  --help   print this text
+  --help  print this text
 END
 }
 
 build_dir=$root/build/linux
-with_nginx=no
 while (($#)); do
     case $1 in
     --build-dir) (($# > 1)) || die "--build-dir needs a value"
                  build_dir=$(realpath -- "$2") && shift 2 ;;
-    --nginx) with_nginx=yes && shift ;;
     --help) usage && exit ;;
     *) die "unknown option: $1 (see --help)" ;;
     esac
 done
 
-[[ $with_nginx == no ]] || "$root/scripts/bootstrap.sh" collector
-
 folder=$(mktemp -d)
-server=
-clean_up() {
-    [[ -z $server ]] || kill "$server" 2>/dev/null || true
-    rm -rf -- "$folder"
-}
-trap clean_up EXIT
+trap 'rm -rf -- "$folder"' EXIT
 
 # In a copy without a build folder, as in a fresh clone.
 reference() {
@@ -55,6 +45,13 @@ options() {
     diff <(cat "$root"/CMakeLists.txt "$root"/cmake/*.cmake | tr -s '\n ' ' ' |
         grep -oE 'option\(OSTREL_[A-Z_]+|set\(OSTREL_[A-Z_]+ [^ ]+ CACHE' | grep -oE 'OSTREL_[A-Z_]+' | sort -u) \
         <(sed -n '/^### CMake options/,/^## /s/^| `\(OSTREL_[A-Z_]*\)` .*/\1/p' "$root/docs/host-guide.md" | sort)
+}
+
+help_of_all() {
+    find "$root" \( -path "$root/build" -o -path "$root/.git" -o -path "$root/tests" \) -prune -o -type f -perm -u+x -print | while read -r script; do
+        echo "$script"
+        "$script" --help | grep -i '^usage: .'
+    done
 }
 
 # Writes each fenced block of a document to a file of its own, named by its language.
@@ -110,23 +107,10 @@ build_and_run() {
     compare
 }
 
-take_a_hit() {
-    nginx -p "$folder" -e stderr -g "pid $folder/pid; daemon off;" -c "$folder"/host-guide.md-*.nginx &
-    server=$!
-    until [[ -e $folder/pid ]]; do
-        kill -0 "$server" || return 1
-        sleep 0.05
-    done
-    export OSTREL_COLLECTION_URL=http://127.0.0.1:8089/collect
-    "$build_dir/examples/c_host/c_host"
-    kill "$server" && wait "$server"
-    cat "$folder/hits.log"
-    [[ $(grep -c 'v=1&tid=UA-40271936-07&cid=.*&t=event&ec=.*&cd3=n$' "$folder/hits.log") == 5 ]]
-}
-
 log=$folder/log
 step "reference" reference
 step "table of CMake options" options
+step "help of every script" help_of_all
 extract "$root/README.md"
 for document in "$root"/docs/*.md; do
     extract "$document"
@@ -139,4 +123,3 @@ done
 unset http_proxy all_proxy ALL_PROXY
 export XDG_DATA_HOME=$folder/data OSTREL_CORPORATE_DOMAIN=localhost OSTREL_COLLECTION_URL=http://127.0.0.1:9/collect
 step "programs in the documents" build_and_run
-[[ $with_nginx == no ]] || { XDG_DATA_HOME=$folder/nginx; step "nginx as a collector" take_a_hit; cat "$log"; }

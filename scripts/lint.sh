@@ -30,13 +30,13 @@ tidy() {
 cd "$root"
 mapfile -t files < <(our_files)
 log=build/linux/lint.log
-"$root/scripts/bootstrap.sh" build test lint
 case ${1-} in
 --help) usage && exit ;;
---fix) clang-format -i "${files[@]}" && exit ;;
-'') ;;
+--fix | '') ;;
 *) die "unknown option: $1 (see --help)" ;;
 esac
+"$root/scripts/bootstrap.sh" build test lint
+[[ ${1-} != --fix ]] || { clang-format -i "${files[@]}" && exit; }
 step "clang-format" clang-format --dry-run -Werror "${files[@]}"
 [[ -e build/linux/compile_commands.json ]] || step "configure" cmake --preset linux
 step "clang-tidy (log in $log)" tidy

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Draws how a notification's cost grows with names, threads and hits, from the benchmarks' JSON, as one SVG."""
 
+import argparse
 import json
 import math
-import sys
 
 WIDTH, HEIGHT, LEFT, TOP, GAP = 300, 200, 60, 50, 70
 PANELS = (
@@ -63,14 +63,18 @@ def panel(left, title, curves):
 
 
 def main():
-    with open(sys.argv[1], encoding="utf-8") as source:
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("figures", help="JSON of the benchmarks")
+    parser.add_argument("drawing", help="SVG to write")
+    arguments = parser.parse_args()
+    with open(arguments.figures, encoding="utf-8") as source:
         runs = json.load(source)["benchmarks"]
     parts = []
     for number, (title, curves, figure) in enumerate(PANELS):
         left = LEFT + number * (WIDTH + GAP)
         parts += panel(left, title, [(label, points(runs, prefix, figure)) for label, prefix in curves])
     width = LEFT + len(PANELS) * (WIDTH + GAP)
-    with open(sys.argv[2], "w", encoding="utf-8") as target:
+    with open(arguments.drawing, "w", encoding="utf-8") as target:
         target.write(f'<svg xmlns="http://www.w3.org/2000/svg" width="{width}" height="{TOP + HEIGHT + 50}" '
                      'font-family="sans-serif" font-size="12">\n<rect width="100%" height="100%" fill="white"/>\n')
         target.write(text(8, 16, "processor time of the caller, ns a notification", "start") + "\n")

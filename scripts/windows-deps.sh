@@ -182,6 +182,10 @@ is_ready() {
 }
 
 build() {
+    if ((EUID && ${#missing[@]})); then
+        echo "missing: ${missing[*]} (run this script as root to install them)" >&2
+        exit 1
+    fi
     : >"$log"
     step "package lists" update_lists
     if ((${#missing[@]})); then

@@ -6,10 +6,12 @@ root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 
 usage() {
     cat <<END
-Usage: ${0##*/} [PROGRAM [ARGUMENT...] | --end | --data]
+Usage: ${0##*/} [[--direct] PROGRAM [ARGUMENT...] | --end | --data]
 
 Makes the Wine prefix when it is not there yet, then runs the program in it.
 
+  --direct  let the program use the caller's streams and process number; its
+            output may then stay open longer than the program runs
   --end   end what still runs in the prefix, its server included
   --data  print the prefix's folder for the data of its user
   --help  print this text
@@ -97,6 +99,7 @@ esac
 start_server
 WINEPATH=$(dll_path)
 export WINEPATH
+[[ ${1-} != --direct ]] || exec setarch x86_64 -R /usr/lib/wine/wine64 "${@:2}"
 # Wine's helpers, such as its desktop, outlive the program that needed them first, with its streams: whoever reads these
 # must not wait for that.
 output=$(mktemp)

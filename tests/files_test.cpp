@@ -165,6 +165,24 @@ TEST_F(last_active_dates, a_day_is_added_once_and_nothing_new_rewrites_nothing) 
     }
 }
 
+TEST_F(last_active_dates, a_long_lived_process_records_each_day_and_answers_by_it) {
+    static std::int64_t day = 0;
+    day = 16860;
+    const active_date_t first{2015, 3, 1};
+    write_file(file, "<bag>" + item(first) + item(first) + "</bag>");
+    last_active_dates_t dates(path, [] { return day; });
+    dates.add_today();
+    EXPECT_FALSE(dates.is_new_regular_user()) << "three days";
+    ++day;
+    for (int report = 0; report < 2; ++report)
+        dates.add_today();
+    EXPECT_FALSE(dates.is_new_regular_user()) << "a year has passed";
+    --day;
+    EXPECT_TRUE(dates.is_new_regular_user()) << "one day less";
+    EXPECT_TRUE(dates.save());
+    EXPECT_EQ(stored(), (std::vector<active_date_t>{first, first, {2016, 2, 29}, {2016, 3, 1}}));
+}
+
 TEST_F(last_active_dates, a_store_whose_lock_is_held_starts_empty) {
     write_file(file, "<bag>" + item(old) + "</bag>");
     filelock_t other(wide(file));

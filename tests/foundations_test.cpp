@@ -170,6 +170,25 @@ TEST(trace, scopes_are_enclosed_also_on_the_way_of_an_exception_and_levels_that_
     EXPECT_EQ(coarse.texts(), texts_t{"\u00e9 \u00e9" + std::string("1844674407370955161510")});
 }
 
+TEST(trace, a_line_is_built_only_if_an_appender_of_the_logger_or_an_ancestor_receives_it) {
+    int built = 0;
+    const auto log_one = [&built] { OSTREL_LOG(trace_log, info, L"built " << ++built); };
+    log_one();
+    EXPECT_EQ(built, 0) << "nobody listens";
+    auto own = log4cplus::Logger::getInstance(LOG4CPLUS_TEXT("ostrel.test"));
+    for (const char* const listener : {"ostrel.test", "ostrel", ""}) { // the root has no name
+        SCOPED_TRACE(listener);
+        const log_capture_t capture(listener);
+        log_one();
+        EXPECT_EQ(capture.lines().size(), 1U);
+        own.setAdditivity(false);
+        log_one();
+        own.setAdditivity(true);
+        EXPECT_EQ(capture.lines().size(), *listener == 'o' && listener[6] != '\0' ? 2U : 1U);
+    }
+    EXPECT_EQ(built, 4);
+}
+
 TEST(trace, exit_closes_the_log_and_waits_briefly_for_a_log_call_that_never_returns) {
     testing::FLAGS_gtest_death_test_style = "threadsafe"; // log4cplus has threads
     EXPECT_EXIT(exit_while_logging(), testing::ExitedWithCode(7), "");

@@ -123,16 +123,19 @@ TEST_F(pellar_accessor, situations_become_results_and_lines) {
     EXPECT_TRUE(runs().empty());
 }
 
-TEST_F(pellar_accessor, the_standard_folder_wins_and_must_be_known) {
-    const fs::path standard = fs::u8path(ostrel_platform::to_utf8(*program_files)) / "Norvane" / "Pellar";
+TEST_F(pellar_accessor, standard_folder_wins_over_the_variable_and_must_be_known) {
+    using OSTREL_NAMESPACE::locate_tool;
+    static std::optional<std::wstring> folder;
+    folder = wide(profile.folder() / "common");
+    const auto program_files = [] { return folder; };
+    EXPECT_EQ(locate_tool(accessor_t::tool_pellar, program_files).as_string(), wide(tools() / "pellar.exe"));
+    const fs::path standard = profile.folder() / "common" / "Norvane" / "Pellar";
     install_tools(standard);
-    invoke(pellar, {}, true);
-    EXPECT_EQ(logged().at(2), "pellar location=" + (standard / "pellar.exe").u8string());
+    EXPECT_EQ(locate_tool(accessor_t::tool_pellar, program_files).as_string(), wide(standard / "pellar.exe"));
+    folder.reset();
+    EXPECT_TRUE(locate_tool(accessor_t::tool_pellar, program_files).is_empty());
     const auto fail = []() -> std::optional<std::wstring> { throw std::logic_error("asked"); };
-    OSTREL_NAMESPACE::replace_program_files(fail);
-    EXPECT_EQ(invoke(3, {}, true), -1) << "no folder is asked for on behalf of an unknown tool";
-    OSTREL_NAMESPACE::replace_program_files([]() -> std::optional<std::wstring> { return std::nullopt; });
-    EXPECT_EQ(invoke(pellar, {}, true), -1) << "without a standard folder the variable is not asked";
+    EXPECT_TRUE(locate_tool(static_cast<accessor_t::pellar_tool_t>(3), fail).is_empty());
 }
 
 TEST_F(pellar_accessor, detached_starts_return_while_the_tool_hangs) {

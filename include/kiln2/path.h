@@ -1,7 +1,7 @@
 // The host toolkit's path value, as far as the library's own interfaces need it.
 #pragma once
 
-#include "ostrel/export.h"
+#include "ostrel/cxx_interface.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 // A moment in UTC with one-second precision, for hosts that read or write the same timestamps as the library.
 #pragma once
 
-#include "ostrel/export.h"
+#include "ostrel/cxx_interface.h"
 #include "ostrel/version.h"
 
 #include <cstdint>

@@ -12,4 +12,12 @@
 #define OSTREL_API __attribute__((visibility("default")))
 #endif
 
+/* Whether the compiler can use the C++ headers: classes and exceptions need the C++ ABI that the library was
+   built with. Every compiler can use the C functions. */
+#if defined(_WIN32) && !defined(__MINGW32__)
+#define OSTREL_HAS_CXX_INTERFACE 0
+#else
+#define OSTREL_HAS_CXX_INTERFACE 1
+#endif
+
 #endif

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "kiln2/path.h"
-#include "ostrel/export.h"
+#include "ostrel/cxx_interface.h"
 #include "ostrel/version.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // The C++ interface: the shared statistic object of the process, and a guard that reports an activity.
 #pragma once
 
-#include "ostrel/export.h"
+#include "ostrel/cxx_interface.h"
 #include "ostrel/version.h"
 
 #include <boost/shared_ptr.hpp>

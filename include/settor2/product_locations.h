@@ -1,7 +1,7 @@
 // The host's configuration service: where the product lies and what it is called.
 #pragma once
 
-#include "ostrel/export.h"
+#include "ostrel/cxx_interface.h"
 
 #include <string>
 

@@ -10,6 +10,7 @@ import time
 
 PATIENCE = 120  # seconds until a host counts as hanging; generous, for machines that are busy otherwise
 COMPANY = "Norvane Corporation"
+ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
 class Fault(Exception):
@@ -50,7 +51,8 @@ def environment(profile, url, **more):
     """What a host starts with: nothing of ours from outside, and a name for the network check that hosts(5) knows."""
     unwanted = re.compile(r"NORVANE_|OSTREL_|PELLAR_|XDG_|https?_proxy|all_proxy|no_proxy", re.IGNORECASE)
     clean = {name: value for name, value in os.environ.items() if not unwanted.match(name)}
-    clean |= {"XDG_DATA_HOME": str(profile.folder), "OSTREL_COLLECTION_URL": url, "OSTREL_CORPORATE_DOMAIN": "localhost"}
+    clean |= {"XDG_DATA_HOME": str(profile.folder), "OSTREL_COLLECTION_URL": url, "OSTREL_CORPORATE_DOMAIN": "localhost",
+              "OSTREL_TRUST_DATA": "Z:" + str(profile.folder).replace("/", "\\")}
     clean |= more
     return {name: value for name, value in clean.items() if value is not None}
 
@@ -58,11 +60,16 @@ def environment(profile, url, **more):
 class Host:
     """One driver process. Commands that take longer than PATIENCE count as hanging."""
     build = pathlib.Path("build/linux")
+    windows = False  # whether the driver is a Windows program, to be run under Wine
+
+    @classmethod
+    def program(cls, name):
+        path = cls.build.resolve() / "tests" / "trust" / name
+        return [str(ROOT / "scripts" / "wine.sh"), "--direct", f"{path}.exe"] if cls.windows else [str(path)]
 
     def __init__(self, profile, url, logs=False, prefix=(), **more):
         name = "trust_driver_logs" if logs else "trust_driver"
-        command = [*prefix, str(self.build / "tests" / "trust" / name)]
-        self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+        self.process = subprocess.Popen([*prefix, *self.program(name)], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         env=environment(profile, url, **more), bufsize=0)
         self.rest = b""
 
@@ -77,7 +84,7 @@ class Host:
             expect("the host lives", block, f"ended with {self.process.poll()}")
             self.rest += block
         line, self.rest = self.rest.split(b"\n", 1)
-        milliseconds, result = line.decode().split(" ", 1)
+        milliseconds, result = line.decode().rstrip().split(" ", 1)
         return float(milliseconds), result
 
     def tell(self, line):
@@ -85,9 +92,9 @@ class Host:
         return self.answer()
 
     def state(self):
-        """Descriptors and threads, then resident memory in KiB."""
+        """Descriptors (on Windows the next handle) and threads, then resident memory in KiB."""
         descriptors, threads, pages = map(int, self.tell("state")[1].split())
-        return (descriptors, threads), pages * os.sysconf("SC_PAGESIZE") // 1024
+        return (descriptors, threads), pages * 4
 
     def settle(self, before):
         """Waits until descriptors and threads are those of before; what the system reaps by itself may lag."""

@@ -10,11 +10,10 @@ import sys
 import time
 import xml.etree.ElementTree
 
-from host import Fault, Host, Profile, environment, expect
+from host import PATIENCE, Host, Profile, environment, expect
 from peers import OK, Nginx, Peer, keeps_silent
 
 ID = re.compile(r"[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}")
-TOGETHER = 16
 
 
 # --- processes that share a profile ------------------------------------------------------------------------------
@@ -51,8 +50,8 @@ def watch(profile, stop, results):
     results.put((looks, flaws))
 
 
-def all_at_once(peer, profile):
-    hosts = [Host(profile, peer.url) for _ in range(TOGETHER)]
+def all_at_once(peer, profile, count):
+    hosts = [Host(profile, peer.url) for _ in range(count)]
     try:
         for commands in (["create"], ["consent 1"], [f"notify p{{}}_ 2"], ["destroy"], ["create", "notify p{}_ 2 2"],
                          ["destroy"]):
@@ -69,15 +68,15 @@ def all_at_once(peer, profile):
             host.__exit__()
 
 
-def sixteen_processes(full):
-    rounds, looks, ids = 50 if full else 5, 0, 0
+def together(full, count, rounds_in_ci):
+    rounds, looks, ids = 50 if full else rounds_in_ci, 0, 0
     for _ in range(rounds):
         with Peer() as peer, Profile(consent=False) as profile:
             stop, results = multiprocessing.Event(), multiprocessing.Queue()
             watcher = multiprocessing.Process(target=watch, args=(profile, stop, results))
             watcher.start()
             try:
-                all_at_once(peer, profile)
+                all_at_once(peer, profile, count)
             finally:
                 stop.set()
                 seen, flaws = results.get(timeout=60)
@@ -92,16 +91,20 @@ def sixteen_processes(full):
             for number, used in of_process.items():
                 expect("one id for an object's life", len(used) == 4 and len(set(used[:2])) == len(set(used[2:])) == 1,
                        (number, used))
-            expect("all report", len(of_process) == TOGETHER, len(of_process))
+            expect("all report", len(of_process) == count, len(of_process))
             expect("all later objects have the id on file", len({used[2] for used in of_process.values()}) == 1)
             looks, ids = looks + seen, max(ids, len({used[0] for used in of_process.values()}))
-    return (f"{rounds} rounds of {TOGETHER}: {looks} looks at files, each well-formed; all {TOGETHER * 4} hits of each "
+    return (f"{rounds} rounds of {count}: {looks} looks at files, each well-formed; all {count * 4} hits of each "
             f"round arrived, one id for each object; up to {ids} ids before the first was on file")
 
 
-def killed_while_saving(full):
+def sixteen_processes(full):
+    return together(full, 16, rounds_in_ci=5)
+
+
+def killed_while_saving(full, counts=(500, 60)):
     """The days of use of ten years, so that saving takes a while, and a kill somewhere in it."""
-    rounds, outcomes, locks, drafts = 500 if full else 60, collections.Counter(), 0, 0
+    rounds, outcomes, locks, drafts = counts[0 if full else 1], collections.Counter(), 0, 0
     item = '  <item>\n    <D type="int">{}</D>\n    <M type="int">3</M>\n    <Y type="int">2014</Y>\n  </item>\n'
     old = '<?xml version="1.0"?>\n<bag>\n' + "".join(item.format(1 + day % 28) for day in range(3650)) + "</bag>\n"
     with Peer() as peer, Profile() as profile:
@@ -119,13 +122,12 @@ def killed_while_saving(full):
                 host.send("notify n 1")
                 if number % 4:
                     host.answer(), host.answer()
-                start = time.monotonic()
-                host.send("destroy")
                 if number % 20 == 1:  # how long it takes when it is left alone
-                    host.answer()
-                    longest = max(longest, time.monotonic() - start)
-                time.sleep(random.uniform(0, longest))
-                host.kill()
+                    longest = max(longest, host.tell("destroy")[0] / 1000)
+                else:
+                    host.send(f"die {random.uniform(0, longest) * 1000}")
+                    host.send("destroy")
+                    host.process.wait(PATIENCE)
             now = days.read_text()
             expect("the days are the old or the new ones", now == old or (now.startswith(old[:-7]) and
                    now.count("<item>") == 3651 and now.endswith("</item>\n</bag>\n")), now[-200:])
@@ -254,8 +256,8 @@ def storm(full):
         return f"{rounds} rounds of 8 threads; {len(peer.bodies)} hits arrived over {peer.connections} connections"
 
 
-def million(full):
-    count = 1_000_000 if full else 20_000
+def million(full, count_in_ci=20_000):
+    count = 1_000_000 if full else count_in_ci
     with Nginx() as collector, Profile() as profile, Host(profile, collector.url) as host:
         host.PATIENCE = 3600
         host.tell("create warm-up")
@@ -281,7 +283,7 @@ def million(full):
             f"({(peak - before) * 1024 / count:.0f} bytes a hit), {after} after")
 
 
-PROCESSES = {f"{TOGETHER} processes on a fresh profile": sixteen_processes, "kill -9 while saving": killed_while_saving,
+PROCESSES = {"16 processes on a fresh profile": sixteen_processes, "kill -9 while saving": killed_while_saving,
              "fork": forked, "dlopen, use, dlclose": reloaded, "threads": threads}
 ENDS = dict(endings())
 STORM = {"eight threads": storm}

@@ -3,7 +3,6 @@
 
 #include "settor2/product_locations.h"
 #include "statistic_impl_ga/statistic_impl_ga.h"
-#include "toolkit/quillkit/strings.h"
 
 #include <boost/weak_ptr.hpp>
 
@@ -14,6 +13,9 @@ namespace OSTREL_NAMESPACE {
 namespace {
 
 std::mutex factory_mutex;
+
+// The maker's name for the object that a whole process shares. Collectors know it.
+const wchar_t* const shared_product_id = L"vemtra";
 
 std::wstring host_version() {
     const settor2::IProductLocations* const locations = settor2::IProductLocations::get();
@@ -45,8 +47,7 @@ boost::shared_ptr<statistic_t> statistic_t::get() {
     static auto& last_made = *new boost::weak_ptr<statistic_t>;
     if (auto shared = last_made.lock())
         return shared;
-    const std::wstring product_id = quillkit::strings::utf8_to_utf16("vemtra");
-    boost::shared_ptr<statistic_t> made(new statistic_impl_ga_t(product_id, host_version()));
+    boost::shared_ptr<statistic_t> made(new statistic_impl_ga_t(shared_product_id, host_version()));
     last_made = made;
     return made;
 }

@@ -42,20 +42,41 @@ struct closing_t {
 
 const closing_t closing;
 
-const log4cplus::Logger& configured_logger(const std::wstring& name) {
+// An ancestor that nobody has made yet is made here, so that it is the one that the host configures later.
+std::vector<log4cplus::Logger>& configured_loggers(std::wstring name) {
     brask_1::log::configureComponentLogger(name);
-    return *new log4cplus::Logger(log4cplus::Logger::getInstance(brask_1::log::to_tstring(name)));
+    auto& loggers = *new std::vector<log4cplus::Logger>;
+    for (;;) {
+        loggers.push_back(log4cplus::Logger::getInstance(brask_1::log::to_tstring(name)));
+        const std::size_t dot = name.rfind(L'.');
+        if (dot == std::wstring::npos)
+            break;
+        name.resize(dot);
+    }
+    loggers.push_back(log4cplus::Logger::getRoot());
+    return loggers;
 }
 
 } // namespace
 
-component_logger_t::component_logger_t(const wchar_t* name) : m_logger(configured_logger(name)) {}
+component_logger_t::component_logger_t(const wchar_t* name) : m_loggers(configured_loggers(name)) {}
+
+// Asked anew for every line or report, because a host may attach an appender at any time and from any thread.
+bool component_logger_t::has_listener() const {
+    for (log4cplus::Logger& logger : m_loggers) {
+        if (!logger.getAllAppenders().empty())
+            return true;
+        if (!logger.getAdditivity())
+            return false;
+    }
+    return false;
+}
 
 void component_logger_t::write(log_level_t level, std::wstring_view message, const char* file,
                                int line) const {
     const writer_t writer;
     if (!is_log_closed)
-        m_logger.forcedLog(static_cast<int>(level), brask_1::log::to_tstring(message), file, line);
+        m_loggers.front().forcedLog(static_cast<int>(level), brask_1::log::to_tstring(message), file, line);
 }
 
 message_t& message_t::operator<<(std::wstring_view text) {

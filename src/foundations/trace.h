@@ -8,6 +8,7 @@
 #include <atomic>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace OSTREL_NAMESPACE {
 
@@ -21,24 +22,26 @@ enum class log_level_t : int {
 /// Set once the process takes its static objects apart.
 extern std::atomic<bool> is_log_closed;
 
-/// A module's logger. Made when the library is loaded, only read afterwards, and never destroyed: threads of
-/// the host may report until the process is gone. What they report while it ends is not logged.
+/// A module's logger. Created when the library is loaded, only read afterwards, and never destroyed: threads
+/// of the host may report until the process has ended. While it ends, nothing is logged.
 class component_logger_t {
 public:
     /// Configures the component's logger and takes it, in that order.
     explicit component_logger_t(const wchar_t* name);
 
-    /// Asked before any text is built: a site that is off costs no more than this.
+    /// Asked before any text is built: a line costs no more than this if its level is off or nobody listens.
     bool is_enabled_for(log_level_t level) const {
         return !is_log_closed.load(std::memory_order_relaxed) &&
-               m_logger.isEnabledFor(static_cast<int>(level));
+               m_loggers.front().isEnabledFor(static_cast<int>(level)) && has_listener();
     }
 
     /// Writes whatever the level; @p file is the narrow path of the source.
     void write(log_level_t level, std::wstring_view message, const char* file, int line) const;
 
 private:
-    const log4cplus::Logger& m_logger;
+    bool has_listener() const;
+
+    std::vector<log4cplus::Logger>& m_loggers; ///< the component's, then its ancestors up to the root
 };
 
 /// Joins the pieces of a message: wide and narrow texts, and integers in plain decimal whatever the host's

@@ -7,6 +7,12 @@
 
 namespace OSTREL_NAMESPACE {
 
+/// Whether libcurl's global state may be initialised on any thread. Older versions, and builds for systems
+/// without atomics, demand that no other thread runs.
+inline bool is_curl_thread_safe() {
+    return (curl_version_info(CURLVERSION_NOW)->features & CURL_VERSION_THREADSAFE) != 0;
+}
+
 /// One share in libcurl's global state and one handle on it, released in the opposite order.
 class curl_session_t {
 public:

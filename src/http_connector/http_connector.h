@@ -10,29 +10,29 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// Queues hits for a sending thread of its own.
+/// Keeps the sending thread to the process that started it.
 ///
-/// Best effort: no retry, no persistence, and after one hit has failed through every proxy candidate nothing
-/// is sent any more for the rest of its life. Callers never learn the outcome.
+/// Delivery is best effort: there is no retry and no persistence, and once a hit has failed through every
+/// proxy candidate, nothing is sent any more. Callers never learn the outcome.
 ///
-/// In a forked child the thread does not exist: what was inherited drops every hit there, and goes without
-/// waiting and without touching what the parent may have held at the fork.
+/// A forked child has no sending thread. There an inherited object drops every hit, and its destructor
+/// neither waits nor touches what another thread of the parent may have held at the fork.
 class http_connector_t {
 public:
-    /// No network is touched here.
+    /// Starts the sending thread, which does nothing yet. Touches no network.
     explicit http_connector_t(const char* url);
-    /// Blocks without a limit until the hits queued so far were handled, each bounded by 5 seconds a
-    /// candidate.
+    /// Blocks until the hits queued so far were handled, each bounded by 5 seconds a candidate. There is no
+    /// overall timeout.
     ~http_connector_t();
     http_connector_t(const http_connector_t&) = delete;
     http_connector_t& operator=(const http_connector_t&) = delete;
 
-    /// Queues a hit and returns at once; any thread. An empty one stops the sending for good.
-    void send(std::string hit);
+    /// Says that hits may follow: the sending thread initialises libcurl and asks for proxies. Without this
+    /// call the first hit does the same. Any thread, any number of times; returns immediately.
+    void prepare();
 
-    /// Percent-encodes @p text up to its first NUL, leaving the unreserved characters of RFC 3986; any
-    /// thread.
-    std::string escape(std::string text) const;
+    /// Queues a hit and returns immediately; any thread. An empty hit stops the sending thread for good.
+    void send(std::string hit);
 
 private:
     bool is_inherited() const;

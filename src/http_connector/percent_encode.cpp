@@ -1,40 +1,53 @@
-// Texts as they stand in the parameters of a hit.
+// Texts in the form that the parameters of a hit have.
 #include "http_connector/percent_encode.h"
+
+#include "toolkit/quillkit/strings.h"
 
 #include <curl/curl.h>
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <memory>
-#include <string_view>
 
 namespace OSTREL_NAMESPACE {
 
 namespace {
 
-constexpr std::array<bool, 256> mark_unreserved() {
-    std::array<bool, 256> marks{};
+constexpr std::array<bool, 128> mark_unreserved() {
+    std::array<bool, 128> marks{};
     for (const char c :
          std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~"))
         marks[static_cast<unsigned char>(c)] = true;
     return marks;
 }
 
-bool is_unreserved(std::string_view text) {
-    static constexpr std::array<bool, 256> unreserved = mark_unreserved();
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return unreserved[static_cast<unsigned char>(c)]; });
+bool is_unreserved(wchar_t unit) {
+    static constexpr std::array<bool, 128> marks = mark_unreserved();
+    const auto code = static_cast<std::uint32_t>(unit);
+    return code < marks.size() && marks[code];
+}
+
+void append_escaped(std::string& target, const std::string& text) {
+    const std::unique_ptr<char, decltype(&curl_free)> escaped(curl_easy_escape(nullptr, text.c_str(), 0),
+                                                              &curl_free);
+    if (escaped)
+        target += escaped.get();
 }
 
 } // namespace
 
-std::string percent_encode(std::string text, void* handle) {
-    // Most names need no escaping, and looking is far cheaper than having libcurl write them anew.
-    if (is_unreserved(text))
-        return text;
-    const std::unique_ptr<char, decltype(&curl_free)> escaped(curl_easy_escape(handle, text.c_str(), 0),
-                                                              &curl_free);
-    return escaped ? std::string(escaped.get()) : std::string();
+void append_percent_encoded(std::string& target, std::wstring_view text) {
+    // Most names are unreserved altogether, and conversion and escaping are slow.
+    const auto reserved = std::find_if_not(text.begin(), text.end(), &is_unreserved);
+    const auto count = static_cast<std::size_t>(reserved - text.begin());
+    target.resize(target.size() + count);
+    std::transform(text.begin(), reserved, target.end() - (reserved - text.begin()),
+                   [](wchar_t unit) { return static_cast<char>(unit); });
+    if (count == text.size())
+        return;
+    text.remove_prefix(count);
+    append_escaped(target, quillkit::strings::utf16_to_utf8(text));
 }
 
 } // namespace OSTREL_NAMESPACE

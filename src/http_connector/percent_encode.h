@@ -1,14 +1,15 @@
-// Texts as they stand in the parameters of a hit.
+// Texts in the form that the parameters of a hit have.
 #pragma once
 
 #include "ostrel/version.h"
 
 #include <string>
+#include <string_view>
 
 namespace OSTREL_NAMESPACE {
 
-/// Percent-encodes @p text up to its first NUL, leaving the unreserved characters of RFC 3986.
-/// @param handle a CURL*; libcurl needs none since version 7.82
-std::string percent_encode(std::string text, void* handle = nullptr);
+/// Appends @p text up to its first NUL, in UTF-8 and percent-encoded except for the unreserved characters of
+/// RFC 3986. Any thread.
+void append_percent_encoded(std::string& target, std::wstring_view text);
 
 } // namespace OSTREL_NAMESPACE

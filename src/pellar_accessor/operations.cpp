@@ -4,6 +4,7 @@
 #include "pellar_accessor/disabling_switch.h"
 #include "pellar_accessor/log.h"
 #include "pellar_accessor/run.h"
+#include "platform/folders.h"
 #include "platform/process.h"
 
 namespace OSTREL_NAMESPACE {
@@ -82,11 +83,27 @@ void pellar_accessor_impl_t::check_for_updates(const std::wstring& product_guid)
         OSTREL_LOG(bridge_log, info, L"Check for updates disabled.");
 }
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): hosts link to it as it is
+// NOLINTBEGIN(readability-convert-member-functions-to-static): hosts link to these members
+
+bool pellar_accessor_impl_t::is_pellar_call_allowed() const {
+    return is_call_allowed();
+}
+
+kiln2::path_t pellar_accessor_impl_t::get_pellar_location(pellar_tool_t tool) const {
+    return locate_tool(tool, &ostrel_platform::common_program_files_folder);
+}
+
+int pellar_accessor_impl_t::invoke_pellar(pellar_tool_t tool, const std::vector<std::wstring>& arguments,
+                                          bool sync) const {
+    return run_tool(tool, arguments, sync, &ostrel_platform::common_program_files_folder);
+}
+
 bool pellar_accessor_impl_t::is_check_for_updates_enabled() const {
     OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"is_check_for_updates_enabled() const");
     return is_allowed_by(L"NORVANE_DISABLE_UPDATES_CHECK");
 }
+
+// NOLINTEND(readability-convert-member-functions-to-static)
 
 void pellar_accessor_impl_t::set_product_id(const product_id_t& product_id) {
     m_product_id = product_id;

@@ -1,5 +1,5 @@
 // Runs a tool: whether it may run, where it lies, and its result.
-#include "ostrel/pellar_accessor.h"
+#include "pellar_accessor/run.h"
 
 #include "pellar_accessor/disabling_switch.h"
 #include "pellar_accessor/log.h"
@@ -28,23 +28,22 @@ int run_and_wait(const ostrel_platform::command_t& command) {
 
 } // namespace
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): hosts link to it as it is
-bool pellar_accessor_impl_t::is_pellar_call_allowed() const {
+bool is_call_allowed() {
     OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"is_pellar_call_allowed() const");
     return is_allowed_by(L"OSTREL_DISABLE_PELLAR");
 }
 
-int pellar_accessor_impl_t::invoke_pellar(pellar_tool_t tool, const std::vector<std::wstring>& arguments,
-                                          bool sync) const {
+int run_tool(pellar_accessor_impl_t::pellar_tool_t tool, const std::vector<std::wstring>& arguments,
+             bool sync, program_files_t program_files) {
     OSTREL_TRACE_CALL(bridge_log, L"int " OSTREL_BRIDGE_TEXT L"invoke_pellar(" OSTREL_RUN_TEXT L") const");
     OSTREL_LOG(bridge_log, info, L"tool=" << static_cast<int>(tool));
     OSTREL_LOG(bridge_log, info, L"sync=" << sync);
-    if (!is_pellar_call_allowed())
+    if (!is_call_allowed())
         return 0;
     // Not logged: calls from remote sessions are normal.
     if (ostrel_platform::is_remote_session())
         return not_started;
-    const kiln2::path_t location = get_pellar_location(tool);
+    const kiln2::path_t location = locate_tool(tool, program_files);
     OSTREL_LOG(bridge_log, info, L"pellar location=" << location.as_string());
     if (!kiln2::path_t::exists(location.as_string())) {
         if (!is_manager_expected())

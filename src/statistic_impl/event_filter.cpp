@@ -6,45 +6,90 @@
 
 #include <algorithm>
 #include <utility>
+#include <variant>
 
 namespace OSTREL_NAMESPACE {
 
 namespace {
 
-constexpr std::size_t long_length = 63;
-
-std::uint64_t length_bit(std::wstring_view text) {
-    return std::uint64_t{1} << std::min(text.size(), long_length);
+// Extends the hash of a text by one unit, so that one pass over a name gives the hash of each of its
+// prefixes.
+std::uint64_t extend(std::uint64_t hash, wchar_t unit) {
+    return (hash << 5U | hash >> 59U) ^ static_cast<std::uint32_t>(unit);
 }
 
-std::size_t mark_of(std::wstring_view text) {
-    std::uint32_t hash = 0;
+std::uint64_t hash_of(std::wstring_view text) {
+    std::uint64_t hash = 0;
     for (const wchar_t unit : text)
-        hash = hash * 31 + static_cast<std::uint32_t>(unit);
-    return hash % 4096;
+        hash = extend(hash, unit);
+    return hash;
+}
+
+std::size_t table_size(std::size_t names) {
+    std::size_t size = 2;
+    while (size < 2 * names)
+        size *= 2;
+    return size;
 }
 
 } // namespace
 
-event_filter_t::event_filter_t(event_set_t names) : m_names(std::move(names)) {
-    for (const std::wstring& name : m_names) {
-        m_lengths |= length_bit(name);
-        if (name.size() < long_length)
-            m_marks.set(mark_of(name));
+event_filter_t::event_filter_t(const std::vector<std::wstring_view>& names)
+    : m_slots(table_size(names.size())), m_mask(m_slots.size() - 1) {
+    m_names.reserve(names.size());
+    for (const std::wstring_view name : names) {
+        const std::uint64_t hash = hash_of(name);
+        slot_t& slot = m_slots[find(name, hash)];
+        if (slot.name != 0)
+            continue;
+        m_names.push_back({m_text.size(), name.size()});
+        m_text += name;
+        m_longest = std::max(m_longest, name.size());
+        slot = {hash, m_names.size()};
     }
 }
 
-bool event_filter_t::may_hold(std::wstring_view text) const {
-    if ((m_lengths & length_bit(text)) == 0)
-        return false;
-    // Long texts are not hashed: one that is cut at many dots would be hashed as often.
-    return text.size() >= long_length || m_marks[mark_of(text)];
+std::vector<std::wstring_view> event_filter_t::names() const {
+    std::vector<std::wstring_view> names;
+    for (const name_t& name : m_names)
+        names.push_back(text_of(name));
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+// The slot that holds the name, or the free slot that ends its search.
+inline std::size_t event_filter_t::find(std::wstring_view name, std::uint64_t hash) const {
+    // Similar names have similar hashes; the multiplication spreads them over the table.
+    std::size_t place = (hash * 0x9E3779B97F4A7C15U) >> 32U;
+    for (;; ++place) {
+        place &= m_mask;
+        const slot_t& slot = m_slots[place];
+        if (slot.name == 0 || (slot.hash == hash && text_of(m_names[slot.name - 1]) == name))
+            return place;
+    }
+}
+
+std::size_t event_filter_t::longest_match(std::wstring_view feature) const {
+    const wchar_t* const units = feature.data();
+    const std::size_t end = std::min(feature.size(), m_longest);
+    std::size_t match = no_match;
+    std::uint64_t hash = 0;
+    for (std::size_t length = 0;; ++length) {
+        if (length == end || units[length] == L'.') {
+            const bool is_prefix = length == feature.size() || units[length] == L'.';
+            if (is_prefix && m_slots[find({units, length}, hash)].name != 0)
+                match = length;
+            if (length == end)
+                return match;
+        }
+        hash = extend(hash, units[length]);
+    }
 }
 
 kiln2::path_t event_filter_path() {
     const settor2::IProductLocations* const locations = settor2::IProductLocations::get();
     const wchar_t* const folder = locations == nullptr ? nullptr : locations->getFolder();
-    // Joined to nothing, the rest would name a file in whatever folder the host works in.
+    // Joined to an empty folder, the rest would name a file in the current folder.
     if (folder == nullptr || *folder == L'\0')
         return {};
     return kiln2::path_t(folder)
@@ -52,17 +97,15 @@ kiln2::path_t event_filter_path() {
         .append(std::wstring(L"enabled_stat_events.xml"));
 }
 
-event_set_t load_enabled_events(const kiln2::path_t& path) {
+event_filter_t load_enabled_events(const kiln2::path_t& path) {
     kiln2::variant_bag_t bag;
-    event_set_t events;
-    if (path.is_empty() || kiln2::load_variant_bag2(bag, path, L"bag", false) != 1)
-        return events;
-    for (auto& [kind, event] : bag.bags()) {
-        auto name = event.take(L"name");
-        if (auto* const text = std::get_if<std::wstring>(&name); kind == L"event" && text != nullptr)
-            events.insert(events.end(), std::move(*text)); // most lists are sorted
-    }
-    return events;
+    std::vector<std::wstring_view> names;
+    if (!path.is_empty() && kiln2::load_variant_bag2(bag, path, L"bag", false) == 1)
+        for (const auto& [kind, event] : bag.bags())
+            if (const auto* const name = std::get_if<std::wstring>(&event.get_utf8("name"));
+                kind == std::string_view("event") && name != nullptr)
+                names.emplace_back(*name);
+    return event_filter_t(names);
 }
 
 } // namespace OSTREL_NAMESPACE

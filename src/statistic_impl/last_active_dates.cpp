@@ -2,8 +2,9 @@
 #include "statistic_impl/last_active_dates.h"
 
 #include "ostrel/filelock.h"
-#include "platform/clock.h"
 #include "toolkit/kiln2/variant_bag.h"
+
+#include <boost/date_time/gregorian/gregorian_types.hpp>
 
 #include <chrono>
 #include <limits>
@@ -68,6 +69,12 @@ bool is_new_regular_user(std::size_t count, const active_date_t& first, const ac
     return count >= days_of_a_regular_user && active_date_t{today.year - 1, today.month, today.day} < first;
 }
 
+active_date_t date_of(std::int64_t day_number) {
+    const auto date = boost::gregorian::date(1970, 1, 1) + boost::gregorian::days(static_cast<long>(day_number));
+    const auto fields = date.year_month_day();
+    return {fields.year, fields.month, fields.day};
+}
+
 std::wstring active_dates_file(const kiln2::path_t& folder) {
     if (folder.is_empty())
         return {};
@@ -80,13 +87,13 @@ std::optional<std::vector<active_date_t>> stored_active_dates(const std::wstring
         return std::nullopt;
     std::vector<active_date_t> dates;
     for (const auto& [name, item] : bag.bags())
-        if (const auto date = to_date(item); name == L"item" && date)
+        if (const auto date = to_date(item); name == "item" && date)
             dates.push_back(*date);
     return dates;
 }
 
-last_active_dates_t::last_active_dates_t(const kiln2::path_t& folder)
-    : m_path(active_dates_file(folder)), m_last_day(no_day), m_answer(no_day) {
+last_active_dates_t::last_active_dates_t(const kiln2::path_t& folder, day_clock_t clock)
+    : m_path(active_dates_file(folder)), m_clock(clock), m_last_day(no_day) {
     load();
 }
 
@@ -98,8 +105,7 @@ last_active_dates_t::~last_active_dates_t() {
 }
 
 active_date_t last_active_dates_t::today() {
-    const std::tm now = ostrel_platform::utc_now();
-    return {now.tm_year + 1900, now.tm_mon + 1, now.tm_mday};
+    return date_of(ostrel_platform::utc_day_number());
 }
 
 bool last_active_dates_t::load() {
@@ -124,11 +130,14 @@ void last_active_dates_t::append(const active_date_t& date) {
 }
 
 void last_active_dates_t::add_today() {
-    const std::int64_t day = ostrel_platform::utc_day_number();
-    if (m_last_day.load(std::memory_order_acquire) == day)
-        return;
+    const std::int64_t day = m_clock();
+    if (m_last_day.load(std::memory_order_acquire) != day)
+        add(day);
+}
+
+void last_active_dates_t::add(std::int64_t day) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const active_date_t date = today();
+    const active_date_t date = date_of(day);
     if (is_another_day(m_dates, date)) {
         append(date);
         m_dirty = true;
@@ -138,16 +147,9 @@ void last_active_dates_t::add_today() {
 
 bool last_active_dates_t::is_new_regular_user() const {
     const std::size_t count = m_count.load(std::memory_order_acquire);
-    if (count < days_of_a_regular_user)
-        return false;
-    // From here on the answer changes with the day alone, and calendar fields are dear.
-    const std::int64_t no = 2 * ostrel_platform::utc_day_number();
-    const std::int64_t known = m_answer.load(std::memory_order_relaxed);
-    if (known == no || known == no + 1)
-        return known != no;
-    const bool answer = OSTREL_NAMESPACE::is_new_regular_user(count, m_first, today());
-    m_answer.store(no + (answer ? 1 : 0), std::memory_order_relaxed);
-    return answer;
+    // Converting a day to a date is slow compared with the rest.
+    return count >= days_of_a_regular_user &&
+           OSTREL_NAMESPACE::is_new_regular_user(count, m_first, date_of(m_clock()));
 }
 
 bool last_active_dates_t::save() const {

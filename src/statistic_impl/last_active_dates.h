@@ -3,6 +3,7 @@
 
 #include "kiln2/path.h"
 #include "ostrel/version.h"
+#include "platform/clock.h"
 
 #include <atomic>
 #include <cstdint>
@@ -30,6 +31,9 @@ bool is_another_day(const std::vector<active_date_t>& dates, const active_date_t
 /// At least four days of use, the first strictly later than @p today with its year reduced by one.
 bool is_new_regular_user(std::size_t count, const active_date_t& first, const active_date_t& today);
 
+/// The UTC calendar date of a number of days since 1970-01-01.
+active_date_t date_of(std::int64_t day_number);
+
 /// The file of the days of use in a folder of settings.
 std::wstring active_dates_file(const kiln2::path_t& folder);
 
@@ -37,15 +41,19 @@ std::wstring active_dates_file(const kiln2::path_t& folder);
 /// the file is missing or malformed. Only reads, and takes no lock: the file is replaced whole.
 std::optional<std::vector<active_date_t>> stored_active_dates(const std::wstring& path);
 
-/// The store of days of use: read when it is made, written when it goes and something changed.
+/// Tells the current UTC day, as the number of days since 1970-01-01.
+using day_clock_t = std::int64_t (*)();
+
+/// The days of use: read from the file by the constructor and, if a day was added, written by the destructor.
 ///
-/// Any thread may add and ask. A day that is recorded already costs a clock reading and one atomic load; only
+/// Thread-safe. A report on a day that is already recorded costs a clock reading and one atomic load. Only
 /// the first report of a day takes the lock. The number of days is not limited.
 class last_active_dates_t {
 public:
     /// Loads the file in @p folder. Waits up to a second for a process that holds its lock, and starts empty
-    /// when that does not let go. An empty folder keeps the days in memory only.
-    explicit last_active_dates_t(const kiln2::path_t& folder);
+    /// if the lock stays taken. If @p folder is empty, the days are kept in memory only.
+    explicit last_active_dates_t(const kiln2::path_t& folder,
+                                 day_clock_t clock = &ostrel_platform::utc_day_number);
     /// Saves.
     ~last_active_dates_t();
     last_active_dates_t(const last_active_dates_t&) = delete;
@@ -55,26 +63,27 @@ public:
 
     bool is_new_regular_user() const;
 
-    /// Writes the file if a day was added. Tries its lock once: a closing process must not wait.
-    /// @return whether it was written
+    /// Writes the file if a day was added. Tries the file's lock once, because a closing process must not
+    /// wait.
+    /// @return whether the file was written
     bool save() const;
 
-    /// Today's UTC date.
+    /// Today's UTC date by the system's clock.
     static active_date_t today();
 
 private:
     bool load();
+    void add(std::int64_t day);
     void append(const active_date_t& date);
 
     const std::wstring m_path;
+    const day_clock_t m_clock;
     mutable std::mutex m_mutex;
     std::vector<active_date_t> m_dates; ///< guarded by m_mutex
     bool m_dirty = false;               ///< guarded by m_mutex
     active_date_t m_first;              ///< written once, before m_count leaves zero
     std::atomic<std::size_t> m_count{0};
-    std::atomic<std::int64_t> m_last_day; ///< day number known to be recorded last
-    /// The last answer and its day: twice the day number, plus one for yes.
-    mutable std::atomic<std::int64_t> m_answer;
+    std::atomic<std::int64_t> m_last_day; ///< the day that add_today recorded last
 };
 
 } // namespace OSTREL_NAMESPACE

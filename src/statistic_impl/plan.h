@@ -84,7 +84,7 @@ struct plan_t {
     decision_t decision;
     std::vector<place_t> places;
     days_plan_t days;
-    event_set_t events; ///< of the event filter
+    event_filter_t events;
     std::string endpoint;
 };
 

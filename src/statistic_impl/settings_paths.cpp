@@ -5,6 +5,7 @@
 #include "platform/folders.h"
 #include "settor2/product_locations.h"
 #include "toolkit/kiln2/native_path.h"
+#include "toolkit/settor2/location_kind.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -12,12 +13,6 @@
 #include <utility>
 
 namespace OSTREL_NAMESPACE {
-
-namespace {
-
-constexpr int product_folder_kind = 6;
-
-} // namespace
 
 settings_paths_t lay_out_settings(const std::wstring& local_app_data, const std::wstring& product_folder) {
     settings_paths_t paths;
@@ -33,7 +28,8 @@ settings_paths_t lay_out_settings(const std::wstring& local_app_data, const std:
 
 std::wstring product_folder_name(const std::wstring& product_id) {
     const settor2::IProductLocations* const locations = settor2::IProductLocations::get();
-    std::wstring name = locations == nullptr ? std::wstring() : locations->getLocation(product_folder_kind);
+    std::wstring name =
+        locations == nullptr ? std::wstring() : locations->getLocation(settor2::product_folder_kind);
     return name.empty() ? product_id : name;
 }
 

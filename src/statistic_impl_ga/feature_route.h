@@ -15,9 +15,9 @@ struct route_t {
     std::wstring_view label;
 };
 
-/// The longest enabled prefix of @p feature that ends at a dot or at its end becomes the category, the rest
-/// behind that dot the label. Failing that, "run." followed by a name without dots is always enabled. Nothing
-/// for every other name.
+/// The longest enabled name that is @p feature, or that a dot follows in @p feature, becomes the category.
+/// The text after that dot becomes the label. If no name matches, "run." followed by a name without dots
+/// becomes the category "run". Any other name becomes no event.
 std::optional<route_t> route_feature(std::wstring_view feature, const event_filter_t& enabled);
 
 } // namespace OSTREL_NAMESPACE

@@ -1,12 +1,13 @@
 // The concrete statistic object.
 #include "statistic_impl_ga/statistic_impl_ga.h"
 
+#include "platform/utf.h"
 #include "statistic_impl/deployment.h"
 #include "statistic_impl_ga/hit.h"
 #include "statistic_impl_ga/log.h"
 #include "toolkit/quillkit/strings.h"
 
-#include <utility>
+#include <array>
 
 namespace OSTREL_NAMESPACE {
 
@@ -19,16 +20,17 @@ statistic_impl_ga_t::statistic_impl_ga_t(const std::wstring& application_name,
     m_tracking_id = identity.tracking_id;
     if (m_tracking_id.empty())
         return;
-    m_hit_prefix = compose_hit_prefix(
-        identity, [this](std::string text) { return m_connector.escape(std::move(text)); });
+    m_hit_prefix = compose_hit_prefix(identity);
     m_enabled_events = load_enabled_events(event_filter_path());
     m_ready = true;
+    if (is_collecting())
+        m_connector.prepare();
 }
 
 statistic_impl_ga_t::~statistic_impl_ga_t() = default;
 
 void statistic_impl_ga_t::notify_feature_usage_ex(const std::wstring& feature_name, std::uint64_t value) {
-    // Levels are thresholds: where the higher of the two in use is off, none of the lines below is written.
+    // One question for all lines of a report: if INFO is off, TRACE is off too.
     if (!analytics_log.is_enabled_for(log_level_t::info))
         return record(feature_name);
     OSTREL_TRACE_CALL(analytics_log,
@@ -38,12 +40,18 @@ void statistic_impl_ga_t::notify_feature_usage_ex(const std::wstring& feature_na
     record(feature_name);
 }
 
-void statistic_impl_ga_t::notify_feature_usage_utf8(std::string_view feature_name) {
+void statistic_impl_ga_t::notify_feature_usage_utf8(const char* feature_name) {
     if (analytics_log.is_enabled_for(log_level_t::info))
         return notify_feature_usage(quillkit::strings::utf8_to_utf16(feature_name));
     m_activity.add_today();
     if (is_reporting())
-        report(quillkit::strings::wide_text_t(feature_name).view());
+        report_utf8(feature_name);
+}
+
+void statistic_impl_ga_t::set_statistic_collection_enabled(bool enabled) {
+    statistic_impl_t::set_statistic_collection_enabled(enabled);
+    if (is_collecting())
+        m_connector.prepare();
 }
 
 void statistic_impl_ga_t::record(std::wstring_view feature_name) {
@@ -55,13 +63,16 @@ void statistic_impl_ga_t::record(std::wstring_view feature_name) {
 
 void statistic_impl_ga_t::report(std::wstring_view feature_name) {
     if (const auto route = route_feature(feature_name, m_enabled_events))
-        send_event(*route);
+        m_connector.send(compose_event_hit(m_hit_prefix, *route, m_activity.is_new_regular_user()));
 }
 
-void statistic_impl_ga_t::send_event(const route_t& route) {
-    m_connector.send(
-        compose_event_hit(m_hit_prefix, route, m_activity.is_new_regular_user(),
-                          [this](std::string text) { return m_connector.escape(std::move(text)); }));
+void statistic_impl_ga_t::report_utf8(std::string_view feature_name) {
+    // Most names are short and need no heap. The units are left uninitialised, which is faster.
+    std::array<wchar_t, 64> units; // NOLINT(cppcoreguidelines-pro-type-member-init)
+    if (feature_name.size() > units.size())
+        return report(quillkit::strings::utf8_to_utf16(feature_name));
+    const wchar_t* const end = ostrel_platform::to_wide(feature_name, units.data());
+    report({units.data(), static_cast<std::size_t>(end - units.data())});
 }
 
 void statistic_impl_ga_t::reserved_slot_5() {}

@@ -22,9 +22,9 @@ public:
     ~statistic_impl_ga_t() override;
 
     void notify_feature_usage_ex(const std::wstring& feature_name, std::uint64_t value) override;
-    /// As notify_feature_usage, for a name in UTF-8: converted only where somebody looks at it, and on the
-    /// heap only where it is long.
-    void notify_feature_usage_utf8(std::string_view feature_name);
+    /// Like notify_feature_usage, for a name in UTF-8, which it converts only if the name is needed.
+    void notify_feature_usage_utf8(const char* feature_name);
+    void set_statistic_collection_enabled(bool enabled) override;
     void reserved_slot_5() override;
     void reserved_slot_6() override;
     void reserved_slot_7() override;
@@ -34,7 +34,7 @@ private:
     void record(std::wstring_view feature_name);
     bool is_reporting() const { return is_collecting() && m_ready; }
     void report(std::wstring_view feature_name);
-    void send_event(const route_t& route);
+    void report_utf8(std::string_view feature_name);
 
     last_active_dates_t m_activity;
     http_connector_t m_connector;

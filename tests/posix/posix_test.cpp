@@ -76,7 +76,7 @@ TEST(posix_exit, the_service_of_a_c_host_outlives_static_objects) {
             {}, nullptr, "a folder whose name is longer than short strings", nullptr, 0};
         settor2_install_product_locations(&in_c);
         exit_handler.is_armed = true;
-        std::exit(1); // NOLINT(concurrency-mt-unsafe)
+        std::exit(1);
     };
     EXPECT_EXIT(leave(), testing::ExitedWithCode(0), "");
 }

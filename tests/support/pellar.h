@@ -2,7 +2,8 @@
 #pragma once
 
 #include "ostrel/pellar_accessor.h"
-#include "pellar_accessor/locate.h"
+#include "pellar_accessor/run.h"
+#include "platform/folders.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
 
@@ -14,15 +15,6 @@ namespace test_support {
 using accessor_t = OSTREL_NAMESPACE::pellar_accessor_impl_t;
 constexpr const char* tool_names[] = {"norvaneremotemon.exe", "pellar.exe", "checkVIRKconsent.exe"};
 
-// An explicit instantiation may name a private member.
-using invoke_t = int (accessor_t::*)(accessor_t::pellar_tool_t, const std::vector<std::wstring>&, bool) const;
-invoke_t private_entry();
-template <invoke_t Member>
-struct entry_t {
-    friend invoke_t private_entry() { return Member; }
-};
-template struct entry_t<&accessor_t::invoke_pellar>;
-
 /// Removes a file or folder with everything in it once no tool runs there any more: Windows refuses before.
 inline void remove_when_free(const fs::path& path) {
     std::error_code busy;
@@ -30,12 +22,10 @@ inline void remove_when_free(const fs::path& path) {
 }
 
 /// Gives each test a profile with the three stand-ins in PELLAR_DIR, whose name holds a blank and a non-ASCII
-/// letter, no tool in the standard folder, and a service with an empty folder for exchange files.
+/// letter, and a service with an empty folder for exchange files.
 class pellar_test_t : public testing::Test {
 protected:
     pellar_test_t() {
-        program_files = wide(profile.folder() / "common");
-        OSTREL_NAMESPACE::replace_program_files([] { return program_files; });
         install_tools(tools());
         profile.set("PELLAR_DIR", tools().u8string());
         profile.set("STAND_IN_RECORD", (profile.folder() / "record").u8string());
@@ -45,7 +35,6 @@ protected:
         locations.temp_dir = wide(temp());
         locations_t::install(&locations);
     }
-    ~pellar_test_t() override { OSTREL_NAMESPACE::replace_program_files(nullptr); }
 
     static void install_tools(const fs::path& folder) {
         fs::create_directories(folder);
@@ -74,7 +63,8 @@ protected:
         profile.set("STAND_IN_ANSWER", (profile.folder() / "answer").u8string());
     }
     int invoke(int tool, const std::vector<std::wstring>& arguments, bool sync) {
-        return (bridge.*private_entry())(static_cast<accessor_t::pellar_tool_t>(tool), arguments, sync);
+        return OSTREL_NAMESPACE::run_tool(static_cast<accessor_t::pellar_tool_t>(tool), arguments, sync,
+                                          &ostrel_platform::common_program_files_folder);
     }
     /// The texts, those of errors between "E " and "@", which stands for the place in the code.
     texts_t logged() const {
@@ -91,7 +81,6 @@ protected:
         remove_when_free(profile.folder() / "record");
     }
 
-    static inline std::optional<std::wstring> program_files;
     profile_t profile;
     locations_t locations;
     accessor_t bridge;

@@ -2,6 +2,7 @@
 // scripts/trust/ makes it live through whatever a host's process may meet.
 #include "ostrel/ostrel.h"
 #include "ostrel/statistic.h"
+#include "system.h"
 
 #if defined(TRUST_HOST_LOGS)
 #include <log4cplus/initializer.h>
@@ -14,15 +15,11 @@
 #include <chrono>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -39,18 +36,6 @@ template <class T>
 T next(arguments_t& arguments, T otherwise) {
     T value = otherwise;
     return arguments >> value ? value : otherwise;
-}
-
-std::string entries(const char* folder) {
-    return std::to_string(std::distance(std::filesystem::directory_iterator(folder), {}));
-}
-
-// Descriptors (the one that lists them among them), threads, resident pages.
-std::string state() {
-    std::ifstream memory("/proc/self/statm");
-    std::string resident;
-    memory >> resident >> resident; // behind the virtual size
-    return entries("/proc/self/fd") + " " + entries("/proc/self/task") + " " + resident;
 }
 
 std::string create(arguments_t& arguments) {
@@ -71,24 +56,14 @@ void notify(arguments_t& arguments) {
         ostrel_notify_feature_usage(handle, (name + std::to_string(i)).c_str());
 }
 
-/// @return how the child ended: what it inherited is used and destroyed there, then something of its own
-std::string fork_and_wait() {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::alarm(60);
-        ostrel_notify_feature_usage(handle, "run.inherited");
-        ostrel_destroy_statistic(handle);
-        shared.reset();
-        statistic_handle_t* const own = ostrel_create_statistic("child", "1.0");
-        ostrel_notify_feature_usage(own, "run.child");
-        ostrel_destroy_statistic(own);
-        ::_exit(0); // exit would hang in log4cplus's static objects, which wait for threads that only the
-                    // parent has
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return WIFEXITED(status) ? "exit " + std::to_string(WEXITSTATUS(status))
-                             : "signal " + std::to_string(WTERMSIG(status));
+/// Uses and destroys what the child has inherited, then something of its own.
+void be_child() {
+    ostrel_notify_feature_usage(handle, "run.inherited");
+    ostrel_destroy_statistic(handle);
+    shared.reset();
+    statistic_handle_t* const own = ostrel_create_statistic("child", "1.0");
+    ostrel_notify_feature_usage(own, "run.child");
+    ostrel_destroy_statistic(own);
 }
 
 void storm() {
@@ -121,9 +96,18 @@ void busy(arguments_t& arguments) {
         }).detach();
 }
 
+// Kills the process after some milliseconds, whatever it does then.
+void die(arguments_t& arguments) {
+    const std::chrono::duration<double, std::milli> delay(next(arguments, 0.0));
+    std::thread([delay] {
+        std::this_thread::sleep_for(delay);
+        trust::kill_self();
+    }).detach();
+}
+
 std::string obey(const std::string& command, arguments_t& arguments) {
     if (command == "state")
-        return state();
+        return trust::state();
     if (command == "create")
         return create(arguments);
     if (command == "consent") {
@@ -131,7 +115,7 @@ std::string obey(const std::string& command, arguments_t& arguments) {
         return std::to_string(ostrel_should_ask_user_consent(handle));
     }
     if (command == "fork")
-        return fork_and_wait();
+        return trust::fork_and_wait(&be_child);
     if (command == "notify")
         notify(arguments);
     else if (command == "destroy")
@@ -144,8 +128,12 @@ std::string obey(const std::string& command, arguments_t& arguments) {
         storm();
     else if (command == "busy")
         busy(arguments);
+    else if (command == "die")
+        die(arguments);
+    else if (command == "child")
+        std::system("exit 0"); // what a process that is started looks like
     else if (command == "leave")
-        next<std::string>(arguments, "exit") == "exit" ? std::exit(0) : ::_exit(0);
+        next<std::string>(arguments, "") == "exit" ? std::exit(0) : trust::leave();
     else
         throw std::invalid_argument(command);
     return "done";
@@ -154,10 +142,11 @@ std::string obey(const std::string& command, arguments_t& arguments) {
 } // namespace
 
 int main() {
+    trust::use_data_folder();
 #if defined(TRUST_HOST_LOGS)
     const log4cplus::Initializer initializer;
     log4cplus::Logger::getRoot().addAppender(log4cplus::SharedAppenderPtr(new log4cplus::NullAppender));
-    LOG4CPLUS_INFO(log4cplus::Logger::getInstance("host"), "the host logs");
+    LOG4CPLUS_INFO(log4cplus::Logger::getInstance(LOG4CPLUS_TEXT("host")), LOG4CPLUS_TEXT("the host logs"));
 #endif
     for (std::string line; std::getline(std::cin, line) && line != "return";) {
         std::istringstream arguments(line);

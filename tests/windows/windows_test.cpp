@@ -29,7 +29,8 @@ using namespace OSTREL_NAMESPACE;
 
 // Through what stands in these, this program calls the system.
 extern "C" void *__imp_CreateFileW, *__imp_CreateProcessW, *__imp_GetSystemMetrics, *__imp_SHGetFolderPathW,
-    *__imp_WSAStartup, *__imp_WinHttpGetProxyForUrl, *__imp_WinHttpOpen, *__imp__wsopen_s;
+    *__imp_WSAStartup, *__imp_WinHttpGetIEProxyConfigForCurrentUser, *__imp_WinHttpGetProxyForUrl,
+    *__imp_WinHttpOpen, *__imp__wsopen_s;
 
 namespace {
 
@@ -168,6 +169,11 @@ HINTERNET WINAPI record_session(LPCWSTR agent, DWORD access, LPCWSTR proxy, LPCW
     return nullptr;
 }
 
+BOOL WINAPI record_browser(WINHTTP_CURRENT_USER_IE_PROXY_CONFIG* /*config*/) {
+    record(1);
+    return FALSE;
+}
+
 errno_t __cdecl record_creation(int* descriptor, const wchar_t* /*path*/, int flags, int sharing, int mode) {
     record(flags, sharing, mode);
     *descriptor = -1;
@@ -194,6 +200,24 @@ TEST_F(windows, system_calls_get_the_documented_arguments_and_their_failures_are
     const redirect_t locks(__imp__wsopen_s, &record_creation);
     EXPECT_FALSE(ostrel_platform::create_exclusively(L"lock"));
     EXPECT_EQ(asked, (numbers_t{0x580, 0x10, 0x180})); // 0x80 is _O_NOINHERIT
+}
+
+TEST_F(windows, an_object_that_does_not_collect_asks_nothing_of_the_network) {
+    const redirect_t sockets(__imp_WSAStartup, &record_sockets);
+    const redirect_t browsers(__imp_WinHttpGetIEProxyConfigForCurrentUser, &record_browser);
+    const redirect_t sessions(__imp_WinHttpOpen, &record_session);
+    const auto use = [] {
+        asked.clear();
+        statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
+        ostrel_notify_feature_usage(handle, "run.a");
+        ostrel_destroy_statistic(handle); // waits for the sending thread
+        return asked.size();
+    };
+    profile.set("NORVANE_DISABLE_FEEDBACK", "1");
+    EXPECT_EQ(use(), 0U);
+    profile.unset("NORVANE_DISABLE_FEEDBACK");
+    profile.set("NORVANE_FORCE_FEEDBACK", "1");
+    EXPECT_NE(use(), 0U);
 }
 
 TEST_F(windows, proxies_come_from_the_browser_discovery_the_machine_and_only_then_the_variable) {

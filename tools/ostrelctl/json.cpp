@@ -78,7 +78,7 @@ json_t rules_of(const library::plan_t& plan) {
 
 json_t events_of(const library::plan_t& plan) {
     json_t events = json_t::array();
-    for (const std::wstring& event : plan.events)
+    for (const std::wstring_view event : plan.events.names())
         events.push_back(utf16_to_utf8(event));
     return events;
 }

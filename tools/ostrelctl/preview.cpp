@@ -1,8 +1,8 @@
 // What a collector would receive for a feature.
 #include "preview.h"
 
-#include "http_connector/percent_encode.h"
 #include "statistic_impl_ga/hit.h"
+#include "toolkit/quillkit/strings.h"
 #include "words.h"
 
 namespace ostrelctl {
@@ -11,15 +11,10 @@ namespace {
 
 using quillkit::strings::utf8_to_utf16;
 
-std::string encode(std::string text) {
-    return library::percent_encode(std::move(text));
-}
-
 std::string prefix_of(const inspection_t& found) {
     return library::compose_hit_prefix(library::identify(utf8_to_utf16(found.machine_id),
                                                          utf8_to_utf16(found.subject.product),
-                                                         utf8_to_utf16(found.subject.version)),
-                                       &encode);
+                                                         utf8_to_utf16(found.subject.version)));
 }
 
 } // namespace
@@ -36,7 +31,7 @@ std::vector<preview_t> preview(const inspection_t& found, const std::vector<std:
         else if (!route)
             one.why_not = "the event filter does not list it, and it is not \"run.\" and one word";
         else
-            one.body = library::compose_event_hit(prefix, *route, found.plan.days.is_regular_user, &encode);
+            one.body = library::compose_event_hit(prefix, *route, found.plan.days.is_regular_user);
     }
     return previews;
 }

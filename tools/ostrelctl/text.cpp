@@ -56,9 +56,9 @@ std::string delivery(const inspection_t& found) {
 
 std::string events(const inspection_t& found) {
     std::string text = "\nEvents in the filter:\n";
-    for (const std::wstring& event : found.plan.events)
+    for (const std::wstring_view event : found.plan.events.names())
         text += "   " + printable(utf16_to_utf8(event)) + "\n";
-    if (found.plan.events.empty())
+    if (found.plan.events.names().empty())
         text += "   none: only \"run.\" and one word would be sent\n";
     if (found.subject.filter.empty() && found.subject.folder.empty())
         text += "   (the host says where its filter is: --product-folder DIR or --filter FILE)\n";

@@ -71,7 +71,7 @@ std::optional<std::string> follow_links(std::string path) {
         if (size < 0)
             return path;
         const std::string link(text.data(), static_cast<std::size_t>(size));
-        path = link.front() == '/' ? link : path.substr(0, path.rfind('/') + 1) + link;
+        path = link.front() == '/' ? link : path.substr(0, path.rfind('/') + 1).append(link);
     }
     return std::nullopt;
 }

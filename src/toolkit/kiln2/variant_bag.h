@@ -3,10 +3,12 @@
 
 #include "kiln2/path.h"
 
+#include <boost/container/flat_map.hpp>
+#include <boost/container/small_vector.hpp>
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -21,24 +23,26 @@ using variant_t = std::variant<std::monostate, std::int32_t, std::wstring>;
 /// Named values, and nested bags. Nested bags may share a name and keep their order.
 class variant_bag_t {
 public:
-    using nested_t = std::vector<std::pair<std::wstring, variant_bag_t>>;
-    using values_t = std::map<std::wstring, variant_t, std::less<>>;
+    // Names in UTF-8, as in the document. Most names, and a single value, need no heap of their own.
+    using nested_t = std::vector<std::pair<std::string, variant_bag_t>>;
+    using values_t = boost::container::small_flat_map<std::string, variant_t, 1, std::less<>>;
 
     /// Sets a value and replaces an earlier one of that name.
-    void put(std::wstring name, variant_t value);
+    void put(std::wstring_view name, variant_t value);
 
     /// The value of that name; the empty value if there is none.
     const variant_t& get(std::wstring_view name) const;
 
-    /// Moves a value out; the empty one when there is none.
-    variant_t take(std::wstring_view name);
-
     /// Adds an empty nested bag. The reference is valid until the next bag is added to this one.
-    variant_bag_t& add_bag(std::wstring name);
+    variant_bag_t& add_bag(std::wstring_view name);
+
+    /// The same with a name in UTF-8.
+    void put_utf8(std::string name, variant_t value);
+    const variant_t& get_utf8(std::string_view name) const;
+    variant_bag_t& add_bag_utf8(std::string name);
 
     const values_t& values() const { return m_values; }
     const nested_t& bags() const { return m_bags; }
-    nested_t& bags() { return m_bags; }
 
 private:
     values_t m_values;

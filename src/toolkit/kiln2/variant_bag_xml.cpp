@@ -52,17 +52,15 @@ std::optional<std::int32_t> parse_integer(std::string_view text) {
     return number;
 }
 
-bool has_element(const pugi::xml_node& element) {
-    for (auto child = element.first_child(); child; child = child.next_sibling())
-        if (child.type() == pugi::node_element)
-            return true;
-    return false;
-}
-
+// An element with a type or with text alone.
 bool is_value(const pugi::xml_node& element) {
-    if (has_element(element))
-        return false;
-    return !element.attribute("type").empty() || !element.text().empty();
+    bool has_text = false;
+    for (auto child = element.first_child(); child; child = child.next_sibling()) {
+        if (child.type() == pugi::node_element)
+            return false;
+        has_text = has_text || child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata;
+    }
+    return has_text || element.attribute("type");
 }
 
 // A value of an unknown type, or an int that is not a number, is present but empty.
@@ -88,10 +86,9 @@ bool fill(variant_bag_t& bag, const pugi::xml_node& element, int depth) {
     for (auto child = element.first_child(); child; child = child.next_sibling()) {
         if (child.type() != pugi::node_element)
             continue;
-        std::wstring name = utf8_to_utf16(child.name());
         if (is_value(child))
-            bag.put(std::move(name), to_value(child));
-        else if (!fill(bag.add_bag(std::move(name)), child, depth + 1))
+            bag.put_utf8(child.name(), to_value(child));
+        else if (!fill(bag.add_bag_utf8(child.name()), child, depth + 1))
             return false;
     }
     return true;
@@ -107,14 +104,14 @@ bool parse(variant_bag_t& bag, std::string& content, const std::wstring& root) {
 }
 
 // Names that XML takes without escaping. All names of the library are plain.
-bool is_plain_name(const std::wstring& name) {
-    const auto is_letter = [](wchar_t c) {
-        return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z') || c == L'_';
+bool is_plain_name(const std::string& name) {
+    const auto is_letter = [](char c) {
+        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
     };
-    const auto is_other = [](wchar_t c) { return (c >= L'0' && c <= L'9') || c == L'-' || c == L'.'; };
+    const auto is_other = [](char c) { return (c >= '0' && c <= '9') || c == '-' || c == '.'; };
     if (name.empty() || !is_letter(name.front()))
         return false;
-    for (const wchar_t c : name)
+    for (const char c : name)
         if (!is_letter(c) && !is_other(c))
             return false;
     return true;
@@ -135,10 +132,10 @@ bool write_value(pugi::xml_node element, const variant_t& value) {
 
 bool write_bag(pugi::xml_node element, const variant_bag_t& bag) {
     for (const auto& [name, value] : bag.values())
-        if (!is_plain_name(name) || !write_value(element.append_child(utf16_to_utf8(name).c_str()), value))
+        if (!is_plain_name(name) || !write_value(element.append_child(name.c_str()), value))
             return false;
     for (const auto& [name, nested] : bag.bags())
-        if (!is_plain_name(name) || !write_bag(element.append_child(utf16_to_utf8(name).c_str()), nested))
+        if (!is_plain_name(name) || !write_bag(element.append_child(name.c_str()), nested))
             return false;
     return true;
 }
@@ -158,7 +155,8 @@ int load_variant_bag2(variant_bag_t& bag, const path_t& path, const std::wstring
 
 bool save_variant_bag2(const variant_bag_t& bag, const path_t& path, const std::wstring& root) {
     pugi::xml_document document;
-    if (!is_plain_name(root) || !write_bag(document.append_child(utf16_to_utf8(root).c_str()), bag))
+    const std::string name = utf16_to_utf8(root);
+    if (!is_plain_name(name) || !write_bag(document.append_child(name.c_str()), bag))
         return false;
     std::ostringstream text;
     document.save(text, "  ");

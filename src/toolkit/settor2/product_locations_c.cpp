@@ -3,6 +3,7 @@
 
 #include "settor2/product_locations.h"
 #include "toolkit/quillkit/strings.h"
+#include "toolkit/settor2/location_kind.h"
 
 #include <array>
 #include <forward_list>
@@ -30,7 +31,9 @@ public:
         minor = m_version[1];
         build = m_version[2];
     }
-    std::wstring getLocation(int kind) const override { return kind == 6 ? m_location : std::wstring(); }
+    std::wstring getLocation(int kind) const override {
+        return kind == product_folder_kind ? m_location : std::wstring();
+    }
     const wchar_t* getFolder() const override { return m_folder.c_str(); }
     const wchar_t* getTempDir() const override { return m_temp_dir.c_str(); }
     bool isManagerExpected() const override { return m_manager_expected; }

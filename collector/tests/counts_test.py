@@ -1,0 +1,114 @@
+"""What the database makes of log files, and what the report shows of that."""
+import datetime
+import json
+import os
+import subprocess
+import time
+import unittest
+
+from support import COLLECTOR, FILTER, Collector, hit, lines, wait_for
+
+
+class CountsTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.collector = Collector("--filter", FILTER)
+        cls.addClassCleanup(cls.collector.remove)
+
+    def setUp(self):
+        self.collector.sql("TRUNCATE feature_day, version_day, installation_day, refused_day, loaded_file, period_cache")
+
+    def feature(self, report, name, key="category"):
+        found = [feature for feature in report["features"] if feature[key] == name]
+        self.assertEqual(len(found), 1, report["features"])
+        return found[0]
+
+    def test_a_file_counts_once_and_every_hit_of_it(self):
+        content = lines([hit(f"m{n}", regular="ny"[n < 25]) for n in range(50)] * 2) + b"1.0 junk\n" + lines(
+            [hit(category="unlisted")])
+        self.collector.load(content)
+        report = self.collector.load(content, "hits-2.log")
+        feature = self.feature(report, "editor")
+        self.assertEqual((feature["hits"], feature["machines"], feature["regular_machines"]), (100, 50, 25))
+        self.assertEqual(report["refused"], {"not a hit": 1, "not listed": 1})
+        self.assertEqual(report["unused"], [{"product": "c_host", "name": name}
+                                            for name in ("debugger.attach", "editor.refactor")])
+        self.assertEqual((report["schema"], report["threshold"], report["sample"], report["backlog_files"]), (1, 20, 1, 0))
+        with open(self.collector.path("page/report.csv"), encoding="utf-8") as file:
+            self.assertIn(",c_host,editor,open.file,100,50,25\n", file.read().replace("\r\n", "\n"))
+
+    def test_sketches_agree_with_exact_counts_and_merge_across_days(self):
+        self.collector.load(lines([hit(f"m{n}", label="few") for n in range(20)] +
+                                  [hit(f"m{n}", label="many") for n in range(20000)]) +
+                            lines([hit(f"m{n}", label="many") for n in range(10000, 30000)], days_ago=1) +
+                            lines([hit(f"m{n}", label="many") for n in range(5000)], days_ago=35))
+        report = self.collector.report()
+        self.assertEqual(self.feature(report, "few", "label")["machines"], 20)
+        many = self.feature(report, "many", "label")
+        self.assertLess(abs(many["machines"] - 30000), 1500)
+        self.assertEqual([day[1] for day in many["days"]], [20000, 20000])
+        self.assertLess(abs(self.feature(report["earlier"][0], "many", "label")["machines"] - 5000), 250)
+
+    def test_nothing_below_the_threshold_is_shown_or_can_be_subtracted(self):
+        small, large = range(3), range(45)
+        self.collector.load(
+            lines([hit(f"a{n}", label="hidden", version="9", system="Rare") for n in small] +
+                  [hit(f"b{n}", label="next", regular="ny"[n < 2]) for n in range(25)] +
+                  [hit(f"c{n}", label="shown", regular="ny"[n < 20], version=f"{n % 2}") for n in large] +
+                  [hit(f"c{n}", label="shown", version="rare") for n in small] +
+                  [hit(f"d{n}", product="tiny") for n in small]) +
+            lines([hit(f"c{n}", label="shown", version="0") for n in small], days_ago=3))
+        report = self.collector.report()
+        names = {(f["category"], f["label"]): f for f in report["features"]}
+        self.assertEqual(set(names), {("(other)", None), ("editor", "shown")})
+        self.assertAlmostEqual(names["(other)", None]["machines"], 28, delta=1)
+        shown = names["editor", "shown"]
+        self.assertEqual(shown["regular_machines"], 20)
+        self.assertEqual(shown["days"], [["(other)", 51, 45]])
+        self.assertEqual([v["machines"] for v in shown["versions"]], [24, 24])
+        self.assertEqual(shown["versions"][0]["version"], "(other)")
+        self.assertEqual([(i["os"], i["machines"], i["regular_machines"]) for i in report["installations"]],
+                         [("(other)", 73, 22)])
+        for secret in ("hidden", "next", "rare", "Rare", "tiny"):
+            self.assertNotIn(secret, json.dumps(report))
+
+    def test_strangers_texts_are_capped(self):
+        machines = [f"m{n}" for n in range(20)]
+        self.collector.load(lines([hit(m, label=f"{n:04}", version=f"v{n}", system=f"s{n}")
+                                   for n in range(1500) for m in machines]))
+        self.collector.load(lines([hit(m, label="known.later", version="late") for m in machines]), "hits-2.log")
+        for table, column in [("feature_day", "label"), ("version_day", "version"), ("installation_day", "os")]:
+            with self.subTest(column):
+                self.assertEqual(self.collector.sql(f"SELECT count(DISTINCT {column}) FROM {table}"), "1001")
+        other = self.feature(self.collector.report(), "(other)", "label")
+        self.assertEqual(other["hits"], 501 * 20)
+        self.collector.load(lines([hit(label="x" * 500, version="\\\\." + "\t\\n", system="%00")]), "hits-3.log")
+        self.assertEqual(self.collector.loaded_hits(), 1501 * 20 + 1)
+
+    def test_old_days_leave_and_another_key_or_a_newer_schema_is_refused(self):
+        self.collector.load(lines([hit()]))
+        self.collector.sql("UPDATE feature_day SET day = current_date - 398")
+        self.collector.load(lines([hit(label="new")]), "hits-2.log")
+        self.assertEqual(self.collector.sql("SELECT string_agg(label, ',') FROM feature_day"), "new")
+        self.collector.sql("UPDATE setting SET value = 'another' WHERE name = 'key'")
+        self.collector.drop(lines([hit(label="third")]))
+        wait_for(lambda: "the key is not the one" in self.collector.text())
+        self.assertTrue(os.path.exists(self.collector.path("hits/hits-1.log")))
+        self.collector.sql("UPDATE setting SET value = 99 WHERE name = 'schema'")
+        self.assertEqual(self.collector.stop(), 0)
+        self.collector.start(wait=False)
+        wait_for(lambda: "newer than this collector" in self.collector.text())
+        self.collector.sql("DELETE FROM setting WHERE name = 'key'; UPDATE setting SET value = 1")
+
+    def test_a_year_of_a_fleet_loads_and_reports_in_bounded_time(self):
+        machines, days = os.environ.get("OSTREL_TEST_FLEET", "400 365").split()
+        year = subprocess.run([os.path.join(COLLECTOR, "simulate.py"), "--days", days, "--machines", machines,
+                               "--product", "c_host"], check=True, capture_output=True).stdout
+        start = time.monotonic()
+        report = self.collector.load(year)
+        print(f"\n{year.count(10)} hits of {days} days: loaded and shown in {time.monotonic() - start:.1f} s; database "
+              + self.collector.sql("SELECT pg_size_pretty(pg_database_size('postgres'))"))
+        self.assertEqual(self.collector.loaded_hits(), year.count(b"&ec=editor&"))
+        today = datetime.datetime.now(datetime.timezone.utc).date().isoformat()
+        self.assertEqual(max(day[0] for day in self.feature(report, "open", "label")["days"]), today)
+        self.assertEqual(sum(bool(period["features"]) for period in report["earlier"]), 12)

@@ -1,0 +1,74 @@
+"""The page in a real browser: texts, charts, controls, and what a hostile label does to it."""
+import os
+import tempfile
+import unittest
+
+from browser import Browser
+from support import FILTER, Collector, hit, lines
+
+HOSTILE = "%3C%2Fscript%3E%3Cscript%3Edocument.title%3D1%3C%2Fscript%3E%3Cimg%20src%3Dx%20onerror%3Ddocument.title%3D2%3E"
+HOSTILE_TEXT = "editor.</script><script>document.title=1</script><img src=x onerror=document.title=2>"
+# Pixels of a canvas that are not transparent.
+PAINTED = """(() => { const c = document.getElementById("%s");
+    return c.getContext("2d").getImageData(0, 0, c.width, c.height).data.filter((v, i) => i %% 4 == 3 && v).length; })()"""
+
+
+class PageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.collector = Collector("--filter", FILTER)
+        cls.addClassCleanup(cls.collector.remove)
+        cls.collector.load(b"".join(
+            lines([hit(f"m{n}") for n in range(40 + days)] + [hit(f"m{n}", label=HOSTILE, version="%3Cb%3E<b>&lt;",
+                                                                  system="%3Cb%3E") for n in range(20)] +
+                  [hit(f"m{n}", category="run", label="test", product="second") for n in range(30)], days)
+            for days in (0, 1, 2, 40)))
+        folder = tempfile.TemporaryDirectory()
+        cls.browser = Browser(folder.name)
+        cls.addClassCleanup(folder.cleanup)
+        cls.addClassCleanup(cls.browser.close)
+
+    def open(self, **options):
+        self.browser.open(f"http://127.0.0.1:{self.collector.page_port}/", **options)
+
+    def text(self, selector="body"):
+        return self.browser.evaluate(f"document.querySelector({selector!r}).innerText")
+
+    def test_texts_and_charts_show_at_both_widths_and_strangers_texts_do_nothing(self):
+        for width, dark in ((1280, False), (390, True)):
+            self.open(width=width, dark=dark)
+            folder = os.environ.get("OSTREL_TEST_PICTURES")
+            if folder:
+                self.browser.screenshot(os.path.join(folder, f"page-{width}.png"))
+            with self.subTest(width):
+                self.assertEqual(self.browser.evaluate("document.title"), "Feature usage")
+                self.assertIn(HOSTILE_TEXT, self.text("#features"))
+                self.assertIn("editor.open.file", self.text("#features"))
+                self.assertIn("42", self.text("#features"))
+                self.assertIn("debugger.attach", self.text("#unused"))
+                self.assertIn("<b>", self.text("#installations"))
+                for canvas in ("most", "days", "months"):
+                    self.assertGreater(self.browser.evaluate(PAINTED % canvas), 1000, canvas)
+                self.assertLessEqual(self.browser.evaluate("document.documentElement.scrollWidth"), width)
+
+    def test_choices_search_and_sorting_change_the_tables(self):
+        self.open()
+        rows = "[...document.querySelector('#features').tBodies[0].rows].map(row => row.cells[1].innerText).join()"
+        change = "(() => { const e = document.getElementById('%s'); %s; e.dispatchEvent(new Event('%s')); })()"
+        self.assertTrue(self.browser.evaluate(rows).startswith("editor.open.file,"))
+        self.browser.evaluate("[...document.querySelectorAll('#features th button')][1].click()")
+        self.assertTrue(self.browser.evaluate(rows).endswith("editor.open.file"))
+        self.browser.evaluate(change % ("search", "e.value = 'OPEN'", "input"))
+        self.assertEqual(self.browser.evaluate(rows), "editor.open.file")
+        self.browser.evaluate(change % ("period", "e.selectedIndex = 1", "change"))
+        self.assertIn("\t80\t", self.text("#features").replace("80 %", "80"))
+        self.browser.evaluate(change % ("search", "e.value = ''", "input"))
+        self.browser.evaluate(change % ("product", "e.value = 'second'", "change"))
+        self.assertEqual(self.browser.evaluate(rows), "run.test")
+
+    def test_the_tables_are_readable_without_scripts(self):
+        self.open(scripts=False)
+        for text in ("editor.open.file", HOSTILE_TEXT, "debugger.attach", "second", "<b>"):
+            with self.subTest(text):
+                self.assertIn(text, self.text("main"))
+        self.assertFalse(self.browser.evaluate("!!document.querySelector('.controls').offsetParent"))

@@ -1,0 +1,59 @@
+// What the host for scripts/trust/ needs of the system, on Windows.
+#include "../system.h"
+
+#include "support/system.h"
+
+#include <windows.h>
+
+#include <psapi.h>
+#include <tlhelp32.h>
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace trust {
+
+namespace {
+
+int count_threads() {
+    const HANDLE snapshot = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof entry;
+    int count = 0;
+    for (BOOL more = ::Thread32First(snapshot, &entry); more != FALSE;
+         more = ::Thread32Next(snapshot, &entry))
+        count += entry.th32OwnerProcessID == ::GetCurrentProcessId() ? 1 : 0;
+    ::CloseHandle(snapshot);
+    return count;
+}
+
+} // namespace
+
+void use_data_folder() {
+    static const test_support::local_app_data_t folder(std::getenv("OSTREL_TRUST_DATA"));
+}
+
+std::string state() {
+    // The system gives the lowest free value, so it grows with the number of open handles.
+    const HANDLE next = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    ::CloseHandle(next);
+    PROCESS_MEMORY_COUNTERS memory{};
+    ::GetProcessMemoryInfo(::GetCurrentProcess(), &memory, sizeof memory);
+    return std::to_string(reinterpret_cast<std::uintptr_t>(next)) + " " + std::to_string(count_threads()) +
+           " " + std::to_string(memory.WorkingSetSize / 4096);
+}
+
+std::string fork_and_wait(void (*)()) {
+    throw std::logic_error("Windows has no fork");
+}
+
+void leave() {
+    ::ExitProcess(0);
+}
+
+void kill_self() {
+    ::TerminateProcess(::GetCurrentProcess(), 0);
+    std::abort();
+}
+
+} // namespace trust
