@@ -232,8 +232,8 @@ def main():
     arguments.key = arguments.key or os.path.join(arguments.data, "key")
     try:
         Loader(arguments).run()
-    except (OSError, subprocess.CalledProcessError) as error:
-        sys.exit(f"load.py: the remaining files wait for the next time: {error}")
+    except subprocess.CalledProcessError:
+        sys.exit("load.py: the remaining files wait for the next time")
 
 
 if __name__ == "__main__":

@@ -148,8 +148,8 @@ def main():
         write(folder, "report.json", json.dumps(report))
         write(folder, "report.csv", make_csv(report))
         write(folder, "index.html", make_page(report))
-    except (OSError, subprocess.CalledProcessError) as error:
-        sys.exit(f"report.py: the page stays as it is: {error}")
+    except subprocess.CalledProcessError:
+        sys.exit("report.py: the page stays as it is")
 
 
 if __name__ == "__main__":

@@ -120,13 +120,17 @@ stop() {
     [[ -z $schema ]] || { timeout 30 python3 "$RUN/load.py" --data "$DATA" --sample "$SAMPLE" "${filters[@]}" &&
         timeout 30 python3 "$RUN/report.py" --data "$DATA" --threshold "$THRESHOLD" --interval "$INTERVAL" "${filters[@]}"; } || true
     running "$postgres" && { kill -INT "$postgres"; wait_for 30 "$postgres" || kill -QUIT "$postgres"; }
-    rm -rf -- "$RUN"
+    rm -rf -- "$RUN" "$DATA/run"
 }
 
 # Inherited by all children: whoever holds it after a kill still uses the folder.
 exec {lock}>"$DATA/lock"
 flock -w 20 "$lock" || { say "another collector runs in $DATA"; rm -rf -- "$RUN"; exit 1; }
 trap stop EXIT
+# What a killed collector left behind. The link also shows others the way to the database's socket.
+previous=$(readlink "$DATA/run" || true)
+[[ $previous != /tmp/ostrel-collector.* ]] || rm -rf -- "$previous"
+ln -sfn -- "$RUN" "$DATA/run"
 trap 'stopping=yes' TERM INT HUP
 ulimit -n "$(ulimit -Hn)"
 mkdir -p -- "$DATA/hits" "$DATA/page"

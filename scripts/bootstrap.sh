@@ -47,8 +47,8 @@ Groups (without any: build test lint):
 END
 }
 
-# Our scripts run daemons in folders of their own, so the system starts none of what is installed here, neither now nor
-# at its next start, and PostgreSQL makes no database cluster "main". Files that stand already stay.
+# Our scripts start daemons themselves, in separate folders. So the system must not start the installed services, now or
+# after a reboot, and PostgreSQL must not create the database cluster "main". Existing files stay.
 install_packages() {
     local created=() service
     forbid /usr/sbin/policy-rc.d '#!/bin/sh\nexit 101\n'
@@ -61,7 +61,7 @@ install_packages() {
     done
 }
 
-# forbid FILE TEXT: creates it for the time of the installation.
+# forbid FILE TEXT: creates FILE during the installation.
 forbid() {
     [[ ! -e $1 ]] || return 0
     mkdir -p "${1%/*}"

@@ -10,7 +10,7 @@ usage() {
 Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | instructions |
                                 collector | arm64 | all]
 
-Without a name: linux. trust needs root, the others only to install packages.
+Without a name: linux. trust needs root; the others need it only to install packages.
 arm64 is not in all: it cross-builds, and runs under emulation what can run there.
 
   --no-lint  leave out clang-format and clang-tidy, which only linux runs
@@ -18,7 +18,7 @@ arm64 is not in all: it cross-builds, and runs under emulation what can run ther
 END
 }
 
-# A build is one function of its name with the prefix "test_"; the order is that of "all".
+# For each build there is a function test_BUILD. "all" runs them in this order.
 readonly builds=(linux windows asan tsan fuzz trust instructions collector)
 readonly apart=(arm64)
 lint=yes
@@ -36,7 +36,7 @@ test_linux() {
     ctest --preset linux -j "$(nproc)"
 }
 
-# All of ctest under a sanitizer. Nothing of ours is suppressed, and nothing else has needed it so far.
+# All of ctest under a sanitizer, without suppressions.
 test_asan() {
     "$root/scripts/bootstrap.sh" build test
     configure_and_build "${1:-asan}"
@@ -62,7 +62,7 @@ test_instructions() {
     "$root/bench/instructions.sh"
 }
 
-# The receiving side, with nginx, PostgreSQL and Chromium. Of the library it needs an example host.
+# The receiving side, with nginx, PostgreSQL and Chromium. It needs the library only for an example host.
 test_collector() {
     "$root/scripts/bootstrap.sh" build test collector collector-test
     log=build/linux/collector.log
@@ -71,7 +71,7 @@ test_collector() {
     python3 -m unittest discover -v -s collector/tests -p '*_test.py'
 }
 
-# In a prefix of its own below the build folder, whose server is ended with the tests.
+# In a separate Wine prefix below the build folder. Its server ends with the tests.
 test_windows() {
     "$root/scripts/windows-deps.sh"
     "$root/scripts/bootstrap.sh" wine
@@ -81,7 +81,8 @@ test_windows() {
     ctest --preset windows -j "$(nproc)"
 }
 
-# QEMU emulates one process: a program that it starts is one of this machine's, and signals reach a thread of QEMU's own.
+# QEMU emulates one process. A program that this process starts runs on the machine itself, and signals may reach a thread
+# of QEMU.
 test_arm64() {
     local -r unseen='^(pellar_accessor_test|ostrelctl_test|install|documents|boundary|demo|trust)|blocks_all_signals'
     "$root/scripts/arm64-deps.sh"

@@ -4,7 +4,7 @@ import tempfile
 import unittest
 
 from browser import Browser
-from support import FILTER, Collector, hit, lines
+from support import Collector, hit, lines
 
 HOSTILE = "%3C%2Fscript%3E%3Cscript%3Edocument.title%3D1%3C%2Fscript%3E%3Cimg%20src%3Dx%20onerror%3Ddocument.title%3D2%3E"
 HOSTILE_TEXT = "editor.</script><script>document.title=1</script><img src=x onerror=document.title=2>"
@@ -16,7 +16,7 @@ PAINTED = """(() => { const c = document.getElementById("%s");
 class PageTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.collector = Collector("--filter", FILTER)
+        cls.collector = Collector()
         cls.addClassCleanup(cls.collector.remove)
         cls.collector.load(b"".join(
             lines([hit(f"m{n}") for n in range(40 + days)] + [hit(f"m{n}", label=HOSTILE, version="%3Cb%3E<b>&lt;",

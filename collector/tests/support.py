@@ -16,7 +16,6 @@ TESTS = os.path.dirname(os.path.abspath(__file__))
 COLLECTOR = os.environ.get("OSTREL_TEST_COLLECTOR", os.path.dirname(TESTS))
 ROOT = os.path.dirname(os.path.dirname(TESTS))
 FILTER = os.path.join(ROOT, "examples/c_host/statistic/enabled_stat_events.xml")
-PROGRAMS = "/usr/lib/postgresql/15/bin/"
 sys.path.insert(0, COLLECTOR)
 
 
@@ -32,7 +31,7 @@ def lines(bodies, days_ago=0):
     return "".join(f"{moment:.0f}.{number % 1000:03} {body}\n" for number, body in enumerate(bodies)).encode()
 
 
-def wait_for(condition, seconds=60):
+def wait_for(condition, seconds=90):
     deadline = time.monotonic() + seconds
     while not (result := condition()):
         assert time.monotonic() < deadline, "waited in vain"
@@ -48,47 +47,43 @@ def free_port():
 
 def processes(words):
     """Ids of the processes whose command line holds the words."""
-    found = []
-    for path in glob.glob("/proc/[0-9]*/cmdline"):
-        try:
-            with open(path, encoding="latin-1") as file:
-                if words in file.read().replace("\0", " "):
-                    found.append(int(path.split("/")[2]))
-        except OSError:
-            pass
-    return found
+    return [int(number) for number in os.listdir("/proc") if number.isdigit() and words in command_line(number)]
+
+
+def command_line(number):
+    with contextlib.suppress(OSError), open(f"/proc/{number}/cmdline", encoding="latin-1") as file:
+        return file.read().replace("\0", " ")
+    return ""
 
 
 class Collector:
-    def __init__(self, *options, program=COLLECTOR, environment=None, key="the same estimates in every run"):
+    """Its key is constant, so that estimates are the same in every run."""
+
+    def __init__(self, *options, program=COLLECTOR, environment=None, key="key"):
         self.outer = tempfile.mkdtemp(prefix="collector-test-", dir="/tmp")
         os.chmod(self.outer, 0o755)
-        with open(os.path.join(self.outer, "key"), "w", encoding="utf-8") as file:
+        with open(self.outer + "/key", "w", encoding="utf-8") as file:
             file.write(key)
-        self.data = os.path.join(self.outer, "data")
+        self.data = self.outer + "/data"
         self.port, self.page_port = free_port(), free_port()
-        self.options, self.program = options, program
-        self.environment = {**os.environ, **(environment or {})}
+        self.options, self.program, self.environment = options, program, {**os.environ, **(environment or {})}
         self.start()
 
     def start(self, wait=True):
-        if os.path.exists(self.path("page/index.html")):
+        with contextlib.suppress(OSError):
             os.unlink(self.path("page/index.html"))
-        with open(os.path.join(self.outer, "log"), "a", encoding="utf-8") as log:
-            self.process = subprocess.Popen(
-                [os.path.join(self.program, "run.sh"), "--data", self.data, "--port", str(self.port), "--page-port",
-                 str(self.page_port), "--interval", "1", "--key",
-                 self.outer + "/key", *self.options], stderr=log, stdout=log, env=self.environment)
-        if not wait:
-            return
-        wait_for(lambda: os.path.exists(self.path("page/index.html")) or self.process.poll() is not None)
-        assert self.process.poll() is None, self.text()
+        command = [self.program + "/run.sh", "--data", self.data, "--port", str(self.port), "--page-port",
+                   str(self.page_port), "--interval", "1", "--key", self.outer + "/key", "--filter", FILTER]
+        with open(self.outer + "/log", "a", encoding="utf-8") as log:
+            self.process = subprocess.Popen([*command, *self.options], stderr=log, stdout=log, env=self.environment)
+        wait_for(lambda: not wait or os.path.exists(self.path("page/index.html")) or self.process.poll() is not None)
+        assert self.process.poll() is None, self.log()
 
     def path(self, name):
         return os.path.join(self.data, name)
 
-    def text(self):
-        with open(os.path.join(self.outer, "log"), encoding="utf-8") as file:
+    def log(self):
+        with open(self.outer + "/log", encoding="utf-8") as file:
             return file.read()
 
     def report(self):
@@ -103,53 +98,43 @@ class Collector:
         os.chown(file.name, owner.st_uid, owner.st_gid)
         os.rename(file.name, self.path("hits/" + name))
 
-    def wait_until_loaded(self, seconds=120):
+    def wait_until_loaded(self):
         """Waits until every rotated file is loaded and the page that follows is there."""
-        wait_for(lambda: not glob.glob(self.path("hits/hits-*.log")), seconds)
-        loaded = time.time()
         page = self.path("page/index.html")
-        wait_for(lambda: os.path.exists(page) and os.stat(page).st_mtime > loaded, seconds)
+        wait_for(lambda: not glob.glob(self.path("hits/hits-*.log")))
+        loaded = time.time()
+        wait_for(lambda: os.path.exists(page) and os.stat(page).st_mtime > loaded)
 
     def load(self, content, name="hits-1.log"):
         self.drop(content, name)
         self.wait_until_loaded()
         return self.report()
 
-    def wait_until_settled(self, seconds=120):
-        """Waits until all that nginx has taken is loaded."""
-        def is_settled():
-            return not glob.glob(self.path("hits/hits-*.log")) and not os.path.getsize(self.path("hits/hits.log"))
-        wait_for(is_settled, seconds)
-        time.sleep(1.2)  # nginx's flush interval
-        wait_for(is_settled, seconds)
-        self.wait_until_loaded(seconds)
-
-    def runtime(self):
-        with open(self.path("database/postmaster.pid"), encoding="utf-8") as file:
-            return file.read().split("\n")[4]
-
     def sql(self, text):
-        return subprocess.run(["psql", "-XqAt", "-h", self.runtime(), "-U", "collector", "postgres", "-c",
+        return subprocess.run(["psql", "-XqAt", "-h", self.path("run"), "-U", "collector", "postgres", "-c",
                                "SET search_path = collector, public", "-c", text], text=True, check=True,
                               capture_output=True).stdout.strip()
 
-    def loaded_hits(self):
+    def clear(self):
+        self.sql("TRUNCATE feature_day, version_day, installation_day, refused_day, loaded_file, period_cache")
+
+    def hits(self):
         return int(self.sql("SELECT coalesce(sum(hits), 0) FROM feature_day"))
 
-    def request(self, method="POST", path="/collect", body=None, headers=None, connection=None):
-        if not connection:
-            with contextlib.closing(http.client.HTTPConnection("127.0.0.1", self.port)) as connection:
-                return self.request(method, path, body, headers, connection)
-        connection.request(method, path, body, headers or {}, encode_chunked=True)
-        answer = connection.getresponse()
-        answer.read()
-        return answer.status
+    def client(self):
+        return contextlib.closing(http.client.HTTPConnection("127.0.0.1", self.port))
 
     def stop(self):
-        if self.process.poll() is None:
-            self.process.send_signal(signal.SIGTERM)
+        self.process.send_signal(signal.SIGTERM)
         return self.process.wait(60)
 
     def remove(self):
         self.stop()
         shutil.rmtree(self.outer)
+
+
+def ask(connection, method="POST", path="/collect", body=None, headers=None):
+    connection.request(method, path, body, headers or {}, encode_chunked=True)
+    answer = connection.getresponse()
+    answer.read()
+    return answer.status

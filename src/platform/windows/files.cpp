@@ -22,13 +22,13 @@ constexpr DWORD deny_none = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 
 using open_file_t = ostrel_platform::handle_t;
 
-/// A file under a name that others may read, write and rename meanwhile.
+/// An open file that other processes may read, write and rename.
 struct disk_file_t {
     disk_file_t(const std::wstring& path, DWORD access, DWORD disposition)
         : file(::CreateFileW(path.c_str(), access, deny_none, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
                              nullptr)) {}
 
-    // A console or a pipe under a file's name could keep a reader waiting for ever.
+    // Reading a console or a pipe could block for ever.
     bool is_on_disk() const { return file.is_open() && ::GetFileType(file.get()) == FILE_TYPE_DISK; }
 
     open_file_t file;
