@@ -178,33 +178,6 @@ TEST(plan, an_object_fails_exactly_where_the_plan_sees_an_obstacle) {
     }
 }
 
-TEST(plan, the_machine_id_has_a_source_and_is_the_one_of_a_new_object) {
-    const struct {
-        const char* forced;
-        std::optional<std::string> content;
-        uuid_source_t source;
-        std::wstring id;
-    } cases[] = {
-        {"forced", "<bag><UUID>stored</UUID></bag>", uuid_source_t::forced, L"forced"},
-        {"", "<bag><UUID>stored</UUID></bag>", uuid_source_t::stored, L"stored"},
-        {"", "<bag/>", uuid_source_t::without_id, L""},
-        {"", "<bag><UUID>", uuid_source_t::malformed, L""},
-        {"", std::nullopt, uuid_source_t::missing, L""},
-    };
-    for (const auto& [forced, content, source, id] : cases) {
-        SCOPED_TRACE(content.value_or("no file"));
-        const profile_t profile;
-        profile.set("NORVANE_FORCE_UUID", forced);
-        if (content)
-            write_file(profile.statistic_dir() / "uuid.xml", *content);
-        const uuid_finding_t found = plan_for(profile).machine_id;
-        EXPECT_EQ(found.source, source);
-        EXPECT_EQ(found.id, id);
-        const statistic_impl_ga_t statistic(L"product", L"1");
-        EXPECT_TRUE(found.needs_fresh_id() ? statistic.get_uuid().size() == 36 : statistic.get_uuid() == id);
-    }
-}
-
 TEST(plan, days_count_as_a_new_object_counts_them) {
     const std::string day = "<item><Y type=\"int\">2014</Y><M type=\"int\">1</M><D type=\"int\">1</D></item>";
     const struct {
