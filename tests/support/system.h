@@ -19,9 +19,6 @@ public:
     ~local_app_data_t();
 };
 
-/// How many threads this process has; on Windows only.
-std::size_t count_threads();
-
 /// Gives the folder to the children of this process too, for as long as it lives. Such tests take turns: on
 /// Windows the folder is one of the user, not of the process.
 class children_app_data_t {
@@ -39,6 +36,9 @@ struct finished_t {
 
 /// Runs a program to its end. @param words its path and its arguments; UTF-8
 finished_t run_program(const std::vector<std::string>& words);
+
+/// How many threads this process has; on Windows only.
+std::size_t count_threads();
 
 /// What main was given, without the program's own name; UTF-8.
 std::vector<std::string> utf8_arguments(int argc, char** argv);
