@@ -1,5 +1,5 @@
-/* A host of another compiler that uses the C functions. It declares the system functions itself and needs no C library,
-   because the headers and libraries of that compiler are not available where the tests run. */
+/* A host of another compiler that uses the C functions. It declares the system functions itself and needs no
+   C library, because the headers and libraries of that compiler are not available where the tests run. */
 #include "ostrel/ostrel.h"
 #include "settor2/product_locations_c.h"
 
@@ -8,7 +8,7 @@ typedef unsigned short utf16_t;
 typedef struct exception_t {
     struct {
         unsigned long code;
-    }* record;
+    } * record;
 } exception_t;
 
 __declspec(dllimport) void ExitProcess(unsigned int status);
@@ -17,13 +17,15 @@ __declspec(dllimport) void* GetCurrentProcess(void);
 __declspec(dllimport) utf16_t* GetCommandLineW(void);
 __declspec(dllimport) unsigned long GetFileAttributesW(const utf16_t* path);
 __declspec(dllimport) void* SetUnhandledExceptionFilter(long (*filter)(exception_t*));
-__declspec(dllimport) long SHGetFolderPathW(void* owner, int folder, void* token, unsigned long flags, utf16_t* path);
+__declspec(dllimport) long SHGetFolderPathW(void* owner, int folder, void* token, unsigned long flags,
+                                            utf16_t* path);
 __declspec(dllimport) int SHCreateDirectoryExW(void* owner, const utf16_t* path, const void* security);
 
 enum { local_app_data = 0x1C, is_folder = 0x10, nothing = -1, cxx_exception = 0x20474343 };
 enum { ok, no_folder, answer_lost, nothing_thrown, ended_by_filter = 42 };
 
-/* Whether the folder of the library's data exists or was made now. ostrel_create_statistic throws without it. */
+/* Whether the folder of the library's data exists or was made now. ostrel_create_statistic throws without it.
+ */
 static int has_data_folder(const char* below_local_app_data) {
     static utf16_t path[1024];
     SHGetFolderPathW(0, local_app_data, 0, 0, path);
@@ -54,7 +56,8 @@ static int use_library(void) {
 
 /* Runs before any frame is unwound: this compiler's frames cannot be unwound by the library's exception. */
 static long end_process(exception_t* exception) {
-    TerminateProcess(GetCurrentProcess(), exception->record->code == cxx_exception ? ended_by_filter : nothing_thrown);
+    TerminateProcess(GetCurrentProcess(),
+                     exception->record->code == cxx_exception ? ended_by_filter : nothing_thrown);
     return 0;
 }
 
