@@ -54,7 +54,7 @@ help_of_all() {
     done
 }
 
-# Writes each fenced block of a document to a separate file, named by its language.
+# Writes each fenced block of a document to a separate file, named by its language. "c fragment" is not built.
 extract() {
     awk -v prefix="$folder/${1##*/}" '
         /^```/ { if (inside) { inside = 0 } else if (length($0) > 3) { inside = 1; name = prefix "-" ++count "." substr($0, 4) } ; next }
