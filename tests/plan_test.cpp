@@ -183,12 +183,12 @@ TEST(plan, days_count_as_a_new_object_counts_them) {
     const struct {
         const char* lock;
         std::string content;
-        days_plan_t::state_t state;
+        days_state_t state;
         std::size_t stored, count;
     } cases[] = {
-        {"", "<bag>" + day + day + "</bag>", days_plan_t::loaded, 2, 3},
-        {"last_active_dates.lock", "<bag>" + day + "</bag>", days_plan_t::locked, 1, 1},
-        {"", "<bag>", days_plan_t::malformed, 0, 1},
+        {"", "<bag>" + day + day + "</bag>", days_state_t::loaded, 2, 3},
+        {"last_active_dates.lock", "<bag>" + day + "</bag>", days_state_t::locked, 1, 1},
+        {"", "<bag>", days_state_t::malformed, 0, 1},
     };
     for (const auto& [lock, content, state, stored, count] : cases) {
         SCOPED_TRACE(content);

@@ -13,33 +13,34 @@
 
 namespace OSTREL_NAMESPACE {
 
+enum class place_role_t {
+    company_folder,
+    consent,
+    settings_folder,
+    machine_id,
+    days_of_use,
+    lock_of_days,
+    event_filter,
+};
+
+enum class place_state_t {
+    missing,
+    folder,
+    would_be_created,
+    cannot_be_created,
+    readable,
+    unreadable,
+    malformed,     ///< readable, but not of the form that the library needs
+    dangling_link, ///< a link without a target
+    device,        ///< or a pipe, in the place of a file; a refusal in the place of the answer
+    not_a_file,    ///< something else in the place of a file
+};
+
 /// One file or folder that a statistic object uses.
 struct place_t {
-    enum role_t {
-        company_folder,
-        consent,
-        settings_folder,
-        machine_id,
-        days_of_use,
-        lock_of_days,
-        event_filter,
-    };
-    enum state_t {
-        missing,
-        folder,
-        would_be_created,
-        cannot_be_created,
-        readable,
-        unreadable,
-        malformed,     ///< readable, but not of the form that the library needs
-        dangling_link, ///< a link without a target
-        device,        ///< or a pipe, in the place of a file; a refusal in the place of the answer
-        not_a_file,    ///< something else in the place of a file
-    };
-
-    role_t role;
+    place_role_t role;
     kiln2::path_t path;
-    state_t state;
+    place_state_t state;
     bool is_read_only = false; ///< of a file that the library writes: this user may not, so it stays as it is
 };
 
@@ -52,19 +53,19 @@ struct step_t {
     verdict_t verdict = verdict_t::undecided; ///< differs from undecided in the step that decides alone
 };
 
+enum class days_state_t {
+    loaded,
+    missing,
+    unreadable,
+    malformed,
+    locked,       ///< the lock file exists: an object waits a second, then starts without days
+    not_lockable, ///< the lock file cannot be created: the same
+    no_folder,    ///< kept in memory only
+};
+
 /// The days of use as an object that reports today counts them.
 struct days_plan_t {
-    enum state_t {
-        loaded,
-        missing,
-        unreadable,
-        malformed,
-        locked,       ///< the lock file exists: an object waits a second, then starts without days
-        not_lockable, ///< the lock file cannot be created: the same
-        no_folder,    ///< kept in memory only
-    };
-
-    state_t state = no_folder;
+    days_state_t state = days_state_t::no_folder;
     std::size_t stored = 0; ///< in the file, even if an object cannot use them
     std::size_t count = 0;  ///< today included
     bool is_regular_user = false;
@@ -86,6 +87,9 @@ struct plan_t {
     days_plan_t days;
     event_filter_t events;
     std::string endpoint;
+
+    /// Null if there is none of that role.
+    const place_t* find(place_role_t role) const;
 };
 
 /// The consent file and its state.

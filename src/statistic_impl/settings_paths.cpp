@@ -65,16 +65,16 @@ folder_forecast_t forecast_folder(const kiln2::path_t& folder) {
     auto rest = kiln2::to_native<std::filesystem::path>(folder.as_string());
     entry_t entry = ostrel_platform::look_at(folder.as_string());
     if (entry == entry_t::folder)
-        return {folder_forecast_t::exists, {}};
+        return {folder_outcome_t::exists, {}};
     while (entry == entry_t::missing && rest.has_relative_path()) {
         rest = rest.parent_path();
         entry = ostrel_platform::look_at(kiln2::from_native(rest));
     }
     const kiln2::path_t last = kiln2::from_native(rest);
     if (entry == entry_t::folder && ostrel_platform::may_create_in(last.as_string()))
-        return {folder_forecast_t::would_be_created, {}};
+        return {folder_outcome_t::would_be_created, {}};
     const bool is_forbidden = entry == entry_t::folder || entry == entry_t::unreachable;
-    return {is_forbidden ? folder_forecast_t::forbidden : folder_forecast_t::blocked, last};
+    return {is_forbidden ? folder_outcome_t::forbidden : folder_outcome_t::blocked, last};
 }
 
 } // namespace OSTREL_NAMESPACE

@@ -41,19 +41,21 @@ struct stored_product_t {
 /// The products whose statistics settings exist, sorted by name. Only reads.
 std::vector<stored_product_t> stored_products();
 
+enum class folder_outcome_t {
+    exists,
+    would_be_created,
+    blocked,   ///< something other than a folder is in the way
+    forbidden, ///< this user may not create it
+};
+
 /// The expected result of creating a folder with every missing parent.
 struct folder_forecast_t {
-    enum outcome_t {
-        exists,
-        would_be_created,
-        blocked,   ///< something other than a folder is in the way
-        forbidden, ///< this user may not create it
-    };
-
-    outcome_t outcome;
+    folder_outcome_t outcome;
     kiln2::path_t obstacle; ///< what blocks or forbids it, else empty
 
-    bool is_possible() const { return outcome == exists || outcome == would_be_created; }
+    bool is_possible() const {
+        return outcome == folder_outcome_t::exists || outcome == folder_outcome_t::would_be_created;
+    }
 };
 
 /// Looks at the folder and its parents, and creates none. What it cannot foresee, for example a full disk,

@@ -45,12 +45,12 @@ TEST(plan_on_posix, folders_that_the_user_may_not_create_are_foreseen) {
         profile.set("XDG_DATA_HOME", "/nonexistent");
         const plan_t plan = make_plan({L"product", {}});
         ASSERT_TRUE(plan.failure.has_value());
-        EXPECT_EQ(plan.failure->outcome, folder_forecast_t::forbidden);
+        EXPECT_EQ(plan.failure->outcome, folder_outcome_t::forbidden);
         EXPECT_EQ(plan.failure->obstacle.as_string(), L"/");
         EXPECT_THROW(statistic_impl_ga_t(L"product", L"1"), std::exception);
         profile.set("XDG_DATA_HOME", data.string());
         fs::create_symlink("nowhere", profile.company());
-        EXPECT_EQ(make_plan({L"product", {}}).failure->outcome, folder_forecast_t::blocked);
+        EXPECT_EQ(make_plan({L"product", {}}).failure->outcome, folder_outcome_t::blocked);
         EXPECT_THROW(statistic_impl_ga_t(L"product", L"1"), std::exception);
     });
 }
@@ -60,7 +60,7 @@ TEST(plan_on_posix, a_file_in_the_place_of_the_data_folder_is_foreseen) {
     EXPECT_TRUE(fs::remove(profile.local_app_data()));
     EXPECT_FALSE(make_plan({L"product", {}}).failure.has_value());
     write_file(profile.local_app_data(), "");
-    EXPECT_EQ(make_plan({L"product", {}}).failure->outcome, folder_forecast_t::blocked);
+    EXPECT_EQ(make_plan({L"product", {}}).failure->outcome, folder_outcome_t::blocked);
     EXPECT_THROW(statistic_impl_ga_t(L"product", L"1"), std::exception);
 }
 
@@ -69,8 +69,8 @@ TEST(plan_on_posix, a_dangling_link_in_the_place_of_the_lock_counts_as_a_lock) {
     fs::create_directories(profile.statistic_dir());
     fs::create_symlink("nowhere", profile.statistic_dir() / "last_active_dates.lock");
     const plan_t plan = make_plan({L"product", {}});
-    EXPECT_EQ(plan.days.state, days_plan_t::locked);
-    EXPECT_EQ(plan.places.back().state, place_t::dangling_link);
+    EXPECT_EQ(plan.days.state, days_state_t::locked);
+    EXPECT_EQ(plan.places.back().state, place_state_t::dangling_link);
 }
 
 TEST(plan_on_posix, files_that_the_user_may_not_write_are_foreseen) {
@@ -84,9 +84,9 @@ TEST(plan_on_posix, files_that_the_user_may_not_write_are_foreseen) {
         ::chmod(profile.virk().c_str(), 0444);
         const plan_t plan = make_plan({L"product", {}});
         EXPECT_FALSE(plan.keeps_machine_id);
-        EXPECT_TRUE(plan.places[place_t::machine_id].is_read_only);
-        EXPECT_TRUE(plan.places[place_t::consent].is_read_only);
-        EXPECT_FALSE(plan.places[place_t::days_of_use].is_read_only);
+        EXPECT_TRUE(plan.find(place_role_t::machine_id)->is_read_only);
+        EXPECT_TRUE(plan.find(place_role_t::consent)->is_read_only);
+        EXPECT_FALSE(plan.find(place_role_t::days_of_use)->is_read_only);
     });
 }
 
@@ -96,6 +96,6 @@ TEST(plan_on_posix, a_device_in_the_place_of_the_answer_is_a_refusal) {
     fs::create_symlink("/dev/null", profile.virk());
     const plan_t plan = make_plan({L"product", {}});
     EXPECT_EQ(plan.answer, vsDisabled);
-    EXPECT_EQ(plan.places[place_t::consent].state, place_t::device);
-    EXPECT_TRUE(plan.places[place_t::consent].is_read_only);
+    EXPECT_EQ(plan.find(place_role_t::consent)->state, place_state_t::device);
+    EXPECT_TRUE(plan.find(place_role_t::consent)->is_read_only);
 }

@@ -3,9 +3,10 @@
 
 namespace ostrelctl {
 
-using library::days_plan_t;
-using library::folder_forecast_t;
-using library::place_t;
+using library::days_state_t;
+using library::folder_outcome_t;
+using library::place_role_t;
+using library::place_state_t;
 using library::rule_t;
 using library::uuid_source_t;
 using library::verdict_t;
@@ -73,81 +74,81 @@ const char* code_of(uuid_source_t source) {
     return "malformed";
 }
 
-const char* code_of(place_t::role_t role) {
+const char* code_of(place_role_t role) {
     switch (role) {
-    case place_t::company_folder:
+    case place_role_t::company_folder:
         return "company_folder";
-    case place_t::consent:
+    case place_role_t::consent:
         return "consent";
-    case place_t::settings_folder:
+    case place_role_t::settings_folder:
         return "settings_folder";
-    case place_t::machine_id:
+    case place_role_t::machine_id:
         return "machine_id";
-    case place_t::days_of_use:
+    case place_role_t::days_of_use:
         return "days_of_use";
-    case place_t::lock_of_days:
+    case place_role_t::lock_of_days:
         return "lock_of_days";
-    case place_t::event_filter:
+    case place_role_t::event_filter:
         break;
     }
     return "event_filter";
 }
 
-const char* code_of(place_t::state_t state) {
+const char* code_of(place_state_t state) {
     switch (state) {
-    case place_t::missing:
+    case place_state_t::missing:
         return "missing";
-    case place_t::folder:
+    case place_state_t::folder:
         return "folder";
-    case place_t::would_be_created:
+    case place_state_t::would_be_created:
         return "would_be_created";
-    case place_t::cannot_be_created:
+    case place_state_t::cannot_be_created:
         return "cannot_be_created";
-    case place_t::readable:
+    case place_state_t::readable:
         return "readable";
-    case place_t::unreadable:
+    case place_state_t::unreadable:
         return "unreadable";
-    case place_t::malformed:
+    case place_state_t::malformed:
         return "malformed";
-    case place_t::dangling_link:
+    case place_state_t::dangling_link:
         return "dangling_link";
-    case place_t::device:
+    case place_state_t::device:
         return "device";
-    case place_t::not_a_file:
+    case place_state_t::not_a_file:
         break;
     }
     return "not_a_file";
 }
 
-const char* code_of(days_plan_t::state_t state) {
+const char* code_of(days_state_t state) {
     switch (state) {
-    case days_plan_t::loaded:
+    case days_state_t::loaded:
         return "loaded";
-    case days_plan_t::missing:
+    case days_state_t::missing:
         return "missing";
-    case days_plan_t::unreadable:
+    case days_state_t::unreadable:
         return "unreadable";
-    case days_plan_t::malformed:
+    case days_state_t::malformed:
         return "malformed";
-    case days_plan_t::locked:
+    case days_state_t::locked:
         return "locked";
-    case days_plan_t::not_lockable:
+    case days_state_t::not_lockable:
         return "not_lockable";
-    case days_plan_t::no_folder:
+    case days_state_t::no_folder:
         break;
     }
     return "no_folder";
 }
 
-const char* code_of(folder_forecast_t::outcome_t outcome) {
+const char* code_of(folder_outcome_t outcome) {
     switch (outcome) {
-    case folder_forecast_t::exists:
+    case folder_outcome_t::exists:
         return "exists";
-    case folder_forecast_t::would_be_created:
+    case folder_outcome_t::would_be_created:
         return "would_be_created";
-    case folder_forecast_t::blocked:
+    case folder_outcome_t::blocked:
         return "blocked";
-    case folder_forecast_t::forbidden:
+    case folder_outcome_t::forbidden:
         break;
     }
     return "forbidden";

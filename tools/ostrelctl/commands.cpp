@@ -11,7 +11,7 @@ namespace ostrelctl {
 namespace {
 
 outcome_t outcome(bool is_positive, std::string text) {
-    return {is_positive ? would_report : would_not_report, std::move(text), {}};
+    return {is_positive ? exit_status_t::would_report : exit_status_t::would_not_report, std::move(text), {}};
 }
 
 } // namespace

@@ -17,7 +17,7 @@ struct request_t {
 };
 
 /// Would report, or done; would not report; wrong usage, or failed.
-enum exit_status_t { would_report = 0, would_not_report = 1, failed = 2 };
+enum class exit_status_t { would_report = 0, would_not_report = 1, failed = 2 };
 
 /// What a command leads to.
 struct outcome_t {

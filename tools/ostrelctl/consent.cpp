@@ -31,7 +31,8 @@ void record(const library::settings_paths_t& paths, bool agrees) {
 }
 
 void forget(const library::settings_paths_t& paths) {
-    if (!kiln2::remove_file(paths.virk) && library::look_at_consent(paths).state != library::place_t::missing)
+    if (!kiln2::remove_file(paths.virk) &&
+        library::look_at_consent(paths).state != library::place_state_t::missing)
         throw cannot("removed", paths);
 }
 
@@ -62,7 +63,7 @@ outcome_t show_or_change_consent(const request_t& request) {
     const consent_report_t report{library::look_at_consent(*paths), name_of(state),
                                   records ? request.answer : std::string(), deciding_variable()};
     const bool is_positive = state == library::vsEnabled || !request.answer.empty();
-    return {is_positive ? would_report : would_not_report,
+    return {is_positive ? exit_status_t::would_report : exit_status_t::would_not_report,
             request.wants_json ? consent_json(report) : text_report().consent(report),
             records   ? "the answer was recorded"
             : forgets ? "the answer was removed"

@@ -49,14 +49,6 @@ std::string machine_id_of(const library::plan_t& plan) {
 
 } // namespace
 
-const library::place_t* filter_of(const inspection_t& found) {
-    const auto& places = found.plan.places;
-    const auto filter = std::find_if(places.begin(), places.end(), [](const library::place_t& place) {
-        return place.role == library::place_t::event_filter;
-    });
-    return filter == places.end() ? nullptr : &*filter;
-}
-
 std::string mask_password(const std::string& url) {
     const std::size_t at = url.rfind('@');
     const std::size_t scheme = url.find("://");

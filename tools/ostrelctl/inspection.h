@@ -44,9 +44,6 @@ inspection_t inspect(const subject_t& subject);
 /// Asks the system for the proxies, which may ask the network.
 delivery_t find_delivery(const std::string& endpoint);
 
-/// The event filter among the files; null when the host has none.
-const library::place_t* filter_of(const inspection_t& found);
-
 /// The URL with "***" in the place of its password.
 std::string mask_password(const std::string& url);
 

@@ -119,7 +119,7 @@ std::string status_json(const inspection_t& found) {
 
 std::string preview_json(const inspection_t& found, const std::vector<preview_t>& previews) {
     json_t document = head_of(found);
-    const library::place_t* const filter = filter_of(found);
+    const library::place_t* const filter = found.plan.find(library::place_role_t::event_filter);
     document["filter"] = filter == nullptr ? json_t() : to_json(*filter);
     document["features"] = json_t::array();
     for (const preview_t& one : previews)

@@ -10,6 +10,8 @@ namespace {
 
 using namespace ostrelctl;
 
+constexpr int failed = static_cast<int>(exit_status_t::failed);
+
 int run(CLI::App& app, std::vector<std::string> arguments) {
     request_t request;
     const command_t command = parse(app, request, std::move(arguments));
@@ -19,7 +21,7 @@ int run(CLI::App& app, std::vector<std::string> arguments) {
     if (!print(outcome.text))
         throw std::runtime_error("standard output cannot be written" +
                                  (outcome.done.empty() ? "" : "; " + outcome.done));
-    return outcome.status;
+    return static_cast<int>(outcome.status);
 }
 
 } // namespace

@@ -67,11 +67,11 @@ std::string events(const inspection_t& found) {
 
 // A host would say nothing, and send only the names that need no filter.
 std::string fault_of_filter(const inspection_t& found) {
-    const library::place_t* const filter = filter_of(found);
-    if (filter == nullptr || filter->state == library::place_t::readable)
+    const library::place_t* const filter = found.plan.find(library::place_role_t::event_filter);
+    if (filter == nullptr || filter->state == library::place_state_t::readable)
         return {};
     const std::string state =
-        filter->state == library::place_t::device ? "a device" : words_of(code_of(filter->state));
+        filter->state == library::place_state_t::device ? "a device" : words_of(code_of(filter->state));
     return "(The event filter is " + state +
            ", so that it lists nothing: " + printable(utf16_to_utf8(filter->path.as_string())) + ")\n";
 }

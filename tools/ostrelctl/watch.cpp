@@ -108,7 +108,7 @@ void sum_up(const counts_t& counts) {
 } // namespace
 
 int watch(const watch_t& request) {
-    const interruption_t interruption;
+    leave_interrupts_to_command();
     const std::string target = random_target();
     counts_t counts;
     collector::server_settings_t settings;
@@ -118,7 +118,7 @@ int watch(const watch_t& request) {
     collector::server_t server([&](const auto& arrived) { return show(arrived, target, request, counts); },
                                settings);
     keep_private(server.native_handle());
-    const int status = run(command_for(request, server.url()), interruption);
+    const int status = run(command_for(request, server.url()));
     server.finish();
     if (status != command_not_found && status != command_not_started)
         sum_up(counts);

@@ -10,7 +10,8 @@ namespace ostrelctl {
 
 namespace {
 
-using library::days_plan_t;
+using library::days_state_t;
+using library::place_state_t;
 using library::place_t;
 using library::rule_t;
 using library::uuid_source_t;
@@ -18,7 +19,7 @@ using library::verdict_t;
 using quillkit::strings::utf16_to_utf8;
 
 std::string describe(const library::folder_forecast_t& failure) {
-    const bool is_forbidden = failure.outcome == library::folder_forecast_t::forbidden;
+    const bool is_forbidden = failure.outcome == library::folder_outcome_t::forbidden;
     return utf16_to_utf8(failure.obstacle.as_string()) +
            (is_forbidden ? " may not be written" : " is not a folder");
 }
@@ -29,7 +30,7 @@ std::string describe_folders(const library::plan_t& plan) {
     if (plan.failure)
         return describe(*plan.failure);
     for (const place_t& place : plan.places)
-        if (place.state == place_t::would_be_created)
+        if (place.state == place_state_t::would_be_created)
             return "would be created";
     return "exist";
 }
@@ -145,20 +146,20 @@ std::string finding_of(const library::step_t& step, const library::plan_t& plan)
     return describe_answer(*plan.answer);
 }
 
-std::string why_not_counted(days_plan_t::state_t state) {
+std::string why_not_counted(days_state_t state) {
     switch (state) {
-    case days_plan_t::loaded:
-    case days_plan_t::missing:
+    case days_state_t::loaded:
+    case days_state_t::missing:
         break;
-    case days_plan_t::unreadable:
+    case days_state_t::unreadable:
         return "the file cannot be read";
-    case days_plan_t::malformed:
+    case days_state_t::malformed:
         return "the file is malformed";
-    case days_plan_t::locked:
+    case days_state_t::locked:
         return "the lock file exists";
-    case days_plan_t::not_lockable:
+    case days_state_t::not_lockable:
         return "the lock file cannot be created";
-    case days_plan_t::no_folder:
+    case days_state_t::no_folder:
         return "there is no folder for it";
     }
     return {};

@@ -11,10 +11,10 @@ namespace ostrelctl {
 const char* code_of(library::rule_t rule);
 const char* code_of(library::verdict_t verdict);
 const char* code_of(library::uuid_source_t source);
-const char* code_of(library::place_t::role_t role);
-const char* code_of(library::place_t::state_t state);
-const char* code_of(library::days_plan_t::state_t state);
-const char* code_of(library::folder_forecast_t::outcome_t outcome);
+const char* code_of(library::place_role_t role);
+const char* code_of(library::place_state_t state);
+const char* code_of(library::days_state_t state);
+const char* code_of(library::folder_outcome_t outcome);
 /// "direct" for no proxy, the variable for one of the environment, otherwise the code of the system's
 /// setting.
 const char* source_of(const library::found_proxy_t& found);
@@ -33,6 +33,6 @@ std::string name_of(const library::step_t& step);
 std::string finding_of(const library::step_t& step, const library::plan_t& plan);
 
 /// Why a new object does not count the stored days; empty if it does or if there are none.
-std::string why_not_counted(library::days_plan_t::state_t state);
+std::string why_not_counted(library::days_state_t state);
 
 } // namespace ostrelctl

@@ -4,13 +4,15 @@
 #include "printable.h"
 #include "terminal.h"
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <spawn.h>
+#include <string_view>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace ostrelctl {
@@ -32,6 +34,7 @@ sigset_t handled_signals() {
 
 std::vector<char*> pointers_to(const std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (const std::string& text : texts)
         pointers.push_back(
             const_cast<char*>(text.c_str())); // NOLINT(cppcoreguidelines-pro-type-const-cast): exec's
@@ -41,15 +44,14 @@ std::vector<char*> pointers_to(const std::vector<std::string>& texts) {
 
 std::vector<std::string> environment_with(const std::vector<std::pair<std::string, std::string>>& variables) {
     std::vector<std::string> texts;
+    for (const auto& [name, value] : variables)
+        texts.emplace_back(name).append("=").append(value);
     for (char** entry = ::environ; *entry != nullptr; ++entry) {
-        bool is_replaced = false;
-        for (const auto& [name, value] : variables)
-            is_replaced = is_replaced || std::strncmp(*entry, (name + "=").c_str(), name.size() + 1) == 0;
-        if (!is_replaced)
+        const std::string_view name(*entry, std::strcspn(*entry, "="));
+        if (std::none_of(variables.begin(), variables.end(),
+                         [&](const auto& one) { return one.first == name; }))
             texts.emplace_back(*entry);
     }
-    for (const auto& [name, value] : variables)
-        texts.push_back(name + "=" + value);
     return texts;
 }
 
@@ -89,26 +91,23 @@ int wait_for(pid_t child) {
 
 } // namespace
 
-interruption_t::interruption_t() {
+void leave_interrupts_to_command() {
     std::signal(SIGCHLD, SIG_DFL); // ignored, it would take the command's exit status away
     const sigset_t signals = handled_signals();
     ::pthread_sigmask(SIG_BLOCK, &signals, &former_mask);
 }
 
-// The signals stay blocked: one that came late must not end the tool before its summary.
-interruption_t::~interruption_t() = default;
-
 void keep_private(std::intptr_t socket) {
     ::fcntl(static_cast<int>(socket), F_SETFD, FD_CLOEXEC);
 }
 
-int run(const command_line_t& command, const interruption_t& /*interruption*/) {
+int run(const command_line_t& command) {
     pid_t child = -1;
     const int error = start(command, child);
     if (error == 0)
         return wait_for(child);
     complain(printable(command.words[0]) + ": " +
-             (error == ENOENT ? "command not found" : std::strerror(error)));
+             (error == ENOENT ? "command not found" : std::generic_category().message(error)));
     return error == ENOENT ? command_not_found : command_not_started;
 }
 

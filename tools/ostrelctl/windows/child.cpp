@@ -124,19 +124,15 @@ BOOL WINAPI leave_it_to_the_command(DWORD event) {
 
 } // namespace
 
-interruption_t::interruption_t() {
+void leave_interrupts_to_command() {
     ::SetConsoleCtrlHandler(&leave_it_to_the_command, TRUE);
-}
-
-interruption_t::~interruption_t() {
-    ::SetConsoleCtrlHandler(&leave_it_to_the_command, FALSE);
 }
 
 void keep_private(std::intptr_t socket) {
     ::SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
 }
 
-int run(const command_line_t& command, const interruption_t& /*interruption*/) {
+int run(const command_line_t& command) {
     handle_t process(nullptr);
     if (const auto fault = start(command, process)) {
         complain(printable(command.words[0]) + ": " + fault->reason);
