@@ -10,9 +10,9 @@ usage() {
 Usage: ${0##*/} [--build-dir DIR]
 
 Makes the reference of the public headers with Doxygen, looks for each CMake
-option in docs/host-guide.md, asks each script for its help, and builds and runs
-the programs in README.md and docs/, with the library and the example collector
-in DIR (build/linux).
+option in docs/host-guide.md, asks each script for its help, compares the tables
+of parameters with a hit, and builds and runs the programs in README.md and
+docs/, with the library and ostrelctl in DIR (build/linux).
 
   --help  print this text
 END
@@ -47,6 +47,17 @@ options() {
         <(sed -n '/^### CMake options/,/^## /s/^| `\(OSTREL_[A-Z_]*\)` .*/\1/p' "$root/docs/host-guide.md" | sort)
 }
 
+# The tables of parameters list those of a composed hit, in its order.
+parameters() {
+    local body document
+    body=$(NORVANE_FORCE_FEEDBACK=1 "$build_dir/tools/ostrelctl/ostrelctl" preview run.build | sed -n 's/^  //p')
+    [[ $body == *"&el=build&"* ]]
+    for document in data-collected host-guide; do
+        diff <(tr '&' '\n' <<<"$body" | sed 's/=.*//') \
+            <(sed -n "/^| Key /,/^$/s/^| \`\([^\`]*\)\` .*/\1/p" "$root/docs/$document.md")
+    done
+}
+
 help_of_all() {
     find "$root" \( -path "$root/build" -o -path "$root/.git" -o -path "$root/tests" \) -prune -o -type f -perm -u+x -print | while read -r script; do
         echo "$script"
@@ -74,28 +85,16 @@ build() {
     done
 }
 
-# The end of its input ends the collector after it has printed everything.
 run_all() {
     local source
-    coproc collector { "$build_dir/examples/collector/collector" --until-input-ends --port-file "$folder/port" >arrived; }
-    server=$collector_PID
-    until [[ -e $folder/port ]]; do
-        kill -0 "$server" || return 1
-        sleep 0.05
-    done
-    OSTREL_COLLECTION_URL=http://127.0.0.1:$(<"$folder/port")/collect
     for source in "$folder"/*.c "$folder"/*.cpp; do
         echo "--- ${source##*/}"
-        "${source%.*}"
+        "$build_dir/tools/ostrelctl/ostrelctl" watch -- "${source%.*}" >>arrived 2>&1
     done
-    # shellcheck disable=SC2154 # set by coproc
-    exec {collector[1]}>&-
-    wait "$server"
 }
 
 # The hits that arrive are those in the README, and the log is the one in the guide.
 compare() {
-    sed -i 's/^hit [0-9]*: //' arrived README.md-*.text
     cat arrived
     [[ -z $(grep -vxFf arrived README.md-*.text) ]]
     grep 'ostrel.statistic: feature_name=run.build value=1' host.log
@@ -122,4 +121,5 @@ for switch in STATISTICS_DISABLE DONOTSEND_FEEDBACK DISABLE_FEEDBACK FORCE_FEEDB
 done
 unset http_proxy all_proxy ALL_PROXY
 export XDG_DATA_HOME=$folder/data OSTREL_CORPORATE_DOMAIN=localhost OSTREL_COLLECTION_URL=http://127.0.0.1:9/collect
+step "tables of parameters" parameters
 step "programs in the documents" build_and_run
