@@ -112,6 +112,7 @@ step "table of CMake options" options
 step "help of every script" help_of_all
 extract "$root/README.md"
 for document in "$root"/docs/*.md; do
+    [[ $document != */windows-hosts.md ]] || continue # its program needs Windows
     extract "$document"
 done
 cp "$folder"/host-guide.md-*.properties "$folder/log4cplus.properties"
