@@ -65,7 +65,7 @@ help_of_all() {
     done
 }
 
-# Writes each fenced block of a document to a separate file, named by its language.
+# Writes each fenced block of a document to a separate file, named by its language. "c fragment" is not built.
 extract() {
     awk -v prefix="$folder/${1##*/}" '
         /^```/ { if (inside) { inside = 0 } else if (length($0) > 3) { inside = 1; name = prefix "-" ++count "." substr($0, 4) } ; next }
@@ -112,7 +112,6 @@ step "table of CMake options" options
 step "help of every script" help_of_all
 extract "$root/README.md"
 for document in "$root"/docs/*.md; do
-    [[ $document != */windows-hosts.md ]] || continue # its program needs Windows
     extract "$document"
 done
 cp "$folder"/host-guide.md-*.properties "$folder/log4cplus.properties"

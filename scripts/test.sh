@@ -7,10 +7,11 @@ source "$root/scripts/common.sh"
 
 usage() {
     cat <<END
-Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | instructions |
-                                collector | arm64 | all]
+Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | windows-trust |
+                                instructions | collector | arm64 | all]
 
-Without a name: linux. trust needs root; the others need it only to install packages.
+Without a name: linux. trust and windows-trust need root; the others need it only
+to install packages.
 arm64 is not in all: it cross-builds, and runs under emulation what can run there.
 
   --no-lint  leave out clang-format and clang-tidy, which only linux runs
@@ -19,7 +20,7 @@ END
 }
 
 # For each build there is a function test_BUILD. "all" runs them in this order.
-readonly builds=(linux windows asan tsan fuzz trust instructions collector)
+readonly builds=(linux windows asan tsan fuzz trust windows-trust instructions collector)
 readonly apart=(arm64)
 lint=yes
 
@@ -72,13 +73,23 @@ test_collector() {
 }
 
 # In a separate Wine prefix below the build folder. Its server ends with the tests.
-test_windows() {
+prepare_windows() {
     "$root/scripts/windows-deps.sh"
     "$root/scripts/bootstrap.sh" wine
     configure_and_build windows
     "$root/scripts/wine.sh"
     trap '"$root/scripts/wine.sh" --end' EXIT
+}
+
+test_windows() {
+    prepare_windows
     ctest --preset windows -j "$(nproc)"
+}
+
+test_windows-trust() {
+    "$root/scripts/bootstrap.sh" trust
+    prepare_windows
+    "$root/scripts/trust/run.py" --windows
 }
 
 # QEMU emulates one process. A program that this process starts runs on the machine itself, and signals may reach a thread
@@ -111,7 +122,7 @@ for argument in "$@"; do
     esac
 done
 ((${#selected[@]})) || selected=(linux)
-[[ " ${selected[*]} " != *" trust "* ]] || ((EUID == 0)) || die "trust needs root: it mounts disks and changes users"
+[[ " ${selected[*]} " != *"trust "* ]] || ((EUID == 0)) || die "trust needs root: it mounts disks and changes users"
 
 cd "$root"
 for build in "${selected[@]}"; do
