@@ -1,5 +1,6 @@
 """Many processes at once, kills, ends of processes, forks, reloading, threads, and a very long queue."""
 import collections
+import contextlib
 import multiprocessing
 import os
 import pathlib
@@ -10,7 +11,7 @@ import sys
 import time
 import xml.etree.ElementTree
 
-from host import PATIENCE, Host, Profile, environment, expect
+from host import Host, Profile, environment, expect
 from peers import OK, Nginx, Peer, keeps_silent
 
 ID = re.compile(r"[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}")
@@ -127,7 +128,9 @@ def killed_while_saving(full, counts=(500, 60)):
                 else:
                     host.send(f"die {random.uniform(0, longest) * 1000}")
                     host.send("destroy")
-                    host.process.wait(PATIENCE)
+                    # A TerminateProcess may hang in Wine, with the threads stopped. What is left is killed here.
+                    with contextlib.suppress(subprocess.TimeoutExpired):
+                        host.process.wait(10)
             now = days.read_text()
             expect("the days are the old or the new ones", now == old or (now.startswith(old[:-7]) and
                    now.count("<item>") == 3651 and now.endswith("</item>\n</bag>\n")), now[-200:])
