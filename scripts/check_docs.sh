@@ -10,9 +10,9 @@ usage() {
 Usage: ${0##*/} [--build-dir DIR]
 
 Makes the reference of the public headers with Doxygen, looks for each CMake
-option in docs/host-guide.md, asks each script for its help, and builds and runs
-the programs in README.md and docs/, with the library and ostrelctl
-in DIR (build/linux).
+option in docs/host-guide.md, asks each script for its help, compares the tables
+of parameters with a hit, and builds and runs the programs in README.md and
+docs/, with the library and ostrelctl in DIR (build/linux).
 
   --help  print this text
 END
@@ -45,6 +45,17 @@ options() {
     diff <(cat "$root"/CMakeLists.txt "$root"/cmake/*.cmake | tr -s '\n ' ' ' |
         grep -oE 'option\(OSTREL_[A-Z_]+|set\(OSTREL_[A-Z_]+ [^ ]+ CACHE' | grep -oE 'OSTREL_[A-Z_]+' | sort -u) \
         <(sed -n '/^### CMake options/,/^## /s/^| `\(OSTREL_[A-Z_]*\)` .*/\1/p' "$root/docs/host-guide.md" | sort)
+}
+
+# The tables of parameters list those of a composed hit, in its order.
+parameters() {
+    local body document
+    body=$(NORVANE_FORCE_FEEDBACK=1 "$build_dir/tools/ostrelctl/ostrelctl" preview run.build | sed -n 's/^  //p')
+    [[ $body == *"&el=build&"* ]]
+    for document in data-collected host-guide; do
+        diff <(tr '&' '\n' <<<"$body" | sed 's/=.*//') \
+            <(sed -n "/^| Key /,/^$/s/^| \`\([^\`]*\)\` .*/\1/p" "$root/docs/$document.md")
+    done
 }
 
 help_of_all() {
@@ -110,4 +121,5 @@ for switch in STATISTICS_DISABLE DONOTSEND_FEEDBACK DISABLE_FEEDBACK FORCE_FEEDB
 done
 unset http_proxy all_proxy ALL_PROXY
 export XDG_DATA_HOME=$folder/data OSTREL_CORPORATE_DOMAIN=localhost OSTREL_COLLECTION_URL=http://127.0.0.1:9/collect
+step "tables of parameters" parameters
 step "programs in the documents" build_and_run

@@ -7,10 +7,10 @@
 
 namespace kiln2 {
 
-/// A file-system path as wide text: UTF-16 on Windows, code points on Linux.
+/// A file-system path as wide text: UTF-16 on Windows, UTF-32 on Linux.
 ///
-/// A plain value that touches no file unless it says so. Malformed text is dropped when a path meets the file
-/// system.
+/// A plain value. Only exists() accesses files. Malformed parts of the text are left out when a path is passed
+/// to the file system.
 class OSTREL_API path_t {
 public:
     /// The empty path.
@@ -32,15 +32,15 @@ public:
     /// The path with the system's preferred separators.
     const std::wstring& as_string() const;
 
-    /// Whether there is no text at all; says nothing of files.
+    /// Whether the text is empty. Accesses no file.
     bool is_empty() const;
 
-    /// Replaces the extension (from the last dot of the file name on), or adds one where there is none.
+    /// Replaces the extension (from the last dot of the file name on), or adds one if there is none.
     /// @param extension with or without its dot
     /// @return this path
     path_t& change_ext(const std::wstring& extension);
 
-    /// Whether something of that name exists, a file or a folder; false where that cannot be found out.
+    /// Whether a file or folder of that name exists. False also if that cannot be determined.
     static bool exists(const std::wstring& text);
 
 private:

@@ -37,7 +37,7 @@ def main():
     parser.add_argument("groups", nargs="*", help=f"of {', '.join(GROUPS)}; without any: all but storm")
     parser.add_argument("--windows", action="store_true", help="the Windows build, under Wine")
     parser.add_argument("--build", type=pathlib.Path, help="build tree (build/linux or build/windows)")
-    parser.add_argument("--full", action="store_true", help="the long counts, about half an hour")
+    parser.add_argument("--full", action="store_true", help="the long counts, some seven minutes")
     parser.add_argument("--case", default="", help="only cases whose name contains this")
     options = parser.parse_args()
     system = "windows" if options.windows else "linux"
