@@ -1,6 +1,7 @@
 // The sending thread and its queue.
 #include "http_connector/sender.h"
 
+#include "platform/exit_gate.h"
 #include "platform/signals.h"
 
 #include <utility>
@@ -12,6 +13,7 @@ sender_t::sender_t(const char* url) : m_url(url) {
     // object.
     if (!is_curl_thread_safe())
         m_curl.emplace();
+    ostrel_platform::guard_exit_of_this_thread();
     const ostrel_platform::signal_block_t inherited_by_the_thread;
     m_thread = boost::thread(&sender_t::run, this);
 }
@@ -43,13 +45,19 @@ void sender_t::run() {
     }
 }
 
+void sender_t::initialise_libcurl() {
+    const ostrel_platform::exit_gate_t gate;
+    if (!m_curl && gate.is_open())
+        m_curl.emplace();
+}
+
 void sender_t::prepare_once() {
     if (std::exchange(m_is_prepared, true))
         return;
     try {
-        if (!m_curl)
-            m_curl.emplace();
-        m_poster.emplace(m_curl->handle(), m_url);
+        initialise_libcurl();
+        if (m_curl)
+            m_poster.emplace(m_curl->handle(), m_url);
     } catch (...) { // NOLINT(bugprone-empty-catch): out of memory; an exception that left the thread would
                     // end the host
     }

@@ -32,6 +32,7 @@ public:
 
 private:
     void run();
+    void initialise_libcurl();
     void prepare_once();
 
     const std::string m_url;

@@ -7,11 +7,13 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <thread>
 
 namespace ostrel_platform {
 
@@ -20,6 +22,8 @@ namespace {
 constexpr mode_t user_only = S_IRUSR | S_IWUSR;
 constexpr mode_t all_permissions = S_IRWXU | S_IRWXG | S_IRWXO;
 constexpr int most_links = 40; // as many as the kernel follows
+constexpr int writer_attempts = 100;
+constexpr std::chrono::milliseconds writer_pause{10};
 
 descriptor_t open_file(const std::string& path, int flags) {
     int descriptor = -1;
@@ -117,22 +121,44 @@ void take_over_rights(const descriptor_t& file, const descriptor_t& former) {
     ::fchmod(file.get(), is_same_owner ? status.st_mode & all_permissions : user_only);
 }
 
-bool replace(const target_t& target, std::string_view bytes) {
+enum class replaced_t {
+    yes,
+    no,
+    busy, ///< another writer has the draft
+};
+
+replaced_t replace(const target_t& target, std::string_view bytes) {
     const std::string draft = target.path + ".tmp";
     const descriptor_t file = open_draft(draft);
-    if (!file.is_open() || !is_own_draft(file, draft))
-        return false;
+    if (!file.is_open())
+        return replaced_t::no;
+    if (!is_own_draft(file, draft))
+        return replaced_t::busy;
     take_over_rights(file, target.file);
     if (::ftruncate(file.get(), 0) == 0 && write_all(file, bytes) && ::fsync(file.get()) == 0 &&
         ::rename(draft.c_str(), target.path.c_str()) == 0)
-        return true;
+        return replaced_t::yes;
     ::unlink(draft.c_str());
-    return false;
+    return replaced_t::no;
 }
 
 bool write_in_place(const descriptor_t& file, std::string_view bytes) {
     return file.is_open() && write_all(file, bytes) &&
            ::ftruncate(file.get(), static_cast<off_t>(bytes.size())) == 0;
+}
+
+bool overwrite(const std::string& path, std::string_view bytes, int attempts) {
+    const auto target = find_target(path);
+    if (!target)
+        return false;
+    const replaced_t replaced = replace(*target, bytes);
+    if (replaced == replaced_t::yes || write_in_place(target->file, bytes))
+        return true;
+    // Another writer creates the file at this moment. Its file is written over as soon as it exists.
+    if (replaced != replaced_t::busy || attempts == 1)
+        return false;
+    std::this_thread::sleep_for(writer_pause);
+    return overwrite(path, bytes, attempts - 1);
 }
 
 } // namespace
@@ -178,12 +204,11 @@ bool create_empty(const std::wstring& path) {
 
 bool replace_file(const std::wstring& path, std::string_view bytes) {
     const auto target = find_target(to_utf8(path));
-    return target && replace(*target, bytes);
+    return target && replace(*target, bytes) == replaced_t::yes;
 }
 
 bool overwrite_file(const std::wstring& path, std::string_view bytes) {
-    const auto target = find_target(to_utf8(path));
-    return target && (replace(*target, bytes) || write_in_place(target->file, bytes));
+    return overwrite(to_utf8(path), bytes, writer_attempts);
 }
 
 bool may_replace(const std::wstring& path) {

@@ -1,0 +1,61 @@
+// Keeps initialisations on the library's threads apart from the end of the process, on POSIX.
+#include "platform/exit_gate.h"
+
+#include <chrono>
+#include <mutex>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace ostrel_platform {
+
+namespace {
+
+struct gate_t {
+    std::timed_mutex mutex;
+    bool is_closed = false; ///< guarded by mutex
+};
+
+// Never destroyed: the library's threads outlive static objects.
+gate_t& gate() {
+    static auto* const never_destroyed = new gate_t;
+    return *never_destroyed;
+}
+
+bool is_main_thread() {
+    return ::syscall(SYS_gettid) == ::getpid();
+}
+
+/// exit() destroys the thread-local objects of its thread before it calls any exit handler. No other hook
+/// runs before the handlers that a library registers during its initialisation.
+struct closer_t {
+    closer_t() = default;
+    closer_t(const closer_t&) = delete;
+    closer_t& operator=(const closer_t&) = delete;
+    ~closer_t() {
+        const std::unique_lock<std::timed_mutex> lock(gate().mutex, std::chrono::seconds(1));
+        // Other threads may end without the process.
+        if (lock.owns_lock() && is_main_thread())
+            gate().is_closed = true;
+    }
+};
+
+// The thread that loads the library is the main thread in most hosts.
+[[maybe_unused]] const bool is_loading_thread_guarded = (guard_exit_of_this_thread(), true);
+
+} // namespace
+
+void guard_exit_of_this_thread() {
+    thread_local const closer_t closer;
+    static_cast<void>(closer);
+}
+
+exit_gate_t::exit_gate_t() : m_is_open(false) {
+    gate().mutex.lock();
+    m_is_open = !gate().is_closed;
+}
+
+exit_gate_t::~exit_gate_t() {
+    gate().mutex.unlock();
+}
+
+} // namespace ostrel_platform

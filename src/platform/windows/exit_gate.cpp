@@ -1,0 +1,13 @@
+// Keeps initialisations on the library's threads apart from the end of the process, on Windows: the system
+// ends all other threads before it calls any exit handler.
+#include "platform/exit_gate.h"
+
+namespace ostrel_platform {
+
+void guard_exit_of_this_thread() {}
+
+exit_gate_t::exit_gate_t() : m_is_open(true) {}
+
+exit_gate_t::~exit_gate_t() = default;
+
+} // namespace ostrel_platform
