@@ -201,7 +201,6 @@ TEST_F(ostrelctl, whole_outputs_follow_the_decision) {
         for (const auto& entry : fs::recursive_directory_iterator(profile.folder()))
             fs::permissions(entry.path(), entry.is_directory() ? fs::perms(0700) : fs::perms(0600));
         const std::string expected = OSTREL_TEST_SOURCE "/tests/data/ostrelctl_" + std::string(name) + ".txt";
-        write_file(expected, transcript()); // TMP
         EXPECT_EQ(first_difference(transcript(), expected_text(expected)), "") << expected;
     }
 }
