@@ -13,8 +13,6 @@ using namespace test_support;
 
 namespace {
 
-constexpr int pellar = accessor_t::tool_pellar;
-
 class pellar_processes : public pellar_test_t {};
 
 std::ptrdiff_t entries(const char* folder) {

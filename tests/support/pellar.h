@@ -13,6 +13,7 @@
 namespace test_support {
 
 using accessor_t = OSTREL_NAMESPACE::pellar_accessor_impl_t;
+constexpr int pellar = accessor_t::tool_pellar;
 constexpr const char* tool_names[] = {"norvaneremotemon.exe", "pellar.exe", "checkVIRKconsent.exe"};
 
 /// Removes a file or folder with everything in it once no tool runs there any more: Windows refuses before.
