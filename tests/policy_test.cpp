@@ -93,7 +93,7 @@ TEST_F(policy, only_the_first_word_of_the_consent_file_counts) {
          {"virk file content read", "virk file enables statistic"},
          {"1", " \t\r\n1\n", "1 0", std::string(5000, '\n') + "1 "}},
         {2,
-         "disables",
+         {"virk file content read", "virk file disables statistic"},
          {"0", "01", "10", "", " \n", std::string("1\0", 2), "1.0", "0 1", "\xEF\xBB\xBF\x31"}}};
     for (const auto& [state, lines, contents] : cases)
         for (const std::string& content : contents) {
