@@ -17,6 +17,10 @@ class Fault(Exception):
     """A promise that was not kept."""
 
 
+class Hang(Fault):
+    """A process that does not end."""
+
+
 def expect(what, holds, seen=""):
     if not holds:
         raise Fault(f"{what}: {seen}" if seen != "" else what)
@@ -48,8 +52,9 @@ class Profile:
 
 
 def environment(profile, url, **more):
-    """What a host starts with: nothing of ours from outside, and a name for the network check that hosts(5) knows."""
-    unwanted = re.compile(r"NORVANE_|OSTREL_|PELLAR_|XDG_|https?_proxy|all_proxy|no_proxy", re.IGNORECASE)
+    """What a host starts with: nothing of ours from outside but where its DLLs are, and a name for the network check that
+    hosts(5) knows."""
+    unwanted = re.compile(r"NORVANE_|OSTREL_(?!WIN|CACHE)|PELLAR_|XDG_|https?_proxy|all_proxy|no_proxy", re.IGNORECASE)
     clean = {name: value for name, value in os.environ.items() if not unwanted.match(name)}
     clean |= {"XDG_DATA_HOME": str(profile.folder), "OSTREL_COLLECTION_URL": url, "OSTREL_CORPORATE_DOMAIN": "localhost",
               "OSTREL_TRUST_DATA": "Z:" + str(profile.folder).replace("/", "\\")}
@@ -103,15 +108,15 @@ class Host:
             time.sleep(0.05)
         expect("no descriptor and no thread is left", now == before, f"{before} became {now}")
 
-    def end(self, line="return"):
+    def end(self, line="return", patience=PATIENCE):
         """@return seconds until the process was gone; it must have left with status 0"""
         start = time.monotonic()
         try:
             self.send(line)
-            status = self.process.wait(PATIENCE)
+            status = self.process.wait(patience)
         except subprocess.TimeoutExpired:
             self.kill()
-            raise Fault(f"the process does not end after '{line}'") from None
+            raise Hang(f"the process does not end after '{line}'") from None
         expect("the process ends with status 0", status == 0, status)
         return time.monotonic() - start
 
