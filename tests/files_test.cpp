@@ -30,8 +30,7 @@ std::string nested(int depth) {
     return "<bag>" + text + "</bag>";
 }
 
-class variant_bag : public testing::Test {
-protected:
+struct variant_bag : testing::Test {
     int load(bool optional = false) { return load_variant_bag2(bag, wide(file), L"bag", optional); }
     bool save(const variant_bag_t& saved) const { return save_variant_bag2(saved, wide(file), L"bag"); }
 
@@ -48,8 +47,7 @@ std::string item(const active_date_t& date) {
 std::int64_t day_number;
 const active_date_t old{2014, 7, 2}, february{2016, 2, 29}, march{2016, 3, 1};
 
-class last_active_dates : public testing::Test {
-protected:
+struct last_active_dates : testing::Test {
     last_active_dates() { day_number = 16860; } // in February 2016
     static std::int64_t clock() { return day_number; }
     std::vector<active_date_t> stored() const { return stored_active_dates(wide(file)).value(); }

@@ -16,8 +16,7 @@ using OSTREL_NAMESPACE::http_connector_t;
 
 namespace {
 
-class http_connector : public testing::Test {
-protected:
+struct http_connector : testing::Test {
     /// Sends the hits through an object that lives no longer.
     static void deliver(const collector_t& collector, const texts_t& hits) {
         http_connector_t connector(collector.url().c_str());

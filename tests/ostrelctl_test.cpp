@@ -96,7 +96,8 @@ TEST_F(ostrelctl, whole_outputs_follow_the_decision) {
          "http://collector/",
          {{"virk", "0"},
           {"product/settings/statistic/uuid.xml", "<bag><UUID>"},
-          {"product/settings/statistic/last_active_dates.lock", ""}}},
+          {"product/settings/statistic/last_active_dates.lock", ""},
+          {"product/settings/statistic/last_active_dates.xml", "<bag>" + day + day + "</bag>"}}},
         {"inside", "10.1.2.3", "", {}},
     };
     profile.set("http_proxy", "http://me:se@cret@proxy:8080");

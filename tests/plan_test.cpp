@@ -1,7 +1,6 @@
 // The plan says what a new object finds, creates and decides; both are compared in each situation.
 #include "statistic_impl/plan.h"
 
-#include "statistic_impl/last_active_dates.h"
 #include "statistic_impl_ga/statistic_impl_ga.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
@@ -198,31 +197,5 @@ TEST(plan, the_machine_id_is_forced_or_stored_or_created_or_missing) {
             EXPECT_EQ(used, ostrel_platform::to_utf8(id));
             EXPECT_EQ(read_file(file), content);
         }
-    }
-}
-
-TEST(plan, days_count_as_a_new_object_counts_them) {
-    const std::string day = "<item><Y type=\"int\">2014</Y><M type=\"int\">1</M><D type=\"int\">1</D></item>";
-    const std::tuple<bool, std::string, days_plan_t::state_t, std::size_t, std::size_t> cases[] = {
-        {false, "<bag>" + day + day + "</bag>", days_plan_t::loaded, 2, 3},
-        {true, "<bag>" + day + "</bag>", days_plan_t::locked, 1, 1},
-        {false, "<bag>", days_plan_t::malformed, 0, 1}};
-    for (const auto& [has_lock, content, state, stored, count] : cases) {
-        SCOPED_TRACE(content);
-        const profile_t profile;
-        const fs::path file = profile.statistic_dir() / "last_active_dates.xml";
-        write_file(file, content);
-        if (has_lock)
-            write_file(profile.statistic_dir() / "last_active_dates.lock", "");
-        const days_plan_t days = plan_for(profile).days;
-        EXPECT_EQ(days.state, state);
-        EXPECT_EQ(days.stored, stored);
-        EXPECT_EQ(days.count, count);
-        {
-            statistic_impl_ga_t statistic(L"product", L"1");
-            statistic.notify_feature_usage(L"menu");
-            fs::remove(profile.statistic_dir() / "last_active_dates.lock");
-        }
-        EXPECT_EQ(stored_active_dates(wide(file))->size(), count);
     }
 }

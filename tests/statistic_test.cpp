@@ -18,8 +18,7 @@ using namespace OSTREL_NAMESPACE;
 
 namespace {
 
-class statistic : public testing::Test {
-protected:
+struct statistic : testing::Test {
     statistic() {
         profile.set("OSTREL_COLLECTION_URL", collector.url());
         profile.set("NORVANE_FORCE_UUID", "i&d \u00e9");
@@ -162,13 +161,9 @@ TEST_F(statistic, an_answer_starts_and_stops_collection) {
     EXPECT_EQ(collector.bodies(), texts_t{prefix + "run&el=between&cd3=n"});
 }
 
-TEST_F(statistic, notifications_are_traced_and_reserved_slots_do_nothing) {
+TEST_F(statistic, notifications_are_traced_with_name_and_value) {
     const auto shared = statistic_t::get();
     const log_capture_t capture;
-    shared->reserved_slot_1();
-    shared->reserved_slot_5();
-    shared->reserved_slot_6();
-    shared->reserved_slot_7();
     EXPECT_TRUE(shared->flush());
     EXPECT_FALSE(shared->reserved_slot_9());
     shared->notify_feature_usage(L"caf\u00e9");

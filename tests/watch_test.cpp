@@ -9,8 +9,7 @@ using namespace test_support;
 
 namespace {
 
-class watch : public testing::Test {
-protected:
+struct watch : testing::Test {
     watch() {
         profile.set("NORVANE_FORCE_FEEDBACK", "1");
         profile.set("NORVANE_FORCE_UUID", "an id");

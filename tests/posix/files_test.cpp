@@ -51,8 +51,7 @@ namespace {
 
 constexpr bool (*writers[])(const std::wstring&, std::string_view) = {&replace_file, &overwrite_file};
 
-class posix_files : public testing::Test {
-protected:
+struct posix_files : testing::Test {
     ~posix_files() override { before_flock = before_fsync = in_place_of_a_pause = nullptr; }
 
     static struct stat status_of(const fs::path& path) {

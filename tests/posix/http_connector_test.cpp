@@ -41,8 +41,7 @@ curl_version_info_data* curl_version_info(CURLversion version) {
 
 namespace {
 
-class posix_http_connector : public testing::Test {
-protected:
+struct posix_http_connector : testing::Test {
     /// @return the threads that initialised libcurl while one object lived
     template <class Use>
     static std::vector<std::thread::id> initialised_by(const Use& use) {

@@ -13,7 +13,7 @@ using namespace test_support;
 
 namespace {
 
-class pellar_processes : public pellar_test_t {};
+struct pellar_processes : pellar_test_t {};
 
 std::ptrdiff_t entries(const char* folder) {
     return std::distance(fs::directory_iterator(folder), {});

@@ -31,8 +31,7 @@ extern "C" pid_t vfork() noexcept {
 
 namespace {
 
-class posix : public testing::Test {
-protected:
+struct posix : testing::Test {
     /// Reports through a new object. @return whether it asks for consent, before and after the user agrees
     static std::pair<int, int> use() {
         statistic_handle_t* const handle = ostrel_create_statistic("product", "1");

@@ -24,8 +24,7 @@ inline void remove_when_free(const fs::path& path) {
 
 /// Gives each test a profile with the three stand-ins in PELLAR_DIR, whose name holds a blank and a non-ASCII
 /// letter, and a service with an empty folder for exchange files.
-class pellar_test_t : public testing::Test {
-protected:
+struct pellar_test_t : testing::Test {
     pellar_test_t() {
         install_tools(tools());
         profile.set("PELLAR_DIR", tools().u8string());
