@@ -2,7 +2,6 @@
 #include "support/profile.h"
 
 #include <algorithm>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <regex>
@@ -79,25 +78,22 @@ struct ostrelctl : testing::Test {
 
 TEST_F(ostrelctl, whole_outputs_follow_the_decision) {
     const std::string day = "<item><Y type=\"int\">9999</Y><M type=\"int\">1</M><D type=\"int\">1</D></item>";
-    const struct {
-        const char* name;
-        const char* domain;
-        const char* url;
-        std::map<std::string, std::string> files; ///< below the company folder
-    } cases[] = {
+    using files_t = std::map<std::string, std::string>; // below the company folder
+    const std::string stored = "product/settings/statistic/", dates = stored + "last_active_dates";
+    const std::tuple<std::string, const char*, const char*, files_t> cases[] = {
         {"agreed",
          "127.0.0.1",
          "http://me:pa@ss@collector/\x1B[2J",
          {{"virk", "1"},
-          {"product/settings/statistic/uuid.xml", "<bag><UUID>i&#27;d</UUID></bag>"},
-          {"product/settings/statistic/last_active_dates.xml", "<bag>" + day + day + day + "</bag>"}}},
+          {stored + "uuid.xml", "<bag><UUID>i&#27;d</UUID></bag>"},
+          {dates + ".xml", "<bag>" + day + day + day + "</bag>"}}},
         {"refused",
          "127.0.0.1",
          "http://collector/",
          {{"virk", "0"},
-          {"product/settings/statistic/uuid.xml", "<bag><UUID>"},
-          {"product/settings/statistic/last_active_dates.lock", ""},
-          {"product/settings/statistic/last_active_dates.xml", "<bag>" + day + day + "</bag>"}}},
+          {stored + "uuid.xml", "<bag><UUID>"},
+          {dates + ".lock", ""},
+          {dates + ".xml", "<bag>" + day + day + "</bag>"}}},
         {"inside", "10.1.2.3", "", {}},
     };
     profile.set("http_proxy", "http://me:se@cret@proxy:8080");
@@ -111,18 +107,13 @@ TEST_F(ostrelctl, whole_outputs_follow_the_decision) {
             write_file(profile.company() / path, content);
         for (const auto& entry : fs::recursive_directory_iterator(profile.folder()))
             fs::permissions(entry.path(), entry.is_directory() ? fs::perms(0700) : fs::perms(0600));
-        const std::string expected = OSTREL_TEST_SOURCE "/tests/data/ostrelctl_" + std::string(name) + ".txt";
+        const std::string expected = OSTREL_TEST_SOURCE "/tests/data/ostrelctl_" + name + ".txt";
         EXPECT_EQ(transcript(), expected_text(expected));
     }
 }
 
 TEST_F(ostrelctl, status_gives_a_reason_and_an_exit_status) {
-    const struct {
-        const char* variable;
-        const char* value;
-        long long status;
-        const char* words;
-    } cases[] = {
+    const std::tuple<const char*, const char*, long long, std::string> cases[] = {
         {"NORVANE_FORCE_FEEDBACK", "1", 0, "yes: the environment forces it\n"},
         {"NORVANE_DISABLE_FEEDBACK", "1", 1, "no: the environment switches it off\n"},
         {"OSTREL_CORPORATE_DOMAIN", "10.0.0.1", 1, "no: this machine is inside the maker's network\n"},
@@ -132,7 +123,7 @@ TEST_F(ostrelctl, status_gives_a_reason_and_an_exit_status) {
         SCOPED_TRACE(words);
         profile.set(variable, value);
         EXPECT_EQ(run({"status"}), status);
-        EXPECT_EQ(output.substr(output.find("  ") + 2, std::strlen(words)), words);
+        EXPECT_EQ(output.substr(output.find("  ") + 2, words.size()), words);
         profile.unset(variable);
         profile.set("OSTREL_CORPORATE_DOMAIN", "127.0.0.1");
     }
@@ -146,12 +137,9 @@ TEST_F(ostrelctl, status_gives_a_reason_and_an_exit_status) {
 }
 
 TEST_F(ostrelctl, commands_report_failures_and_change_the_answer_only) {
-    const struct {
-        const char* arguments;
-        long long status;
-        const char* words;
-        std::size_t files; ///< the company folder and the answer
-    } rows[] = {
+    // Arguments, exit status, words of the output, and the number of files: the company folder and the
+    // answer.
+    const std::tuple<const char*, long long, const char*, std::size_t> rows[] = {
         {"consent", 1, "answer: none", 0},
         {"consent forget", 0, "answer: none", 0},
         {"products", 0, "No product keeps data", 0},
@@ -168,11 +156,11 @@ TEST_F(ostrelctl, commands_report_failures_and_change_the_answer_only) {
         {"consent maybe", 2, "maybe not in {yes,no,forget}", 1},
         {"--version", 0, "ostrelctl " OSTREL_TEST_VERSION "\n", 1},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.arguments);
-        EXPECT_EQ(run(words_of(row.arguments)), row.status);
-        EXPECT_NE(output.find(row.words), std::string::npos) << output;
-        EXPECT_EQ(contents(profile.local_app_data()).size(), row.files);
+    for (const auto& [arguments, status, words, files] : rows) {
+        SCOPED_TRACE(arguments);
+        EXPECT_EQ(run(words_of(arguments)), status);
+        EXPECT_NE(output.find(words), std::string::npos) << output;
+        EXPECT_EQ(contents(profile.local_app_data()).size(), files);
     }
     write_file(profile.statistic_dir("b") / "uuid.xml", "");
     fs::create_directories(profile.statistic_dir("a"));

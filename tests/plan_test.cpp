@@ -37,82 +37,43 @@ const host_addresses_t inside{resolution_t::resolved, {{{192, 0, 2, 1}}, {{10, 1
 const host_addresses_t outside{resolution_t::resolved,
                                {{{172, 16, 0, 1}}, {{192, 168, 0, 1}}, {{100, 10, 10, 10}}}};
 
-const texts_t no_switch = traced_switches("evsEnabled'");
-const texts_t yes = no_switch + no_switch + texts_t{"virk file content read", "virk file enables statistic"};
-const texts_t no = no_switch + no_switch + texts_t{"virk file content read", "virk file disables statistic"};
 const std::string disable = "NORVANE_DISABLE_FEEDBACK", force = "NORVANE_FORCE_FEEDBACK";
+const texts_t no_id{"Return 'false' - empty uuid. reporting disabled"};
+const texts_t off = traced_switches("evsDisabled' - " + disable + " is set") +
+                    texts_t{"Return 'false' - statistic disabled due to environment variables"};
+const texts_t on = traced_switches("evsEnabledForced' - " + force + " is set") +
+                   texts_t{"Return 'true' - statistic forcefully enabled by environment variables"};
+const texts_t no_switch = traced_switches("evsEnabled'"), asked = no_switch + no_switch;
+const texts_t excluded = no_switch + texts_t{"Return 'false' - excluded network"};
+const texts_t no_network = no_switch + texts_t{"Return 'false' - network error"};
+const texts_t yes = asked + texts_t{"virk file content read", "virk file enables statistic"};
+const texts_t no = asked + texts_t{"virk file content read", "virk file disables statistic"};
+const texts_t none = asked + texts_t{"virk file missing/not readable"};
 
-struct decision_case_t {
-    const char* title;
-    const char* id;
+const struct {
+    const char *title, *id;
     texts_t variables;
     host_addresses_t address;
     const char* answer;
     verdict_t verdict;
     std::size_t steps; ///< reached: folders, machine id, four switches, network, consent
     texts_t lines;
-};
-
-const decision_case_t decision_cases[] = {
-    {"no id",
-     "",
-     {force},
-     unknown,
-     "1",
-     verdict_t::no_machine_id,
-     2,
-     {"Return 'false' - empty uuid. reporting disabled"}},
-    {"off",
-     "i",
-     {disable, force},
-     unknown,
-     "1",
-     verdict_t::switched_off,
-     5,
-     traced_switches("evsDisabled' - " + disable + " is set") +
-         texts_t{"Return 'false' - statistic disabled due to environment variables"}},
-    {"forced",
-     "i",
-     {force},
-     inside,
-     "0",
-     verdict_t::forced_on,
-     6,
-     traced_switches("evsEnabledForced' - " + force + " is set") +
-         texts_t{"Return 'true' - statistic forcefully enabled by environment variables"}},
-    {"inside",
-     "i",
-     {},
-     inside,
-     "1",
-     verdict_t::inside_network,
-     7,
-     no_switch + texts_t{"Return 'false' - excluded network"}},
-    {"no resolver",
-     "i",
-     {},
-     failed,
-     "1",
-     verdict_t::network_unknown,
-     7,
-     no_switch + texts_t{"Return 'false' - network error"}},
+} decision_cases[] = {
+    {"no id", "", {force}, unknown, "1", verdict_t::no_machine_id, 2, no_id},
+    {"off", "i", {disable, force}, unknown, "1", verdict_t::switched_off, 5, off},
+    {"forced", "i", {force}, inside, "0", verdict_t::forced_on, 6, on},
+    {"inside", "i", {}, inside, "1", verdict_t::inside_network, 7, excluded},
+    {"no resolver", "i", {}, failed, "1", verdict_t::network_unknown, 7, no_network},
     {"outside", "i", {}, outside, "1", verdict_t::agreed, 8, yes},
     {"no IPv4", "i", {}, no_ipv4, "1", verdict_t::agreed, 8, yes},
     {"unknown", "i", {}, unknown, "0", verdict_t::not_agreed, 8, no},
-    {"no answer",
-     "i",
-     {},
-     unknown,
-     "",
-     verdict_t::not_agreed,
-     8,
-     no_switch + no_switch + texts_t{"virk file missing/not readable"}},
+    {"no answer", "i", {}, unknown, "", verdict_t::not_agreed, 8, none},
 };
 
 } // namespace
 
 TEST(plan, the_first_rule_that_applies_decides_and_later_ones_are_not_asked) {
-    for (const decision_case_t& one : decision_cases) {
+    for (const auto& one : decision_cases) {
         SCOPED_TRACE(one.title);
         const profile_t profile;
         write_file(profile.statistic_dir() / "uuid.xml", "<bag/>");
