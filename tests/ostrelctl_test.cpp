@@ -96,7 +96,7 @@ TEST_F(ostrelctl, whole_outputs_follow_the_decision) {
           {dates + ".xml", "<bag>" + day + day + "</bag>"}}},
         {"inside", "10.1.2.3", "", {}},
     };
-    profile.set("http_proxy", "http://me:se@cret@proxy:8080");
+    profile.set("all_proxy", "http://me:se@cret@proxy:8080"); // Wine takes http_proxy for the machine's
     profile.set("no_proxy", "localhost");
     for (const auto& [name, domain, url, files] : cases) {
         SCOPED_TRACE(name);

@@ -112,10 +112,8 @@ TEST(plan, an_object_fails_exactly_where_the_plan_sees_an_obstacle) {
         SCOPED_TRACE(file);
         const profile_t profile;
         profile.set(force, "1");
-        fs::remove(profile.local_app_data());
         EXPECT_FALSE(plan_for(profile).failure.has_value());
-        const fs::path obstacle = profile.local_app_data() / file;
-        write_file(*file == '\0' ? profile.local_app_data() : obstacle, "");
+        write_file(profile.local_app_data() / file, "");
         const plan_t plan = plan_for(profile);
         EXPECT_EQ(plan.failure.has_value(), fails);
         EXPECT_EQ(plan.decision.verdict, fails ? verdict_t::no_object : verdict_t::forced_on);

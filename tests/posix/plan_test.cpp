@@ -58,6 +58,14 @@ TEST_F(plan_on_posix, folders_that_the_user_may_not_create_are_foreseen) {
     });
 }
 
+TEST_F(plan_on_posix, a_file_in_the_place_of_the_data_folder_is_foreseen) {
+    EXPECT_TRUE(fs::remove(profile.local_app_data()));
+    EXPECT_FALSE(plan().failure.has_value());
+    write_file(profile.local_app_data(), "");
+    EXPECT_EQ(plan().failure->outcome, folder_forecast_t::blocked);
+    EXPECT_THROW(statistic_impl_ga_t(L"product", L"1"), std::exception);
+}
+
 TEST_F(plan_on_posix, files_that_the_user_may_not_write_are_foreseen) {
     as_ordinary_user(profile.local_app_data(), [&] {
         const fs::path uuid = profile.statistic_dir() / "uuid.xml";
