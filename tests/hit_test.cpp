@@ -1,5 +1,4 @@
-// Which event a feature name becomes, and the text of its hit; tests/statistic_test.cpp has the bytes that
-// arrive.
+// The event that a feature name becomes, and the text of its hit.
 #include "statistic_impl_ga/hit.h"
 
 #include <gtest/gtest.h>
@@ -34,7 +33,7 @@ TEST(feature_route, the_longest_enabled_prefix_wins_and_run_needs_no_filter) {
     }
 }
 
-TEST(feature_route, each_of_many_names_is_found_and_none_of_their_neighbours) {
+TEST(feature_route, names_of_every_length_are_found_and_similar_ones_are_not) {
     std::vector<std::wstring> names;
     for (std::size_t size = 1; size <= 300; ++size)
         names.push_back(L"group." + std::wstring(size, L'x'));
@@ -47,7 +46,7 @@ TEST(feature_route, each_of_many_names_is_found_and_none_of_their_neighbours) {
     }
 }
 
-TEST(hit, a_label_is_written_unless_it_is_empty_even_if_nothing_of_it_can_be_encoded) {
+TEST(hit, a_label_is_omitted_only_if_it_is_empty) {
     const std::pair<std::wstring, std::string> cases[] = {{L"", ""},
                                                           {L"a&b", "&el=a%26b"},
                                                           {L"ab\u00e9.c", "&el=ab%C3%A9.c"},
@@ -59,7 +58,7 @@ TEST(hit, a_label_is_written_unless_it_is_empty_even_if_nothing_of_it_can_be_enc
     }
 }
 
-TEST(hit, the_name_and_the_system_are_escaped_the_id_and_the_version_are_not) {
+TEST(hit, names_are_escaped_and_the_id_and_the_version_are_not) {
     EXPECT_EQ(compose_hit_prefix({"T-1", L"i d", L"n m", L"1 &", L"o s\u00e9"}),
               "v=1&tid=T-1&cid=i d&an=n%20m&av=1 &&cd1=win32&cd2=o%20s%C3%A9&t=event&ec=");
 }

@@ -1,13 +1,12 @@
-// The plan says what a new object finds, creates and decides; both are asked in each situation.
+// The plan says what a new object finds, creates and decides; both are compared in each situation.
 #include "statistic_impl/plan.h"
 
-#include "statistic_impl/last_active_dates.h"
 #include "statistic_impl_ga/statistic_impl_ga.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
 
 #include <gtest/gtest.h>
-#include <map>
+#include <regex>
 
 using namespace test_support;
 using namespace OSTREL_NAMESPACE;
@@ -24,150 +23,97 @@ host_addresses_t resolve(const std::string& name) {
     return resolver_answer;
 }
 
-/// Every file and folder, with its content.
-std::map<fs::path, std::string> contents(const profile_t& profile) {
-    std::map<fs::path, std::string> found;
-    for (const auto& entry : fs::recursive_directory_iterator(profile.folder()))
-        found[entry.path()] = entry.is_regular_file() ? read_file(entry.path()).value_or("") : "";
-    return found;
-}
-
-/// The plan, which must leave everything as it was.
-plan_t plan_for(const profile_t& profile, const kiln2::path_t& filter = {}) {
-    const auto before = contents(profile);
-    plan_t plan = make_plan({L"product", filter}, &resolve);
-    EXPECT_EQ(contents(profile), before);
+/// The plan, which must leave every file as it was.
+plan_t plan_for(const profile_t& profile) {
+    const auto before = contents(profile.folder());
+    plan_t plan = make_plan({L"product", {}}, &resolve);
+    EXPECT_EQ(contents(profile.folder()), before);
     return plan;
 }
 
-texts_t traced(const std::string& signature, const texts_t& inner) {
-    return texts_t{"ENTER: " + signature} + inner + texts_t{"EXIT:  " + signature};
-}
-
-texts_t switches(const std::string& decision) {
-    return traced("ostrel_1_5_6::statistic_impl_t::env_vars_state_t "
-                  "ostrel_1_5_6::statistic_impl_t::get_env_vars_state()",
-                  {"Return '" + decision});
-}
-
-const host_addresses_t unknown{resolution_t::unknown_host, {}}, failed{resolution_t::failed, {}},
-    no_ipv4{resolution_t::resolved, {}};
+const host_addresses_t unknown{resolution_t::unknown_host, {}}, failed{resolution_t::failed, {}};
+const host_addresses_t no_ipv4{resolution_t::resolved, {}};
 const host_addresses_t inside{resolution_t::resolved, {{{192, 0, 2, 1}}, {{10, 1, 2, 3}}}};
 const host_addresses_t outside{resolution_t::resolved,
                                {{{172, 16, 0, 1}}, {{192, 168, 0, 1}}, {{100, 10, 10, 10}}}};
-const texts_t no_switch = switches("evsEnabled'");
 
-struct decision_case_t {
-    const char* title;
-    const char* id;
-    const char* variable;
-    host_addresses_t answer;
-    std::optional<std::string> virk;
+const std::string disable = "NORVANE_DISABLE_FEEDBACK", force = "NORVANE_FORCE_FEEDBACK";
+const texts_t no_id{"Return 'false' - empty uuid. reporting disabled"};
+const texts_t off = traced_switches("evsDisabled' - " + disable + " is set") +
+                    texts_t{"Return 'false' - statistic disabled due to environment variables"};
+const texts_t on = traced_switches("evsEnabledForced' - " + force + " is set") +
+                   texts_t{"Return 'true' - statistic forcefully enabled by environment variables"};
+const texts_t no_switch = traced_switches("evsEnabled'"), asked = no_switch + no_switch;
+const texts_t excluded = no_switch + texts_t{"Return 'false' - excluded network"};
+const texts_t no_network = no_switch + texts_t{"Return 'false' - network error"};
+const texts_t yes = asked + texts_t{"virk file content read", "virk file enables statistic"};
+const texts_t no = asked + texts_t{"virk file content read", "virk file disables statistic"};
+const texts_t none = asked + texts_t{"virk file missing/not readable"};
+
+const struct {
+    const char *title, *id;
+    texts_t variables;
+    host_addresses_t address;
+    const char* answer;
     verdict_t verdict;
+    std::size_t steps; ///< reached: folders, machine id, four switches, network, consent
     texts_t lines;
-    std::size_t lookups;
+} decision_cases[] = {
+    {"no id", "", {force}, unknown, "1", verdict_t::no_machine_id, 2, no_id},
+    {"off", "i", {disable, force}, unknown, "1", verdict_t::switched_off, 5, off},
+    {"forced", "i", {force}, inside, "0", verdict_t::forced_on, 6, on},
+    {"inside", "i", {}, inside, "1", verdict_t::inside_network, 7, excluded},
+    {"no resolver", "i", {}, failed, "1", verdict_t::network_unknown, 7, no_network},
+    {"outside", "i", {}, outside, "1", verdict_t::agreed, 8, yes},
+    {"no IPv4", "i", {}, no_ipv4, "1", verdict_t::agreed, 8, yes},
+    {"unknown", "i", {}, unknown, "0", verdict_t::not_agreed, 8, no},
+    {"no answer", "i", {}, unknown, "", verdict_t::not_agreed, 8, none},
 };
-
-std::vector<decision_case_t> decision_cases() {
-    const char *const force = "NORVANE_FORCE_FEEDBACK", *const disable = "NORVANE_DISABLE_FEEDBACK";
-    const texts_t no_id{"Return 'false' - empty uuid. reporting disabled"};
-    const texts_t off = switches("evsDisabled' - NORVANE_DISABLE_FEEDBACK is set") +
-                        texts_t{"Return 'false' - statistic disabled due to environment variables"};
-    const texts_t on = switches("evsEnabledForced' - NORVANE_FORCE_FEEDBACK is set") +
-                       texts_t{"Return 'true' - statistic forcefully enabled by environment variables"};
-    const texts_t read = no_switch + no_switch;
-    const texts_t yes = read + texts_t{"virk file content read", "virk file enables statistic"};
-    const texts_t no = read + texts_t{"virk file content read", "virk file disables statistic"};
-    return {
-        {"no id", "", force, unknown, "1", verdict_t::no_machine_id, no_id, 0},
-        {"switched off", "i", disable, unknown, "1", verdict_t::switched_off, off, 0},
-        {"forced", "i", force, inside, "0", verdict_t::forced_on, on, 0},
-        {"inside", "i", "no", inside, "1", verdict_t::inside_network,
-         no_switch + texts_t{"Return 'false' - excluded network"}, 1},
-        {"no resolver", "i", "no", failed, "1", verdict_t::network_unknown,
-         no_switch + texts_t{"Return 'false' - network error"}, 1},
-        {"outside", "i", "no", outside, "1", verdict_t::agreed, yes, 1},
-        {"no IPv4", "i", "no", no_ipv4, "1", verdict_t::agreed, yes, 1},
-        {"refused", "i", "no", unknown, "0", verdict_t::not_agreed, no, 1},
-        {"no answer", "i", "no", unknown, std::nullopt, verdict_t::not_agreed,
-         read + texts_t{"virk file missing/not readable"}, 1},
-    };
-}
-
-void set_up(const profile_t& profile, const decision_case_t& one) {
-    profile.set("NORVANE_FORCE_UUID", one.id);
-    if (*one.id == '\0')
-        write_file(profile.statistic_dir() / "uuid.xml", "<bag/>");
-    profile.set(one.variable, "1");
-    profile.set("OSTREL_CORPORATE_DOMAIN", "corp.example");
-    resolver_answer = one.answer;
-    if (one.virk)
-        write_file(profile.virk(), *one.virk);
-}
 
 } // namespace
 
 TEST(plan, the_first_rule_that_applies_decides_and_later_ones_are_not_asked) {
-    for (const decision_case_t& one : decision_cases()) {
+    for (const auto& one : decision_cases) {
         SCOPED_TRACE(one.title);
         const profile_t profile;
-        set_up(profile, one);
+        write_file(profile.statistic_dir() / "uuid.xml", "<bag/>");
+        profile.set("NORVANE_FORCE_UUID", one.id);
+        profile.set("OSTREL_CORPORATE_DOMAIN", "corp.example");
+        for (const std::string& variable : one.variables)
+            profile.set(variable, "1");
+        if (*one.answer != '\0')
+            write_file(profile.virk(), one.answer);
+        resolver_answer = one.address;
         resolved_names.clear();
-        EXPECT_EQ(plan_for(profile).decision.verdict, one.verdict);
+        const plan_t plan = plan_for(profile);
+        EXPECT_EQ(plan.decision.verdict, one.verdict);
+        ASSERT_EQ(plan.steps.size(), 8U);
+        for (std::size_t i = 0; i < 8; ++i) {
+            EXPECT_EQ(plan.steps[i].is_reached, i < one.steps) << i;
+            EXPECT_EQ(plan.steps[i].verdict, i + 1 == one.steps ? one.verdict : verdict_t::undecided) << i;
+        }
         const statistic_impl_ga_t statistic(L"product", L"1", &resolve);
-        EXPECT_EQ(resolved_names, texts_t(2 * one.lookups, "corp.example"));
+        EXPECT_EQ(resolved_names, texts_t(one.steps > 6 ? 2 : 0, "corp.example"));
         const log_capture_t capture;
         EXPECT_EQ(statistic.is_enabled(), allows(one.verdict));
         EXPECT_EQ(capture.texts(),
-                  traced("bool ostrel_1_5_6::statistic_impl_t::is_enabled() const", one.lines));
-        for (const log_line_t& line : capture.lines())
-            EXPECT_EQ(line.level,
-                      one.verdict == verdict_t::no_machine_id && line.text == one.lines[0] ? 20000 : 0);
-    }
-}
-
-TEST(plan, steps_behind_the_deciding_one_are_not_reached) {
-    const profile_t profile;
-    const std::pair<std::map<std::string, std::string>, std::vector<int>> cases[] = {
-        // Whether each step is reached: folders, machine id, four switches, network, consent.
-        {{{"NORVANE_DISABLE_FEEDBACK", "1"}, {"NORVANE_FORCE_FEEDBACK", "1"}}, {1, 1, 1, 1, 1, 0, 0, 0}},
-        {{{"NORVANE_FORCE_FEEDBACK", "1"}}, {1, 1, 1, 1, 1, 1, 0, 0}},
-        {{}, {1, 1, 1, 1, 1, 1, 1, 1}},
-    };
-    resolver_answer = outside;
-    for (const auto& [variables, reached] : cases) {
-        SCOPED_TRACE(reached.size());
-        for (const char* const name : {"NORVANE_DISABLE_FEEDBACK", "NORVANE_FORCE_FEEDBACK"})
-            profile.set(name, variables.count(name) != 0 ? variables.at(name) : "");
-        std::vector<int> found;
-        std::size_t deciding = 0;
-        for (const step_t& step : plan_for(profile).steps) {
-            found.push_back(step.is_reached ? 1 : 0);
-            deciding = step.verdict != verdict_t::undecided ? found.size() : deciding;
-        }
-        EXPECT_EQ(found, reached);
-        EXPECT_EQ(static_cast<std::ptrdiff_t>(deciding), std::count(reached.begin(), reached.end(), 1));
+                  traced("bool " + library + "statistic_impl_t::is_enabled() const", one.lines));
+        EXPECT_EQ(capture.lines()[1].level, one.verdict == verdict_t::no_machine_id ? 20000 : 0);
     }
 }
 
 TEST(plan, an_object_fails_exactly_where_the_plan_sees_an_obstacle) {
-    struct case_t {
-        const char* title;
-        void (*prepare)(const profile_t&);
-        bool fails;
-    };
-    const case_t cases[] = {
-        {"nothing yet", [](const profile_t& /*p*/) {}, false},
-        {"both folders", [](const profile_t& p) { fs::create_directories(p.statistic_dir()); }, false},
-        {"file for the company", [](const profile_t& p) { write_file(p.company(), ""); }, true},
-        {"file for the settings", [](const profile_t& p) { write_file(p.statistic_dir(), ""); }, true},
-        {"file on the way", [](const profile_t& p) { write_file(p.company() / "product", ""); }, true},
-    };
-    for (const auto& [title, prepare, fails] : cases) {
-        SCOPED_TRACE(title);
+    const std::pair<const char*, bool> cases[] = {{"Norvane Corporation/product/settings/statistic/x", false},
+                                                  {"Norvane Corporation", true},
+                                                  {"Norvane Corporation/product", true},
+                                                  {"Norvane Corporation/product/settings/statistic", true},
+                                                  {"", true}};
+    for (const auto& [file, fails] : cases) {
+        SCOPED_TRACE(file);
         const profile_t profile;
-        profile.set("NORVANE_FORCE_FEEDBACK", "1");
-        prepare(profile);
+        profile.set(force, "1");
+        EXPECT_FALSE(plan_for(profile).failure.has_value());
+        write_file(profile.local_app_data() / file, "");
         const plan_t plan = plan_for(profile);
         EXPECT_EQ(plan.failure.has_value(), fails);
         EXPECT_EQ(plan.decision.verdict, fails ? verdict_t::no_object : verdict_t::forced_on);
@@ -178,34 +124,37 @@ TEST(plan, an_object_fails_exactly_where_the_plan_sees_an_obstacle) {
     }
 }
 
-TEST(plan, days_count_as_a_new_object_counts_them) {
-    const std::string day = "<item><Y type=\"int\">2014</Y><M type=\"int\">1</M><D type=\"int\">1</D></item>";
-    const struct {
-        const char* lock;
-        std::string content;
-        days_state_t state;
-        std::size_t stored, count;
-    } cases[] = {
-        {"", "<bag>" + day + day + "</bag>", days_state_t::loaded, 2, 3},
-        {"last_active_dates.lock", "<bag>" + day + "</bag>", days_state_t::locked, 1, 1},
-        {"", "<bag>", days_state_t::malformed, 0, 1},
+TEST(plan, the_machine_id_is_forced_or_stored_or_created_or_missing) {
+    const std::string stored = "<bag><UUID>any form \xC3\xA9</UUID></bag>";
+    const std::tuple<const char*, std::string, uuid_source_t, std::wstring> cases[] = {
+        {"caf\xC3\xA9", stored, uuid_source_t::forced, L"caf\u00e9"},
+        {"", stored, uuid_source_t::stored, L"any form \u00e9"},
+        {"", "<bag><uuid>3F2A0C91</uuid></bag>", uuid_source_t::without_id, L""},
+        {"", "<bag><UUID type=\"int\">5</UUID></bag>", uuid_source_t::without_id, L""},
+        {"", "<bag><UUID><UUID>nested</UUID></UUID></bag>", uuid_source_t::without_id, L""},
+        {"", "<bag><UUID>3F", uuid_source_t::malformed, L""},
+        {"", "<other><UUID>i</UUID></other>", uuid_source_t::malformed, L""},
+        {"", "no file", uuid_source_t::missing, L""},
     };
-    for (const auto& [lock, content, state, stored, count] : cases) {
+    for (const auto& [forced, content, source, id] : cases) {
         SCOPED_TRACE(content);
         const profile_t profile;
-        const fs::path file = profile.statistic_dir() / "last_active_dates.xml";
-        write_file(file, content);
-        if (*lock != '\0')
-            write_file(profile.statistic_dir() / lock, "");
-        const days_plan_t days = plan_for(profile).days;
-        EXPECT_EQ(days.state, state);
-        EXPECT_EQ(days.stored, stored);
-        EXPECT_EQ(days.count, count);
-        {
-            statistic_impl_ga_t statistic(L"product", L"1");
-            statistic.notify_feature_usage(L"menu");
-            fs::remove(profile.statistic_dir() / "last_active_dates.lock");
+        const fs::path file = profile.statistic_dir() / "uuid.xml";
+        profile.set("NORVANE_FORCE_UUID", forced);
+        if (content != "no file")
+            write_file(file, content);
+        const uuid_finding_t found = plan_for(profile).machine_id;
+        EXPECT_EQ(found.source, source);
+        EXPECT_EQ(found.id, id);
+        const std::string used = ostrel_platform::to_utf8(statistic_impl_ga_t(L"product", L"1").get_uuid());
+        if (found.needs_fresh_id()) {
+            EXPECT_TRUE(std::regex_match(used, std::regex("[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}")))
+                << used;
+            EXPECT_EQ(read_file(file), "<?xml version=\"1.0\"?>\n<bag>\n  <UUID type=\"string\">" + used +
+                                           "</UUID>\n</bag>\n");
+        } else {
+            EXPECT_EQ(used, ostrel_platform::to_utf8(id));
+            EXPECT_EQ(read_file(file), content);
         }
-        EXPECT_EQ(stored_active_dates(wide(file))->size(), count);
     }
 }

@@ -1,48 +1,25 @@
-// Whether anything may be collected: machine id, switches, network, consent, and the order in which they
-// decide.
-#include "statistic_impl_ga/statistic_impl_ga.h"
-
+// What the policy reads and writes: machine ids, switches, the user's answer and the deployment's settings.
 #include "ostrel/ostrel.h"
 #include "statistic_impl/consent.h"
 #include "statistic_impl/deployment.h"
-#include "statistic_impl/plan.h"
+#include "statistic_impl/machine_id.h"
+#include "statistic_impl_ga/statistic_impl_ga.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
 
 #include <gtest/gtest.h>
-#include <map>
-#include <regex>
 #include <set>
 
 using namespace test_support;
 using namespace OSTREL_NAMESPACE;
-using ostrel_platform::host_addresses_t;
-using ostrel_platform::resolution_t;
 
 namespace {
 
-texts_t traced(const std::string& signature, const texts_t& inner) {
-    return texts_t{"ENTER: " + signature} + inner + texts_t{"EXIT:  " + signature};
-}
+struct policy : testing::Test {
+    const profile_t profile;
+};
 
-texts_t switches(const std::string& decision) {
-    return traced("ostrel_1_5_6::statistic_impl_t::env_vars_state_t "
-                  "ostrel_1_5_6::statistic_impl_t::get_env_vars_state()",
-                  {"Return '" + decision});
-}
-
-const texts_t no_switch = switches("evsEnabled'");
-const texts_t unanswered = no_switch + texts_t{"virk file missing/not readable"};
-const texts_t consented = no_switch + texts_t{"virk file content read", "virk file enables statistic"};
-const texts_t refused = no_switch + texts_t{"virk file content read", "virk file disables statistic"};
-
-bool is_fresh(const std::wstring& id) {
-    return std::regex_match(id, std::wregex(L"[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}"));
-}
-
-uuid_source_t planned_source() {
-    return make_plan({L"product", {}}).machine_id.source;
-}
+const texts_t no_switch = traced_switches("evsEnabled'");
 
 std::wstring id_in_use() {
     return statistic_impl_ga_t(L"product", L"1").get_uuid();
@@ -50,139 +27,116 @@ std::wstring id_in_use() {
 
 } // namespace
 
-TEST(policy, a_fresh_machine_id_is_random_in_every_digit) {
+TEST_F(policy, new_machine_ids_are_random_in_every_digit) {
     std::vector<std::set<wchar_t>> digits(36);
     int repetitions = 0; // of the first byte in the second
     for (int i = 0; i < 1000; ++i) {
         const std::wstring id = generate_uuid();
-        ASSERT_TRUE(is_fresh(id));
+        ASSERT_EQ(id.size(), digits.size());
         for (std::size_t place = 0; place < id.size(); ++place)
             digits[place].insert(id[place]);
         repetitions += id.substr(0, 2) == id.substr(2, 2) ? 1 : 0;
     }
     for (const auto& seen : digits)
-        EXPECT_TRUE(seen.size() == 16 || seen == std::set<wchar_t>{L'-'});
+        EXPECT_EQ(seen.size(), seen.count(L'-') != 0 ? 1U : 16U) << &seen - digits.data();
     EXPECT_LT(repetitions, 100);
 }
 
-TEST(policy, a_machine_id_is_forced_or_stored_or_made_and_a_damaged_file_silences) {
-    const profile_t profile;
-    const fs::path uuid_file = profile.statistic_dir() / "uuid.xml";
-    profile.set("NORVANE_FORCE_UUID", "caf\xC3\xA9");
-    EXPECT_EQ(planned_source(), uuid_source_t::forced);
-    EXPECT_EQ(id_in_use(), L"caf\u00e9");
-    EXPECT_FALSE(fs::exists(uuid_file));
-    profile.set("NORVANE_FORCE_UUID", "");
-    EXPECT_EQ(planned_source(), uuid_source_t::missing);
+TEST_F(policy, an_id_that_cannot_be_stored_changes_with_every_object) {
+    fs::create_directories(profile.statistic_dir() / "uuid.xml" / "in the way");
+    const std::wstring first = id_in_use();
+    EXPECT_EQ(first.size(), 36U);
+    EXPECT_NE(id_in_use(), first);
+    fs::remove_all(profile.statistic_dir() / "uuid.xml");
     const log_capture_t capture;
-    const std::wstring fresh = id_in_use();
-    EXPECT_EQ(capture.texts()[0],
-              "ENTER: std::basic_string<__wchar_t, std::char_traits<__wchar_t>, std::allocator<__wchar_t>> "
-              "ostrel_1_5_6::statistic_impl_t::load_uuid()");
-    EXPECT_EQ(read_file(uuid_file), "<?xml version=\"1.0\"?>\n<bag>\n  <UUID type=\"string\">" +
-                                        std::string(fresh.begin(), fresh.end()) + "</UUID>\n</bag>\n");
-    const std::tuple<std::string, std::wstring, uuid_source_t> cases[] = {
-        {"<bag><UUID>any form \xC3\xA9</UUID></bag>", L"any form \u00e9", uuid_source_t::stored},
-        {"<bag><uuid>3F2A0C91</uuid></bag>", L"", uuid_source_t::without_id},
-        {"<bag><UUID type=\"int\">5</UUID></bag>", L"", uuid_source_t::without_id},
-        {"<bag><UUID><UUID>nested</UUID></UUID></bag>", L"", uuid_source_t::without_id},
-        {"<bag><UUID>3F", L"new", uuid_source_t::malformed},
-        {"<other><UUID>i</UUID></other>", L"new", uuid_source_t::malformed},
-    };
-    for (const auto& [content, id, source] : cases) { // "new" stands for one that is made and stored
-        write_file(uuid_file, content);
-        EXPECT_EQ(planned_source(), source) << content;
-        const std::wstring used = id_in_use();
-        EXPECT_TRUE(id == L"new" ? is_fresh(used) : used == id && read_file(uuid_file) == content) << content;
-        EXPECT_EQ(id_in_use(), used);
-    }
-    fs::remove(uuid_file);
-    fs::create_directories(uuid_file / "in the way");
-    const std::wstring not_stored = id_in_use();
-    EXPECT_TRUE(is_fresh(not_stored) && id_in_use() != not_stored);
+    const std::wstring stored = id_in_use();
+    EXPECT_EQ(id_in_use(), stored);
+    EXPECT_EQ(capture.texts()[0], "ENTER: " + wide_text + " " + library + "statistic_impl_t::load_uuid()");
 }
 
-TEST(policy, a_disabling_switch_of_any_value_wins_over_the_forcing_one_and_answers_for_the_user) {
+TEST_F(policy, the_first_switch_that_is_set_decides_whatever_its_value) {
     const std::string statistics = "NORVANE_STATISTICS_DISABLE", dont = "NORVANE_DONOTSEND_FEEDBACK",
                       disable = "NORVANE_DISABLE_FEEDBACK", force = "NORVANE_FORCE_FEEDBACK";
-    const std::tuple<std::map<std::string, std::string>, int, std::string, int> cases[] = {
-        {{{statistics, ""}, {dont, ""}, {disable, ""}, {force, ""}}, 0, "evsEnabled'", 0},
+    const std::string type = library + "statistic_impl_t::";
+    using values_t = std::map<std::string, std::string>;
+    const std::tuple<values_t, int, std::string, int> cases[] = {
+        {{}, 0, "evsEnabled'", 0},
         {{{force, "no"}}, 1, "evsEnabledForced' - " + force + " is set", 1},
         {{{dont, "false"}}, 3, "evsDisabled' - " + dont + " is set", 2},
         {{{disable, " "}, {force, "1"}}, 3, "evsDisabled' - " + disable + " is set", 2},
         {{{disable, "1"}, {dont, "1"}}, 3, "evsDisabled' - " + dont + " is set", 2},
-        {{{dont, "1"}, {statistics, "1"}}, 3, "evsDisabled' - " + statistics + " is set", 2},
-    };
+        {{{dont, "1"}, {statistics, "1"}}, 3, "evsDisabled' - " + statistics + " is set", 2}};
     for (const auto& [variables, state, decision, consent] : cases) {
-        const profile_t profile;
-        for (const auto& [name, value] : variables)
-            profile.set(name, value);
+        SCOPED_TRACE(testing::PrintToString(variables));
+        for (const std::string& name : {statistics, dont, disable, force})
+            profile.set(name, variables.count(name) != 0 ? variables.at(name) : "");
         // Created last: its thread reads the environment, which must not change meanwhile.
         const statistic_impl_ga_t statistic(L"product", L"1");
         log_capture_t capture;
         EXPECT_EQ(statistic_impl_t::get_env_vars_state(), state);
-        EXPECT_EQ(capture.texts(), switches(decision));
+        EXPECT_EQ(capture.texts(), traced_switches(decision));
         EXPECT_EQ(statistic.get_consent_state(), consent);
         capture.clear();
-        const bool is_disabled = variables.count(dont) != 0 && !variables.at(dont).empty();
+        const bool is_disabled = variables.count(dont) != 0;
         EXPECT_EQ(statistic.is_send_files_disabled(), is_disabled);
         EXPECT_EQ(capture.texts(),
-                  traced("bool ostrel_1_5_6::statistic_impl_t::is_send_files_disabled() const",
-                         {is_disabled ? "Return 'true' - NORVANE_DONOTSEND_FEEDBACK is enabled"
-                                      : "Return 'false'"}));
+                  traced("bool " + type + "is_send_files_disabled() const",
+                         {is_disabled ? "Return 'true' - " + dont + " is enabled" : "Return 'false'"}));
     }
 }
 
-TEST(policy, only_the_first_word_of_the_consent_file_counts_and_no_more_of_it_is_read) {
-    const profile_t profile;
+TEST_F(policy, only_the_first_word_of_the_consent_file_counts) {
     const statistic_impl_ga_t statistic(L"product", L"1");
     log_capture_t capture;
-    EXPECT_EQ(statistic.get_consent_state(), 0);
-    EXPECT_EQ(capture.texts(), unanswered);
-    const texts_t contents[] = {
-        {"1", " \t\r\n1\n", "1 0", std::string(5000, '\n') + "1 "},
-        {"0", "01", "10", "", " \n", std::string("1\0", 2), "1.0", "0 1", "\xEF\xBB\xBF\x31"}};
-    for (const int state : {1, 2})
-        for (const std::string& content : contents[state - 1]) {
+    const std::tuple<int, texts_t, texts_t> cases[] = {
+        {1,
+         {"virk file content read", "virk file enables statistic"},
+         {"1", " \t\r\n1\n", "1 0", std::string(5000, '\n') + "1 "}},
+        {2,
+         {"virk file content read", "virk file disables statistic"},
+         {"0", "01", "10", "", " \n", std::string("1\0", 2), "1.0", "0 1", "\xEF\xBB\xBF\x31"}}};
+    for (const auto& [state, lines, contents] : cases)
+        for (const std::string& content : contents) {
+            SCOPED_TRACE(content.substr(0, 20));
             write_file(profile.virk(), content);
             capture.clear();
-            EXPECT_EQ(statistic.get_consent_state(), state) << content.substr(0, 20);
-            EXPECT_EQ(capture.texts(), state == 1 ? consented : refused);
+            EXPECT_EQ(statistic.get_consent_state(), state);
+            EXPECT_EQ(capture.texts(), no_switch + lines);
         }
-    consent_word_t split;
-    EXPECT_TRUE(split.take(" \n") && split.take("1") && split.is_consent());
-    EXPECT_FALSE(split.take("1") || split.is_consent());
-    EXPECT_FALSE(consent_word_t().take("1 ") || consent_word_t().take("no"));
+    consent_word_t word; // of three blocks
+    EXPECT_TRUE(word.take(" \n"));
+    EXPECT_TRUE(word.take("1"));
+    EXPECT_TRUE(word.is_consent());
+    EXPECT_FALSE(word.take("1")) << "more of the word changes the answer, so nothing more is read";
+    EXPECT_FALSE(word.is_consent());
+    EXPECT_FALSE(consent_word_t().take("1 "));
 }
 
-TEST(policy, an_answer_on_file_is_not_asked_for_again_and_a_device_is_a_refusal) {
-    const profile_t profile;
+TEST_F(policy, a_recorded_answer_is_not_asked_again) {
     statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
     EXPECT_EQ(ostrel_should_ask_user_consent(handle), 1);
     for (const int answer : {0, 1, 0}) {
+        SCOPED_TRACE(answer);
         ostrel_set_statistic_collection_enabled(handle, answer);
-        EXPECT_EQ(ostrel_should_ask_user_consent(handle), 0) << answer;
+        EXPECT_EQ(ostrel_should_ask_user_consent(handle), 0);
         EXPECT_EQ(read_file(profile.virk()), std::to_string(answer));
     }
     ostrel_destroy_statistic(handle);
-    const bool is_posix = fs::exists("/dev/null");
-    EXPECT_EQ(read_consent(is_posix ? L"/dev/null" : L"NUL"), vsDisabled);
+    EXPECT_EQ(read_consent(fs::exists("/dev/null") ? L"/dev/null" : L"NUL"), vsDisabled);
     EXPECT_EQ(read_consent(wide(profile.folder())), vsUnknown);
 }
 
-TEST(policy, without_a_consent_path_nothing_is_written) {
-    const profile_t profile;
+TEST_F(policy, nothing_is_written_without_a_consent_path) {
     const fs::path former = fs::current_path();
     fs::current_path(profile.folder());
     write_file(profile.folder() / ".tmp", "the host's");
-    write_consent(L"", true);
-    EXPECT_EQ(read_file(".tmp"), "the host's");
-    EXPECT_EQ(std::distance(fs::directory_iterator("."), {}), 2);
+    const auto before = contents(".");
+    EXPECT_FALSE(write_consent(L"", true));
+    EXPECT_EQ(contents("."), before);
     fs::current_path(former);
 }
 
-TEST(policy, a_deployment_may_replace_the_built_in_endpoint_and_domain) {
-    const profile_t profile;
+TEST_F(policy, a_deployment_may_replace_the_endpoint_and_the_domain) {
     profile.set("OSTREL_CORPORATE_DOMAIN", "");
     EXPECT_EQ(corporate_domain(), "corp.norvane.example");
     EXPECT_EQ(collection_url(), "http://www.google-analytics.com/collect");

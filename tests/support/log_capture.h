@@ -1,8 +1,10 @@
 // The lines that the library logs, kept in memory.
 #pragma once
 
+#include "foundations/namespace_text.h"
 #include "platform/utf.h"
 
+#include <functional>
 #include <log4cplus/appender.h>
 #include <log4cplus/logger.h>
 #include <log4cplus/spi/loggingevent.h>
@@ -16,8 +18,8 @@ struct log_line_t {
     std::string text; ///< UTF-8
 };
 
-/// Listens to one logger while it lives, from a level on as log4cplus numbers them. Belongs to one thread,
-/// and so must what is logged meanwhile.
+/// Receives the lines of one logger, from a level on as log4cplus numbers them. Not thread-safe: only the
+/// owner's thread may log meanwhile.
 class log_capture_t {
 public:
     explicit log_capture_t(const std::string& logger = "ostrel.statistic", int level = 0)
@@ -33,7 +35,8 @@ public:
 
     const std::vector<log_line_t>& lines() const { return m_memory->lines; }
     void clear() { m_memory->lines.clear(); }
-    /// The texts alone.
+    /// Is called for every line, inside the log call.
+    void on_line(std::function<void()> action) { m_memory->action = std::move(action); }
     std::vector<std::string> texts() const {
         std::vector<std::string> result;
         for (const log_line_t& line : lines())
@@ -48,14 +51,33 @@ private:
         void append(const log4cplus::spi::InternalLoggingEvent& event) override {
             const std::basic_string_view<log4cplus::tchar> message = event.getMessage();
             lines.push_back({event.getLogLevel(), ostrel_platform::convert_utf<char>(message)});
+            action();
         }
 
         std::vector<log_line_t> lines;
+        std::function<void()> action = [] {};
     };
 
     log4cplus::Logger m_logger;
     log4cplus::LogLevel m_former_level;
     log4cplus::helpers::SharedObjectPtr<memory_t> m_memory{new memory_t};
 };
+
+// As signatures in lines spell them.
+const std::string library = ostrel_platform::to_utf8(OSTREL_NAMESPACE_TEXT) + "::";
+const std::string wide_text = ostrel_platform::to_utf8(OSTREL_WSTRING_TEXT);
+
+/// The lines of a traced call.
+inline std::vector<std::string> traced(const std::string& signature, std::vector<std::string> inner = {}) {
+    inner.insert(inner.begin(), "ENTER: " + signature);
+    inner.push_back("EXIT:  " + signature);
+    return inner;
+}
+
+/// The lines of reading the switches.
+inline std::vector<std::string> traced_switches(const std::string& decision) {
+    const std::string type = library + "statistic_impl_t::";
+    return traced(type + "env_vars_state_t " + type + "get_env_vars_state()", {"Return '" + decision});
+}
 
 } // namespace test_support

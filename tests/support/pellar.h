@@ -1,4 +1,4 @@
-// The software manager's stand-in, installed for a test, and the host's service that knows of it.
+// Installs the software manager's stand-in for a test.
 #pragma once
 
 #include "ostrel/pellar_accessor.h"
@@ -13,9 +13,10 @@
 namespace test_support {
 
 using accessor_t = OSTREL_NAMESPACE::pellar_accessor_impl_t;
+constexpr int pellar = accessor_t::tool_pellar;
 constexpr const char* tool_names[] = {"norvaneremotemon.exe", "pellar.exe", "checkVIRKconsent.exe"};
 
-/// Removes a file or folder with everything in it once no tool runs there any more: Windows refuses before.
+/// Removes a file or folder as soon as no tool runs in it; Windows refuses before.
 inline void remove_when_free(const fs::path& path) {
     std::error_code busy;
     wait_until([&] { return fs::remove_all(path, busy) != std::uintmax_t(-1); });
@@ -23,8 +24,7 @@ inline void remove_when_free(const fs::path& path) {
 
 /// Gives each test a profile with the three stand-ins in PELLAR_DIR, whose name holds a blank and a non-ASCII
 /// letter, and a service with an empty folder for exchange files.
-class pellar_test_t : public testing::Test {
-protected:
+struct pellar_test_t : testing::Test {
     pellar_test_t() {
         install_tools(tools());
         profile.set("PELLAR_DIR", tools().u8string());
@@ -66,7 +66,7 @@ protected:
         return OSTREL_NAMESPACE::run_tool(static_cast<accessor_t::pellar_tool_t>(tool), arguments, sync,
                                           &ostrel_platform::common_program_files_folder);
     }
-    /// The texts, those of errors between "E " and "@", which stands for the place in the code.
+    /// The logged texts. Errors begin with "E ", and "@" replaces their place in the code.
     texts_t logged() const {
         static const std::regex place(", at file: .+\\.cpp:\\d+$");
         texts_t result;

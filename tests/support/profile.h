@@ -9,6 +9,8 @@
 #include <chrono>
 #include <fstream>
 #include <iterator>
+#include <map>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -20,6 +22,12 @@ using texts_t = std::vector<std::string>;
 inline texts_t operator+(texts_t left, const texts_t& right) {
     left.insert(left.end(), right.begin(), right.end());
     return left;
+}
+
+/// Splits at blanks.
+inline texts_t words_of(const std::string& text) {
+    std::istringstream words(text);
+    return {std::istream_iterator<std::string>(words), {}};
 }
 
 /// Starts with every variable of the library and of proxies unset, an empty data folder whose name has a
@@ -107,6 +115,14 @@ inline std::wstring wide(const fs::path& path) {
 inline std::optional<std::string> read_file(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     return file ? std::make_optional(std::string(std::istreambuf_iterator<char>(file), {})) : std::nullopt;
+}
+
+/// Every file and folder below a folder, with its content.
+inline std::map<fs::path, std::string> contents(const fs::path& folder) {
+    std::map<fs::path, std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+        found[entry.path()] = entry.is_regular_file() ? read_file(entry.path()).value_or("") : "";
+    return found;
 }
 
 } // namespace test_support

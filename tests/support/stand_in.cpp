@@ -10,7 +10,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Runs at the same time take turns: on Windows two processes that append at once overwrite each other.
+/// Concurrent runs take turns: on Windows two processes that append concurrently overwrite each other.
 void record(const fs::path& file, const std::string& line) {
     const fs::path turn = file.parent_path() / "turn";
     std::error_code taken;

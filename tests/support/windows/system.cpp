@@ -43,9 +43,11 @@ HKEY users_folders() {
     return folders;
 }
 
+/// Closes the key.
 void store_folder(HKEY folders, DWORD type, const std::wstring& text) {
     ::RegSetValueExW(folders, L"Local AppData", 0, type, reinterpret_cast<const BYTE*>(text.c_str()),
                      static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+    ::RegCloseKey(folders);
 }
 
 /// A file that takes what a program writes, and goes with its last handle.
@@ -69,15 +71,11 @@ std::string take_text(HANDLE file) {
 } // namespace
 
 children_app_data_t::children_app_data_t(const std::filesystem::path& folder) {
-    const HKEY folders = users_folders();
-    store_folder(folders, REG_SZ, folder.wstring());
-    ::RegCloseKey(folders);
+    store_folder(users_folders(), REG_SZ, folder.wstring());
 }
 
 children_app_data_t::~children_app_data_t() {
-    const HKEY folders = users_folders();
-    store_folder(folders, REG_EXPAND_SZ, L"%USERPROFILE%\\AppData\\Local");
-    ::RegCloseKey(folders);
+    store_folder(users_folders(), REG_EXPAND_SZ, L"%USERPROFILE%\\AppData\\Local");
 }
 
 finished_t run_program(const std::vector<std::string>& words) {
@@ -118,10 +116,7 @@ void set_variable(const std::string& name, const std::optional<std::string>& val
 local_app_data_t::local_app_data_t(const std::filesystem::path& folder) {
     const HKEY own = create_key(HKEY_CURRENT_USER, own_key());
     const HKEY folders = create_key(own, shell_folders);
-    const std::wstring text = folder.wstring();
-    ::RegSetValueExW(folders, L"Local AppData", 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                     static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
-    ::RegCloseKey(folders);
+    store_folder(folders, REG_SZ, folder.wstring());
     ::RegOverridePredefKey(HKEY_CURRENT_USER, own);
     ::RegCloseKey(own);
 }
