@@ -1,5 +1,5 @@
 # Tells CMake to build for 64-bit Windows with the libraries that
-# scripts/windows-deps.sh has built, since Debian has none of them to find.
+# scripts/windows-deps.sh has built, because Debian has no packages of them.
 
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
@@ -8,9 +8,9 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
-# Kept in the cache when it comes from the environment, for the build tool runs
-# CMake again without that. Asked of the script each time otherwise, for the
-# folder changes with the script.
+# A prefix from the environment is stored in the cache, because the build tool
+# runs CMake again without that variable. Otherwise CMake asks the script each
+# time, because the folder changes with the script.
 if(NOT OSTREL_WINDOWS_PREFIX AND DEFINED ENV{OSTREL_WINDOWS_PREFIX})
   set(OSTREL_WINDOWS_PREFIX "$ENV{OSTREL_WINDOWS_PREFIX}" CACHE PATH
       "The folder with the libraries for Windows")
@@ -27,7 +27,7 @@ endif()
 # The small projects of try_compile read this file too.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES OSTREL_WINDOWS_PREFIX)
 
-# Nothing of the building machine but its programs may be found.
+# Of the build machine CMake may find programs alone.
 set(CMAKE_FIND_ROOT_PATH "${OSTREL_WINDOWS_PREFIX}" /usr/x86_64-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -1,4 +1,4 @@
-# How our own code is compiled. Nothing is visible unless exported. No path of the build machine gets into the result.
+# Compiler options of our code. Only exported symbols are visible. The result contains no path of the build machine.
 add_library(ostrel_flags INTERFACE)
 target_compile_options(
   ostrel_flags
@@ -10,7 +10,7 @@ if(PROJECT_IS_TOP_LEVEL) # a parent project chooses its warnings itself
   target_compile_options(ostrel_flags INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 endif()
 
-# A sanitizer has to see every object of a program, so it is switched on for all of them at once.
+# A sanitizer must instrument every object of a program, so it is switched on for all targets.
 set(OSTREL_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
 if(OSTREL_SANITIZE)
   add_compile_options(-fsanitize=${OSTREL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -23,12 +23,12 @@ if(OSTREL_SANITIZE)
   add_link_options(-fsanitize=${OSTREL_SANITIZE})
 endif()
 
-# How everything that is shipped for Linux is hardened.
+# Hardening of all shipped Linux binaries.
 add_library(ostrel_hardening INTERFACE)
 if(NOT WIN32)
   target_compile_options(ostrel_hardening INTERFACE -fstack-protector-strong)
   target_link_options(ostrel_hardening INTERFACE LINKER:-z,relro,-z,now)
-  if(NOT OSTREL_SANITIZE) # which brings checks of its own
+  if(NOT OSTREL_SANITIZE) # which has its own checks
     target_compile_options(ostrel_hardening INTERFACE $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
                                                       $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
   endif()

@@ -1,5 +1,5 @@
-# An import library of the C functions in the form that the linkers of Microsoft and LLVM take. The reviewed list of exports says
-# which functions these are: those whose names are not mangled.
+# An import library of the C functions for the linkers of Microsoft and LLVM. The C functions are the names in the reviewed
+# list of exports that are not mangled.
 set(exports ${PROJECT_SOURCE_DIR}/cmake/exports-windows.txt)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${exports})
 file(STRINGS ${exports} functions REGEX "^[a-z]")

@@ -1,7 +1,7 @@
-# What is installed, and the package that a consumer's find_package(ostrel CONFIG) finds.
+# The installed files, and the package for a consumer's find_package(ostrel CONFIG).
 
-# An installed host of a parent project needs the library, and finds it from bin/ in lib/ whatever the prefix. The option
-# stands in a file because CMake quotes its dollar sign wrongly for Ninja.
+# An installed host of a parent project finds the library from bin/ in lib/, whatever the prefix. The linker option is in a
+# file, because CMake quotes its dollar sign wrongly for Ninja.
 if(NOT PROJECT_IS_TOP_LEVEL AND NOT WIN32 AND NOT CMAKE_SKIP_RPATH AND NOT CMAKE_SKIP_INSTALL_RPATH)
   file(RELATIVE_PATH from_host_to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   file(WRITE ${PROJECT_BINARY_DIR}/host_options "-rpath=$ORIGIN/${from_host_to_library}\n")
@@ -18,7 +18,7 @@ install(
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime ${for_builders})
 
-# On Windows every library that is not linked in travels beside ours: the host shares the loggers and the runtime.
+# On Windows the DLLs that ours needs are installed beside it: the host shares the loggers and the runtime.
 if(WIN32)
   foreach(library liblog4cplusU libstdc++-6 libgcc_s_seh-1 libwinpthread-1)
     install(FILES ${OSTREL_WINDOWS_PREFIX}/bin/${library}.dll DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
@@ -49,12 +49,12 @@ install(
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ostrelConfig.cmake.in
                               ${PROJECT_BINARY_DIR}/ostrelConfig.cmake INSTALL_DESTINATION ${package_dir}
                               PATH_VARS CMAKE_INSTALL_LIBDIR)
-# The C++ namespace carries the whole version: another one is another interface.
+# The C++ namespace contains the whole version, so another version is another interface.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake COMPATIBILITY ExactVersion)
 # CMake prints the version when it refuses a package.
 file(APPEND ${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake [[
 if(PACKAGE_FIND_VERSION AND NOT PACKAGE_VERSION_COMPATIBLE)
-  string(APPEND PACKAGE_VERSION " (each version is an interface of its own: name all three numbers, or none)")
+  string(APPEND PACKAGE_VERSION " (each version is a different interface: name all three numbers, or none)")
 endif()
 ]])
 install(
@@ -62,7 +62,7 @@ install(
   DESTINATION ${package_dir}
   COMPONENT development)
 
-# For everything that is not CMake. Its prefix is found from the file's own place, so that a tree may be moved.
+# For other build systems. The prefix is relative to the file, so that an installed tree can be moved.
 file(RELATIVE_PATH prefix_from_package /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/ostrel.pc.in ${PROJECT_BINARY_DIR}/ostrel.pc @ONLY)
 install(

@@ -1,11 +1,11 @@
-# What CPack makes of a build: packages for Debian, one a component, and one archive of everything.
+# CPack's packages: one Debian package for each component, and one archive of everything.
 set(CPACK_PACKAGE_NAME ostrel)
 set(CPACK_PACKAGE_VENDOR "Norvane Corporation")
 set(CPACK_PACKAGE_CONTACT "ostrel maintainers <ostrel@norvane.example>")
 set(CPACK_GENERATOR DEB TGZ)
 set(CPACK_COMPONENTS_ALL runtime development tools)
 set(CPACK_STRIP_FILES ON)
-# Whatever the builder's umask is.
+# Independent of the builder's umask.
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
                                                 WORLD_READ WORLD_EXECUTE)
 
@@ -16,7 +16,7 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # CPack would put it before each of those below
 
-# Named after the soname, so that the libraries of two versions lie side by side. The section carries Multi-Arch because
+# The name follows the soname, so that two versions can be installed together. The section also sets Multi-Arch, because
 # CPack has no variable for it before CMake 3.31.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libostrel${PROJECT_VERSION})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION "libs\nMulti-Arch: same")
@@ -27,7 +27,7 @@ Reports which features of a product are used, if the user has agreed.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libostrel-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION "libdevel\nMulti-Arch: same")
-# The C++ headers hand out Boost's shared pointer.
+# The C++ headers use Boost's shared pointer.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (= ${PROJECT_VERSION}), libboost-dev (>= 1.74)")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "${PROJECT_DESCRIPTION}, for builders of hosts
 Headers, what CMake and pkg-config need to find the library, and the guide for
@@ -40,7 +40,7 @@ Says whether usage would be reported for this user, which rule decides, and
 what would be sent. Brings the guide for administrators, and the list of what
 is collected.")
 
-# What Debian expects beside them, and the documents; an install by hand leaves them out.
+# Files that Debian requires, and the documents. An installation without packages does not have them.
 set(documents_of_development architecture.md data-collected.md guarantees.md host-guide.md)
 set(documents_of_tools administrator-guide.md data-collected.md)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/changelog.in ${PROJECT_BINARY_DIR}/changelog @ONLY)

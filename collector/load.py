@@ -193,7 +193,7 @@ class Loader:
     def insert(self, path, identity):
         started = time.monotonic()
         reader = Reader(self.filters, self.key, datetime.datetime.now(datetime.timezone.utc).date())
-        values = variables({**identity, "fingerprint": self.fingerprint, "rate": self.sample})
+        values = variables({"rate": self.sample, **identity, "fingerprint": self.fingerprint})
         # Without "COMMIT" nothing counts: psql reads it last, whatever kills this process before.
         with subprocess.Popen(PSQL + values, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True,
                               encoding="utf-8") as psql:

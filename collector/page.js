@@ -76,9 +76,9 @@
         const button = make("button", make("bdi", feature.name));
         button.addEventListener("click", () => select(feature));
         const versions = feature.versions.map(v => `${v.version} (${format(v.machines)})`).join(", ");
-        return [cell(feature.product, "product"), cell(button, "name"), cell(feature.machines), shareCell(feature.share),
-                cell(feature.before, "number wide"), cell(feature.regular_machines, "number wide"), cell(feature.hits, "number wide"),
-                cell(versions, "wide")];
+        return [cell(feature.product, "product"), cell(button, "name"), cell(feature.machines),
+                shareCell(feature.share), cell(feature.before, "number wide"), cell(feature.regular_machines, "number wide"),
+                cell(feature.hits, "number wide"), cell(versions, "wide")];
     }
 
     function showFeatures() {
@@ -88,7 +88,8 @@
             if (keyOf(shown[index]) === selected)
                 line.setAttribute("aria-current", "true");
         });
-        element("features").caption.textContent = `From ${period().from} to ${period().to}: ${shown.length} features. ` +
+        element("features").caption.textContent =
+            `From ${period().from} to ${period().to}: ${shown.length} features. ` +
             "“Before”: machines in the 30 days before. “–”: fewer than the threshold.";
     }
 
@@ -96,7 +97,8 @@
         fill("unused", ofProduct(period().unused).filter(item => matches(item.name))
             .map(item => [cell(item.product, "product"), cell(item.name)]));
         fill("installations", ofProduct(period().installations)
-            .map(item => [cell(item.product, "product"), cell(item.os), cell(item.machines), cell(item.regular_machines)]));
+            .map(item => [cell(item.product, "product"), cell(item.os), cell(item.machines),
+                          cell(item.regular_machines)]));
         const product = ofProduct(period().products)[0];
         const facts = {"Machines": product?.machines, "Regular users": product?.regular_machines,
                        "Features used": rows().length, "Listed names unused": ofProduct(period().unused).length};
@@ -125,7 +127,8 @@
     }
 
     const line = (label, data, name, more) => ({
-        label, data, borderColor: color(name), backgroundColor: color(name), borderWidth: 2, pointRadius: 2, maxBarThickness: 28, ...more});
+        label, data, borderColor: color(name), backgroundColor: color(name), borderWidth: 2, pointRadius: 2,
+        maxBarThickness: 28, ...more});
 
     function showRanking() {
         const top = rows().sort((a, b) => b.machines - a.machines).slice(0, 15);

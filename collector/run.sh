@@ -3,6 +3,7 @@
 set -euo pipefail
 
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
+# shellcheck source=scripts/common.sh
 source "$here/../scripts/common.sh"
 readonly account=ostrel-collector
 
@@ -65,7 +66,7 @@ as_user() {
 
 # A folder with other things in it is refused: its mode and owner are not ours to change.
 prepare_folder() {
-    [[ $data != *[[:space:]\;\{\}\"\'\\@\|\$]* ]] || die "a folder with such a name cannot be written into nginx's configuration"
+    [[ $data != *[[:space:]\;\{\}\"\'\\@\|\$]* ]] || die "nginx's configuration cannot hold a folder with this name"
     mkdir -p -- "$data"
     data=$(realpath -- "$data")
     [[ -e $data/receiver || -z $(ls -A -- "$data") ]] || die "$data is neither empty nor a collector's"
@@ -80,7 +81,8 @@ prepare_folder() {
     as_user test -w "$data" || die "user $user cannot write to $data: look at the folders above it"
 }
 
-# write NAME MODE: standard input becomes that file of the data folder, completely or not at all.
+# write NAME: standard input becomes that file of the data folder, completely or not at all.
+# shellcheck disable=SC2016 # the inner shell expands it
 write() { as_user bash -c 'umask 077 && cat >"$1.tmp" && mv -- "$1.tmp" "$1"' bash "$data/$1"; }
 
 prepare_identity() {

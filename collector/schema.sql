@@ -17,7 +17,8 @@ DECLARE
     stored int := coalesce((SELECT value::int FROM setting WHERE name = 'schema'), 0);
 BEGIN
     IF stored > newest THEN
-        RAISE EXCEPTION 'the database has schema %, newer than this collector''s %: update the collector', stored, newest;
+        RAISE EXCEPTION 'the database has schema %, newer than this collector''s %: update the collector',
+            stored, newest;
     END IF;
     IF stored < 1 THEN
         CREATE TABLE feature_day (
@@ -195,7 +196,8 @@ BEGIN
     body := body || jsonb_build_object('features', (
         SELECT coalesce(jsonb_agg(jsonb_build_object('product', f.grp[1], 'category', f.name[1],
             'label', nullif(f.name[2], ''), 'hits', hits, 'machines', machines, 'regular_machines', regular,
-            'versions', coalesce(versions, '[]'), 'days', coalesce(days, '[]')) ORDER BY machines DESC, f.grp, f.name), '[]')
+            'versions', coalesce(versions, '[]'), 'days', coalesce(days, '[]'))
+            ORDER BY machines DESC, f.grp, f.name), '[]')
         FROM feature f LEFT JOIN feature_days d ON d.grp = f.grp || f.name
                        LEFT JOIN feature_versions v ON v.grp = f.grp || f.name));
 
@@ -222,8 +224,10 @@ END $$;
 CREATE OR REPLACE FUNCTION period(first_day date, last_day date, least_machines int) RETURNS json LANGUAGE plpgsql AS $$
 BEGIN
     PERFORM pg_advisory_xact_lock_shared(hashtext('collector.merge')); -- or an old result could follow a new merge
-    INSERT INTO period_cache SELECT first_day, last_day, least_machines, compute_period(first_day, last_day, least_machines)
-        WHERE NOT EXISTS (SELECT FROM period_cache WHERE (first, last, threshold) = (first_day, last_day, least_machines))
+    INSERT INTO period_cache
+        SELECT first_day, last_day, least_machines, compute_period(first_day, last_day, least_machines)
+        WHERE NOT EXISTS (SELECT FROM period_cache
+                          WHERE (first, last, threshold) = (first_day, last_day, least_machines))
         ON CONFLICT DO NOTHING;
     RETURN (SELECT body FROM period_cache WHERE (first, last, threshold) = (first_day, last_day, least_machines));
 END $$;

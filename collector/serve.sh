@@ -2,7 +2,7 @@
 # Keeps nginx and the database running and loads what arrived, until it is interrupted. Started by run.sh, as the user
 # who owns the data folder, with the settings in the environment and the filters as arguments.
 set -euo pipefail
-# Every background process leads a process group of its own: Ctrl-C reaches this script alone, and a group can be killed.
+# Every background process leads its own process group: Ctrl-C reaches this script alone, and a group can be killed.
 set -m
 umask 077
 
@@ -10,11 +10,14 @@ readonly programs=/usr/lib/postgresql/15/bin
 export PYTHONDONTWRITEBYTECODE=1 TZ=UTC
 filters=() stopping='' nginx='' postgres='' schema='' announced=''
 for filter in "$@"; do filters+=(--filter "$filter"); done
+readonly load=(python3 "$RUN/load.py" --data "$DATA" --sample "$SAMPLE" "${filters[@]}")
+readonly report=(python3 "$RUN/report.py" --data "$DATA" --threshold "$THRESHOLD" --interval "$INTERVAL"
+    "${filters[@]}")
 
 say() { echo "collector: $*" >&2; }
 running() { [[ -n $1 ]] && kill -0 "$1" 2>/dev/null; }
 
-# start COMMAND...: in the background; the kernel sends it SIGNAL if this script is killed.
+# start SIGNAL COMMAND...: in the background; the kernel sends it SIGNAL if this script is killed.
 start() {
     local signal=$1
     shift
@@ -103,8 +106,8 @@ supervise() {
 
 count() {
     [[ -n $schema ]] || apply_schema || { say "the database is not ready: hits wait in files"; return 0; }
-    finish python3 "$RUN/load.py" --data "$DATA" --sample "$SAMPLE" "${filters[@]}" || true
-    finish python3 "$RUN/report.py" --data "$DATA" --threshold "$THRESHOLD" --interval "$INTERVAL" "${filters[@]}" || true
+    finish "${load[@]}" || true
+    finish "${report[@]}" || true
     [[ -z $announced && -e $DATA/page/index.html ]] || return 0
     say "page at http://127.0.0.1:$PAGE_PORT/"
     announced=yes
@@ -117,8 +120,7 @@ stop() {
     running "$nginx" && { kill -QUIT "$nginx"; wait_for 10 "$nginx" || kill -KILL -- "-$nginx"; }
     nginx=''
     rotate
-    [[ -z $schema ]] || { timeout 30 python3 "$RUN/load.py" --data "$DATA" --sample "$SAMPLE" "${filters[@]}" &&
-        timeout 30 python3 "$RUN/report.py" --data "$DATA" --threshold "$THRESHOLD" --interval "$INTERVAL" "${filters[@]}"; } || true
+    [[ -z $schema ]] || { timeout 30 "${load[@]}" && timeout 30 "${report[@]}"; } || true
     running "$postgres" && { kill -INT "$postgres"; wait_for 30 "$postgres" || kill -QUIT "$postgres"; }
     rm -rf -- "$RUN" "$DATA/run"
 }

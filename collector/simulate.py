@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the log file of a simulated fleet, to try reports and to measure: machines that come, upgrade and stay away."""
+"""Writes the log file of a simulated fleet, to try reports and to measure."""
 import argparse
 import bisect
 import datetime
@@ -10,8 +10,9 @@ import sys
 import urllib.parse
 
 AREAS = ("editor", "debugger", "project", "search", "build", "terminal", "report", "review")
-VERBS = ("open", "close", "save", "attach", "rename", "move", "print", "compare", "export", "import", "undo", "format",
-         "find", "replace", "step", "watch", "fold", "split", "preview", "archive", "compile", "test", "run", "stop", "sort")
+VERBS = ("open", "close", "save", "attach", "rename", "move", "print", "compare", "export", "import", "undo",
+         "format", "find", "replace", "step", "watch", "fold", "split", "preview", "archive", "compile", "test", "run",
+         "stop", "sort")
 SYSTEMS = ("Debian GNU/Linux 12 (bookworm)", "Ubuntu 24.04 LTS", "Fedora Linux 41", "Windows 10 Pro",
            "Windows 11 Enterprise", "Undefined Windows Version", "Arch Linux")
 
@@ -36,10 +37,10 @@ class Fleet:
         rng = self.random
         identity = "%08X-%04X-%04X-%04X-%012X" % (number, *(rng.getrandbits(16) for _ in range(3)), rng.getrandbits(48))
         system = urllib.parse.quote(SYSTEMS[min(int(rng.expovariate(0.6)), len(SYSTEMS) - 1)], safe="")
-        return identity, system, rng.random(), rng.random()  # its patience with upgrades, its love of the product
+        return identity, system, rng.random(), rng.random()  # how late it upgrades, how often it is used
 
-    def version(self, patience, progress):
-        newest = progress * self.options.versions - patience * 2
+    def version(self, lag, progress):
+        newest = progress * self.options.versions - lag * 2
         return f"2.{max(0, min(math.floor(newest), self.options.versions - 1))}"
 
     def day_of_hits(self, progress):
@@ -47,15 +48,15 @@ class Fleet:
         total = list(itertools.accumulate(
             weight * (1 + growth * progress if growth >= 0 else 1.02 - progress)
             for weight, growth in zip(self.weights, self.growth)))
-        for identity, system, patience, love in self.machines:
-            if self.random.random() > 0.2 + 0.6 * love:
+        for identity, system, lag, use in self.machines:
+            if self.random.random() > 0.2 + 0.6 * use:
                 continue
-            head = (f"v=1&tid=UA-40271936-07&cid={identity}&an={options.product}&av={self.version(patience, progress)}"
+            head = (f"v=1&tid=UA-40271936-07&cid={identity}&an={options.product}&av={self.version(lag, progress)}"
                     f"&cd1=win32&cd2={system}&t=event&ec=")
             for _ in range(max(1, int(self.random.expovariate(1 / options.hits)))):
                 name = self.features[bisect.bisect(total, self.random.random() * total[-1])]
                 category, _, label = name.partition(".")
-                yield f"{head}{category}&el={label}&cd3={'y' if love > 0.4 else 'n'}"
+                yield f"{head}{category}&el={label}&cd3={'y' if use > 0.4 else 'n'}"
 
 
 def main():

@@ -1,12 +1,11 @@
 #!/usr/bin/env bash
-# Unpacks Debian's libraries for arm64 into a folder of its own: installed beside those of this machine, some would replace
-# them.
+# Unpacks Debian's arm64 libraries into a separate folder. Installing them would replace some of this machine's libraries.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
 source "$root/scripts/common.sh"
 cache=$(realpath -m -- "${OSTREL_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/ostrel}")
-# This script is the whole recipe, so its content is the key.
+# The content of this script determines the result, so its hash is the key of the cache.
 key=$(sha256sum <"${BASH_SOURCE[0]}")
 readonly sysroot=$cache/arm64-${key:0:16} work=$cache/arm64-${key:0:16}.part
 readonly packages=(libc6-dev libstdc++-12-dev libboost-filesystem-dev libboost-thread-dev libcurl4-openssl-dev
@@ -16,7 +15,7 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--print-prefix]
 
-Installs the cross compiler and the emulator (as root, when they are missing),
+Installs the cross compiler and the emulator (as root, if they are missing),
 downloads Debian's packages for arm64 and unpacks them in
   $sysroot
 which is used again until this script changes. Neither the packages of this
@@ -42,7 +41,7 @@ download() {
     foreign_apt install -y --no-install-recommends --download-only "${packages[@]}"
 }
 
-# In the layout of Debian, where /lib lies in /usr. What names a place from the root up is moved below the folder.
+# Debian's layout, in which /lib lies in /usr. Absolute paths are moved below the folder.
 unpack() {
     local package link
     mkdir -p "$work/sysroot/usr/lib"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures what the library promises about speed and memory, and prints it as Markdown.
+# Measures the library's promises about speed and memory, and prints the results as Markdown.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)

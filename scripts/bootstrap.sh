@@ -10,7 +10,7 @@ declare -rA groups=(
              libcurl4-openssl-dev liblog4cplus-dev libpugixml-dev libcli11-dev nlohmann-json3-dev"
     [test]="libgtest-dev pkg-config doxygen abigail-tools clang python3"
     [package]="dpkg-dev file lintian pkg-config"
-    [collector]="nginx-light libnginx-mod-http-echo postgresql-15 postgresql-client-15 postgresql-15-hll
+    [collector]="nginx libnginx-mod-http-echo postgresql-15 postgresql-client-15 postgresql-15-hll
                  libjs-chart.js python3 util-linux"
     [collector-test]="wrk chromium fonts-dejavu-core"
     [lint]="clang-format clang-tidy"
@@ -18,7 +18,7 @@ declare -rA groups=(
     [trust]="nginx-light tinyproxy squid strace iproute2 util-linux python3"
     [bench]="libbenchmark-dev valgrind"
     [arm64]="g++-aarch64-linux-gnu qemu-user"
-    [wine]="netbase clang lld llvm"
+    [wine]="netbase clang lld"
 )
 
 usage() {
@@ -47,21 +47,25 @@ Groups (without any: build test lint):
 END
 }
 
-# Our scripts run daemons in folders of their own, so the system starts none of what is installed here, neither now nor
-# at its next start, and PostgreSQL makes no database cluster "main". Files that stand already stay.
+# Our scripts start daemons themselves, in separate folders. So the system must not start the installed services, now or
+# after a reboot, and PostgreSQL must not create the database cluster "main". Existing files and services stay.
 install_packages() {
-    local created=() service
+    local created=() added=() service
+    for service in nginx postgresql; do
+        [[ -e /lib/systemd/system/$service.service ]] || added+=("$service")
+    done
     forbid /usr/sbin/policy-rc.d '#!/bin/sh\nexit 101\n'
-    forbid /etc/postgresql-common/createcluster.d/ostrel.conf 'create_main_cluster = false\n'
+    [[ " $* " != *" postgresql"* ]] ||
+        forbid /etc/postgresql-common/createcluster.d/ostrel.conf 'create_main_cluster = false\n'
     env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 \
         install -y --no-install-recommends "$@" || { rm -f "${created[@]}"; return 1; }
     rm -f "${created[@]}"
-    for service in nginx postgresql; do
-        [[ " $* " != *" $service"* ]] || deb-systemd-helper disable "$service.service"
+    for service in "${added[@]}"; do
+        [[ ! -e /lib/systemd/system/$service.service ]] || update-rc.d "$service" disable
     done
 }
 
-# forbid FILE TEXT: creates it for the time of the installation.
+# forbid FILE TEXT: creates FILE during the installation.
 forbid() {
     [[ ! -e $1 ]] || return 0
     mkdir -p "${1%/*}"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Holds the library's border: what it exports, its ABI, how it is hardened, and that each public header stands alone.
+# Checks the library's boundary: its exports, its ABI, its hardening, and that each public header compiles alone.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -14,17 +14,17 @@ Compares DIR/src/libostrel.so (DIR: build/linux) with cmake/exports-linux.txt, a
 DIR/tests/trust/libostrel_abi.so, the same interface with debugging information,
 with cmake/abi-linux.xml. Looks at how the library and ostrelctl are hardened.
 
-  --update  write those two files anew, to be reviewed like any other change
+  --update  write those two files again, to be reviewed like any other change
   --help    print this text
 END
 }
 
-# Kind and name of everything that is visible from outside.
+# Kind and name of every exported symbol.
 exported() {
     nm -D --defined-only --format=posix "$1" | cut -d' ' -f1,2 | sed -E 's/@@?[^ ]*//' | LC_ALL=C sort
 }
 
-# The interface's types only: those of the headers, no private member functions, no place on this machine.
+# The types of the public headers alone, without private member functions and without paths of this machine.
 abi_of() {
     abidw --no-corpus-path --no-comp-dir-path --no-show-locs --no-elf-needed --drop-private-types \
         --exported-interfaces-only --type-id-style hash --short-locs --headers-dir "$root/include" "$1"
@@ -40,7 +40,7 @@ check_hardening() {
     grep -q BIND_NOW <<<"$entries" || echo "RELRO is not full: symbols are bound late"
     grep -q 'GNU_STACK.*RWE' <<<"$segments" && echo "the stack is executable"
     grep -q TEXTREL <<<"$entries" && echo "text relocations"
-    grep -qE 'RPATH|RUNPATH' <<<"$entries" && echo "a search path of its own"
+    grep -qE 'RPATH|RUNPATH' <<<"$entries" && echo "a built-in search path"
     grep -q __stack_chk_fail <<<"$symbols" || echo "no stack protector"
     grep -qE ' U __[a-z]+_chk(@|$)' <<<"$symbols" || echo "no checked function (_FORTIFY_SOURCE)"
     return 0
@@ -83,12 +83,12 @@ if [[ $update == yes ]]; then
     exported "$library" >"$exports"
     abi_of "$typed" >"$abi"
 fi
-report "exported otherwise than $(basename "$exports") says (<: missing, >: too much)" < \
+report "exports differ from $(basename "$exports") (<: missing, >: additional)" < \
     <(diff "$exports" <(exported "$library") || true)
-report "the ABI is not that of $(basename "$abi")" < \
+report "the ABI differs from $(basename "$abi")" < \
     <(changes=$(abidiff --no-added-syms "$abi" "$typed" 2>&1) || echo "$changes")
 for file in "$library" "$build/tools/ostrelctl/ostrelctl"; do
     report "${file##*/} is not hardened" < <(check_hardening "$file")
 done
-report "public headers that do not stand alone" < <(check_headers)
+report "public headers that do not compile alone" < <(check_headers)
 exit $faults

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks a built DLL from outside: what it exports, how it is hardened, what it needs, and that it names no folder of
-# the machine that built it.
+# Checks a built DLL: its exports, its hardening, the DLLs that it needs, and that it contains no folder name of the build
+# machine.
 set -euo pipefail
 
 usage() {
@@ -41,8 +41,8 @@ diff -u "$list" <(exports) || fault "the exports (+) are not those reviewed (-)"
 for flag in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
     grep -q "^\s*$flag\$" <<<"$dump" || fault "$flag is off"
 done
-grep -qE '^Time/Date\s+Thu Jan  1 00:00:00 1970$' <<<"$dump" || fault "it holds the time of its building"
-# What Windows has itself, and what travels beside the DLL.
+grep -qE '^Time/Date\s+Thu Jan  1 00:00:00 1970$' <<<"$dump" || fault "it contains its build time"
+# DLLs of Windows, and DLLs that are shipped beside ours.
 system='(advapi32|bcrypt|crypt32|kernel32|msvcrt|secur32|shell32|user32|winhttp|ws2_32)\.dll'
 beside='(liblog4cplusu|libgcc_s_seh-1|libstdc\+\+-6|libwinpthread-1)\.dll'
 sed -n 's/^\tDLL Name: //p' <<<"$dump" | grep -viE "^($system|$beside)\$" && fault "it needs other DLLs"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds and runs what the documents show, makes the reference without a warning, and looks for what is left out.
+# Builds and runs the programs in the documents, creates the reference without a warning, and looks for omissions.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -40,7 +40,7 @@ reference() {
     grep 'All rights reserved' build/api/index.html
 }
 
-# Each option of CMake has its row in the guide, and each row its option.
+# Each CMake option has a row in the guide, and each row an option.
 options() {
     diff <(cat "$root"/CMakeLists.txt "$root"/cmake/*.cmake | tr -s '\n ' ' ' |
         grep -oE 'option\(OSTREL_[A-Z_]+|set\(OSTREL_[A-Z_]+ [^ ]+ CACHE' | grep -oE 'OSTREL_[A-Z_]+' | sort -u) \
@@ -54,7 +54,7 @@ help_of_all() {
     done
 }
 
-# Writes each fenced block of a document to a file of its own, named by its language.
+# Writes each fenced block of a document to a separate file, named by its language. "c fragment" is not built.
 extract() {
     awk -v prefix="$folder/${1##*/}" '
         /^```/ { if (inside) { inside = 0 } else if (length($0) > 3) { inside = 1; name = prefix "-" ++count "." substr($0, 4) } ; next }
@@ -74,7 +74,7 @@ build() {
     done
 }
 
-# Ended through its input, so that it has printed everything.
+# The end of its input ends the collector after it has printed everything.
 run_all() {
     local source
     coproc collector { "$build_dir/examples/collector/collector" --until-input-ends --port-file "$folder/port" >arrived; }
@@ -93,7 +93,7 @@ run_all() {
     wait "$server"
 }
 
-# What arrives is what the README shows, and the log is the guide's.
+# The hits that arrive are those in the README, and the log is the one in the guide.
 compare() {
     sed -i 's/^hit [0-9]*: //' arrived README.md-*.text
     cat arrived

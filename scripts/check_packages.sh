@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Makes the packages, and tries them on this machine: looked at by lintian, installed, used by a consumer, removed without a
-# trace.
+# Builds the packages and tries them on this machine: lintian, installation, a consumer, and removal without a trace.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -33,7 +32,7 @@ make_packages() {
 
 apt() { DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 -y "$@"; }
 
-# No error and no warning but those that cmake/lintian-overrides explains.
+# No error and no warning except those that cmake/lintian-overrides explains.
 look_for_faults() { lintian --allow-root --fail-on error,warning build/package/*.deb; }
 
 files_of() { dpkg-deb --fsys-tarfile "$1" | tar -t | sed -n 's|^\.\(/.*[^/]\)$|\1|p'; }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the last commit in two folders, and checks that the same bytes come out and that no path of this machine is in them.
+# Builds the last commit in two folders. Checks that the results are identical and contain no path of this machine.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -9,7 +9,7 @@ usage() {
     cat <<END
 Usage: ${0##*/} [linux | windows]
 
-Builds the last commit twice, in two folders, and compares what comes out:
+Builds the last commit twice, in two folders, and compares the results:
   linux    the library, ostrelctl and the Debian packages
   windows  the DLL, its import library and the zip
 Without a name: linux.
@@ -42,7 +42,7 @@ build_in() {
 
 artefacts() {
     find . -maxdepth 3 -type f -not -path "*/_CPack_Packages/*" \
-        \( -name 'libostrel.so.*.*' -o -name ostrelctl -o -name '*.dll' -o -name '*.dll.a' -o -name '*.deb' -o -name '*.zip' \)
+        \( -name 'libostrel.so.*.*' -o -name ostrelctl -o -name '*.dll' -o -name '*.dll.a' -o -name ostrel.lib -o -name '*.deb' -o -name '*.zip' \)
 }
 
 compare() {
@@ -61,4 +61,4 @@ for place in "${places[@]}"; do
     step "build in ${place##*/}" build_in "$place"
 done
 compare
-echo "Both builds give the same bytes, and none of them names a folder of this machine."
+echo "Both builds give the same bytes, and none contains a folder name of this machine."

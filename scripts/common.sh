@@ -1,13 +1,12 @@
-# What the other scripts share: quiet steps, the list of missing packages, and faults that are collected. Sourced, not
-# run.
+# Functions of the other scripts: quiet steps, the list of missing packages, and collected faults. Sourced, not run.
 
 die() {
     echo "${0##*/}: $*" >&2
     exit 1
 }
 
-# Prints one line a step: its name, then how long it took. The output goes into $log and is shown only when the
-# step fails. The subshell is no part of a condition, for there bash would ignore errexit inside it.
+# Prints one line for each step: its name and its duration. The output is written to $log and shown only if the step
+# fails. The subshell is not part of a condition, because bash ignores errexit inside conditions.
 step() {
     local name=$1 start=$SECONDS status=0
     shift
@@ -25,16 +24,16 @@ step() {
     printf '%4d s\n' $((SECONDS - start))
 }
 
-# Prints those of the given Debian packages that are not installed.
+# Prints the given Debian packages that are not installed.
 missing_packages() {
     local package
     for package in "$@"; do
-        # A line for each architecture; "not-installed" is what one says that others merely mention.
+        # One line for each architecture. A package that others merely mention is "not-installed".
         dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || echo "$package"
     done
 }
 
-# report TITLE: the lines on standard input are faults of that kind; without any nothing is said.
+# report TITLE: the lines on standard input are faults of that kind. Without lines it prints nothing.
 faults=0
 report() {
     local lines

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the main job where it can be watched: two hosts report features, a collector prints what arrives, and
-# this script checks that it is what should have arrived.
+# Shows the main job: example hosts report features, a collector prints the hits that arrive, and this script checks
+# that exactly the expected hits arrived.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -41,8 +41,8 @@ build() {
         --target collector c_host cpp_host logging_host manager_stand_in
 }
 
-# A folder of our own for everything that the library keeps; the user's own is never touched. Below it each user
-# has a data folder, or a Wine prefix.
+# A temporary folder for everything that the library stores; the real user's data is never touched. Each example user has
+# a data folder in it, or a Wine prefix.
 folder=$(mktemp -d)
 collector_pid=
 clean_up() {
@@ -74,7 +74,7 @@ run() {
     fi
 }
 
-# Ended through its input, since signals of Linux do not reach a program for Windows.
+# The end of its input ends the collector, because Linux signals do not reach a Windows program.
 start_collector() {
     coproc collector { run nobody collector --until-input-ends --port-file "$folder/port" >"$folder/collector.txt"; }
     # shellcheck disable=SC2154 # set by coproc
@@ -92,7 +92,7 @@ stop_collector() {
     wait "$pid" || die "the collector failed"
 }
 
-# Everything in the environment that could change what is collected or where it goes is set here.
+# Sets every environment variable that could change what is collected or where it is sent.
 prepare_environment() {
     unset NORVANE_STATISTICS_DISABLE NORVANE_DONOTSEND_FEEDBACK NORVANE_DISABLE_FEEDBACK
     unset NORVANE_FORCE_FEEDBACK NORVANE_FORCE_UUID
@@ -100,7 +100,7 @@ prepare_environment() {
     unset http_proxy all_proxy ALL_PROXY no_proxy NO_PROXY
     export PELLAR_DIR=$folder/manager TMPDIR=$folder
     [[ $system == linux ]] || PELLAR_DIR="Z:${PELLAR_DIR//\//\\}"
-    # "localhost" needs no DNS, and its address is not one of the corporate network's.
+    # "localhost" needs no DNS, and its address is not in the corporate network.
     export OSTREL_CORPORATE_DOMAIN=localhost
     export OSTREL_COLLECTION_URL="http://127.0.0.1:$(tr -d '\r' <"$folder/port")/collect"
 }
@@ -115,10 +115,10 @@ write_manager() {
     done
 }
 
-# What the manager was asked, as Linux writes lines.
+# The calls of the manager, with Linux line ends.
 calls() { tr -d '\r' <"$folder/manager/calls.txt"; }
 
-# The tools that nobody waits for may come late on a busy machine.
+# Tools that the host does not wait for may run late on a busy machine.
 wait_for_calls() {
     local count=0 deadline=$((SECONDS + 120))
     until ((count >= $1 || SECONDS > deadline)); do
@@ -127,7 +127,7 @@ wait_for_calls() {
     done
 }
 
-# Runs a host for a user, and shows what it says.
+# Runs a host for a user and shows its output.
 run_host() {
     local user=$1 title=$2
     shift 2
@@ -137,7 +137,7 @@ run_host() {
     sed '1,/^Withheld/d' "$folder/host.txt" >>"$folder/withheld.txt"
 }
 
-# The hits of one host share one connection, and who may not send opens none.
+# The hits of one host share one connection. A host that may not send opens none.
 expected() {
     local c='product "c_host", version "2.7.312 & more", regular user: no'
     local cpp='product "vemtra", version "7.1.312", regular user: yes'
@@ -156,8 +156,7 @@ category "report", label "print", $logging
 END
 }
 
-# How the C++ host must have called the manager in each of its two runs. Those that nobody waits for come in any
-# order.
+# The expected calls of the manager in each of the C++ host's two runs. Calls that are not waited for have no fixed order.
 expected_calls() {
     local run temporary=$folder/
     [[ $system == linux ]] || temporary="C:\\users\\$(id -un)\\Temp\\"
@@ -172,7 +171,7 @@ END
     done | sort
 }
 
-# The lines of the library that have to stand in the log of the host that brings one.
+# The library's lines that the log of the logging host must contain.
 expected_log() {
     cat <<'END'
 INFO  ostrel.statistic: feature_name=report.print value=1
@@ -180,7 +179,7 @@ INFO  ostrel.statistic: feature_name=import.text value=1
 END
 }
 
-# Three earlier days of use, so that today makes a regular user of the C++ host's user.
+# Three earlier days of use. With today the C++ host's user is a regular user.
 write_earlier_days() {
     local days ago
     days=$(data_of agrees)/'Norvane Corporation'/cpp_host/settings/statistic
@@ -195,7 +194,7 @@ write_earlier_days() {
     } >"$days/last_active_dates.xml"
 }
 
-# check WHAT EXPECTED FOUND: two files that have to be the same.
+# check WHAT EXPECTED FOUND: two files that must be equal.
 check() {
     diff -u "$2" "$3" && return
     echo "The demo FAILED: $1 (+) is not what it should be (-)."

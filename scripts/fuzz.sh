@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the fuzz targets of build/fuzz, as many at once as there are processors, and says what each did.
+# Runs the fuzz targets of build/fuzz, one on each processor, and prints what each did.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -15,12 +15,12 @@ Targets (without any: all): ${targets[*]}
   --seconds N  how long each runs (20)
   --help       print this text
 
-What is found stays in build/fuzz/found/TARGET; a finding that was mended belongs
-into fuzz/corpus/TARGET, where the next run begins with it.
+Findings stay in build/fuzz/found/TARGET. Copy a finding that was fixed to
+fuzz/corpus/TARGET: the next run starts with it.
 END
 }
 
-# fuzz TARGET: prints one line; on a finding the fuzzer's own words, too.
+# fuzz TARGET: prints one line, and on a finding the fuzzer's log.
 fuzz() {
     local found=$root/build/fuzz/found/$1 status=0
     mkdir -p "$found/corpus"
@@ -49,7 +49,7 @@ done
 
 export root seconds
 export -f fuzz
-# Files that a target writes are better kept in memory.
+# Files of the targets are in memory if possible.
 [[ ! -w /dev/shm ]] || TMPDIR=$(mktemp -d /dev/shm/ostrel-fuzz.XXXXXX)
 export TMPDIR=${TMPDIR:-/tmp}
 trap '[[ $TMPDIR != /dev/shm/* ]] || rm -rf "$TMPDIR"' EXIT

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks that the code is formatted and named as agreed, and looks for what a compiler does not warn about.
+# Checks format and names of the code, and faults that compilers do not warn about.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)

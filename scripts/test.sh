@@ -7,10 +7,11 @@ source "$root/scripts/common.sh"
 
 usage() {
     cat <<END
-Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | instructions |
-                                collector | arm64 | all]
+Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | windows-trust |
+                                instructions | collector | arm64 | all]
 
-Without a name: linux. trust needs root, the others only to install packages.
+Without a name: linux. trust and windows-trust need root; the others need it only
+to install packages.
 arm64 is not in all: it cross-builds, and runs under emulation what can run there.
 
   --no-lint  leave out clang-format and clang-tidy, which only linux runs
@@ -18,8 +19,8 @@ arm64 is not in all: it cross-builds, and runs under emulation what can run ther
 END
 }
 
-# A build is one function of its name with the prefix "test_"; the order is that of "all".
-readonly builds=(linux windows asan tsan fuzz trust instructions collector)
+# For each build there is a function test_BUILD. "all" runs them in this order.
+readonly builds=(linux windows asan tsan fuzz trust windows-trust instructions collector)
 readonly apart=(arm64)
 lint=yes
 
@@ -36,7 +37,7 @@ test_linux() {
     ctest --preset linux -j "$(nproc)"
 }
 
-# All of ctest under a sanitizer. Nothing of ours is suppressed, and nothing else has needed it so far.
+# All of ctest under a sanitizer, without suppressions.
 test_asan() {
     "$root/scripts/bootstrap.sh" build test
     configure_and_build "${1:-asan}"
@@ -62,7 +63,7 @@ test_instructions() {
     "$root/bench/instructions.sh"
 }
 
-# The receiving side, with nginx, PostgreSQL and Chromium. Of the library it needs an example host.
+# The receiving side, with nginx, PostgreSQL and Chromium. It needs the library only for an example host.
 test_collector() {
     "$root/scripts/bootstrap.sh" build test collector collector-test
     log=build/linux/collector.log
@@ -71,17 +72,28 @@ test_collector() {
     python3 -m unittest discover -v -s collector/tests -p '*_test.py'
 }
 
-# In a prefix of its own below the build folder, whose server is ended with the tests.
-test_windows() {
+# In a separate Wine prefix below the build folder. Its server ends with the tests.
+prepare_windows() {
     "$root/scripts/windows-deps.sh"
     "$root/scripts/bootstrap.sh" wine
     configure_and_build windows
     "$root/scripts/wine.sh"
     trap '"$root/scripts/wine.sh" --end' EXIT
+}
+
+test_windows() {
+    prepare_windows
     ctest --preset windows -j "$(nproc)"
 }
 
-# QEMU emulates one process: a program that it starts is one of this machine's, and signals reach a thread of QEMU's own.
+test_windows-trust() {
+    "$root/scripts/bootstrap.sh" trust
+    prepare_windows
+    "$root/scripts/trust/run.py" --windows
+}
+
+# QEMU emulates one process. A program that this process starts runs on the machine itself, and signals may reach a thread
+# of QEMU.
 test_arm64() {
     local -r unseen='^(pellar_accessor_test|ostrelctl_test|install|documents|boundary|demo|trust)|blocks_all_signals'
     "$root/scripts/arm64-deps.sh"
@@ -110,7 +122,7 @@ for argument in "$@"; do
     esac
 done
 ((${#selected[@]})) || selected=(linux)
-[[ " ${selected[*]} " != *" trust "* ]] || ((EUID == 0)) || die "trust needs root: it mounts disks and changes users"
+[[ " ${selected[*]} " != *"trust "* ]] || ((EUID == 0)) || die "trust needs root: it mounts disks and changes users"
 
 cd "$root"
 for build in "${selected[@]}"; do

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Takes out what the last "cmake --install" of a build put in place, and the folders that this leaves empty.
+# Removes the files of the last "cmake --install" of a build, and the folders that become empty.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -17,7 +17,7 @@ END
 
 [[ ${1-} != --help ]] || { usage && exit; }
 manifest=${1-$root/build/linux}/install_manifest.txt
-[[ -e $manifest ]] || die "nothing to take out: $manifest is not there"
+[[ -e $manifest ]] || die "nothing to remove: $manifest does not exist"
 mapfile -t files <"$manifest"
 
 prefix=
@@ -25,7 +25,8 @@ for file in "${files[@]}"; do
     [[ $file != */include/ostrel/ostrel.h ]] || prefix=${file%/include/ostrel/ostrel.h}
 done
 
-# Whether a folder goes once it is empty: each of a prefix of our own, of the system's those that it does not come with.
+# Whether an empty folder is removed: every folder of a private prefix. Of a system prefix, only folders that the system
+# itself does not have.
 is_ours() {
     [[ $1/ == "$prefix"/* ]] || return
     case $prefix in

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Builds the libraries the Windows DLL needs, because Debian packages none of
-# them for mingw-w64, and installs the tools to build and run it.
+# Builds the libraries that the Windows DLL needs, because Debian has no packages
+# of them for mingw-w64. Installs the tools to build and run the DLL.
 set -euo pipefail
 
 readonly host=x86_64-w64-mingw32
 readonly cxx=$host-g++-posix
 cache=$(realpath -m -- "${OSTREL_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/ostrel}")
-# The content of this script is the whole recipe, so it is the key as well.
+# The content of this script determines the result, so its hash is the key.
 key=$(sha256sum <"${BASH_SOURCE[0]}")
 readonly prefix=$cache/windows-${key:0:16}
 readonly log=$prefix.log
@@ -15,7 +15,7 @@ readonly work=$prefix.part # beside the prefix, where a rename is atomic
 readonly stage=$work/prefix
 readonly packages=(
     g++-mingw-w64-x86-64-posix wine wine64 libboost1.74-tools-dev
-    dpkg-dev xz-utils ninja-build cmake googletest libcli11-dev nlohmann-json3-dev)
+    dpkg-dev xz-utils ninja-build cmake googletest libcli11-dev nlohmann-json3-dev llvm)
 
 usage() {
     cat <<END
@@ -35,8 +35,8 @@ OSTREL_CACHE names another folder to build in (a path without blanks).
 END
 }
 
-# One line a step. The subshell is no part of a condition, for there bash
-# would ignore errexit inside it.
+# One line for each step. The subshell is not part of a condition, because bash
+# ignores errexit inside conditions.
 step() {
     local name=$1 start=$SECONDS status
     shift
@@ -62,8 +62,8 @@ missing_packages() {
     done
 }
 
-# Sources, lists and archives of our own: the machine's may lack deb-src and
-# stay as they are. Its configuration, keys and dpkg status are used.
+# Separate sources, lists and archives: the machine's lists may lack deb-src and
+# are not changed. Its configuration, keys and dpkg status are used.
 private_apt() {
     DEBIAN_FRONTEND=noninteractive apt-get -o Dir::Etc::sourcelist=/dev/null \
         -o Dir::Etc::sourceparts="$work/apt/sources" -o Dir::State::lists="$work/apt/lists" \
@@ -81,8 +81,8 @@ update_lists() {
         *) sed -nE '/^\s*deb\s/{p;s/deb/deb-src/;p}' "$file" ;;
         esac >>"$work/apt/sources/${file##*/}"
     done
-    # A foreign repository that is out of reach need not matter; where one does,
-    # the next step fails for want of a package.
+    # An unreachable repository of another maker may not matter. If it does, the
+    # next step fails because a package is missing.
     private_apt update || echo "apt-get update: status $?, going on"
 }
 
@@ -112,7 +112,7 @@ build_cmake() {
     cmake --install "$work/build/$name"
 }
 
-# Debian's source cannot bootstrap its build tool; the packaged one serves.
+# Debian's source cannot bootstrap its build tool, so the packaged one is used.
 build_boost() {
     local b2=(b2 --ignore-site-config --user-config="$work/user.jam" toolset=gcc-mingw)
     cd "$(source_of boost1.74)"
@@ -125,12 +125,12 @@ END
         target-os=windows threadapi=win32 address-model=64 architecture=x86 \
         binary-format=pe abi=ms link=static variant=release threading=multi --layout=system \
         --with-{thread,filesystem,date_time,system,chrono,atomic} install
-    # Its users would have to define this themselves.
+    # Otherwise every user would have to define this.
     sed -i 's/"BOOST_ALL_NO_LIB"/"BOOST_ALL_NO_LIB;BOOST_THREAD_USE_LIB"/' \
         "$stage"/lib/cmake/boost_thread-*/libboost_thread-variant-static.cmake
 }
 
-# -p keeps the time in the DLL's header, where strip would put today's.
+# -p keeps the time in the DLL's header, which strip would replace by the current time.
 install_runtime() {
     local dll
     for dll in libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll; do
@@ -144,8 +144,8 @@ install_headers() {
     cp -r /usr/share/cmake/CLI11 /usr/share/cmake/nlohmann_json "$stage/share/cmake"
 }
 
-# With what Debian's copyright files refer to by a path, so that the texts are
-# whole away from Debian.
+# With the files that Debian's copyright files name by a path, so that the texts
+# are complete on other systems.
 install_licences() {
     local name package to=$stage/share/licenses
     for name in curl boost1.74 log4cplus pugixml; do
@@ -163,9 +163,9 @@ install_licences() {
 }
 
 finish() {
-    # They would serve nobody who uses CMake.
+    # Users of CMake do not need them.
     rm -r "$stage/bin/curl-config" "$stage/lib/pkgconfig"
-    # Installed text files name the folder they were installed to.
+    # Installed text files contain the folder that they were installed to.
     grep -rlIF "$stage" "$stage" | xargs -r sed -i "s|$stage|$prefix|g"
     if grep -rlF "$work" "$stage"; then
         echo "these files name the build folder"
@@ -196,8 +196,8 @@ build() {
     step "curl" build_cmake curl -DHTTP_ONLY=ON -DCURL_USE_SCHANNEL=ON -DCURL_USE_LIBSSH2=OFF \
         -DCURL_USE_LIBPSL=OFF -DCURL_ZLIB=OFF -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF \
         -DBUILD_SHARED_LIBS=OFF
-    # A DLL, since the host and we must share its loggers; no thread pool, for with
-    # it a process that loads the DLL without an Initializer hangs at its end.
+    # A DLL, because the host and our library share its loggers. Without its thread
+    # pool, because with the pool a process without an Initializer hangs at its end.
     step "log4cplus" build_cmake log4cplus -DUNICODE=ON -DBUILD_SHARED_LIBS=ON \
         -DLOG4CPLUS_ENABLE_THREAD_POOL=OFF -DLOG4CPLUS_BUILD_TESTING=OFF \
         -DWITH_UNIT_TESTS=OFF -DLOG4CPLUS_BUILD_LOGGINGSERVER=OFF
@@ -221,7 +221,7 @@ main() {
         mkdir -p "$cache"
         exec 9>"$prefix.lock"
         flock -n 9 || { echo "waiting for another call"; flock 9; }
-        # Asked again, since the other call may have done it meanwhile.
+        # Checked again, because another call may have built it meanwhile.
         if ! is_ready; then
             trap 'rm -rf "$work"' EXIT
             rm -rf "$work"

@@ -8,16 +8,16 @@ usage() {
     cat <<END
 Usage: ${0##*/} [[--direct] PROGRAM [ARGUMENT...] | --end | --data]
 
-Makes the Wine prefix when it is not there yet, then runs the program in it.
+Creates the Wine prefix if it does not exist, then runs the program in it.
 
   --direct  let the program use the caller's streams and process number; its
             output may then stay open longer than the program runs
-  --end   end what still runs in the prefix, its server included
-  --data  print the prefix's folder for the data of its user
+  --end   end all processes of the prefix, and its server
+  --data  print the data folder of the prefix's user
   --help  print this text
 
-  OSTREL_WINE_PREFIX  another prefix than build/windows/wine; made as its copy
-                      where that is there
+  OSTREL_WINE_PREFIX  another prefix than build/windows/wine; created as its copy
+                      if that exists
   OSTREL_DLL_DIR      the only folder to look for DLLs in; without it, those of
                       the build and of its libraries
 END
@@ -38,17 +38,17 @@ dll_path() {
 export WINEPREFIX=$prefix
 export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=d'
-# In the C locale, which a bare machine has, Wine could make no file whose name is not ASCII.
+# A bare machine has the C locale. With it Wine cannot create files with a non-ASCII name.
 export LC_ALL=C.UTF-8
-# Wine itself would take the one for a proxy that the machine names, and look for its server below the other.
+# Wine would use http_proxy as the machine's proxy, and look for its server below TMPDIR.
 unset DISPLAY http_proxy TMPDIR
 
-# Without address randomisation no start ever fails to map its shared page.
+# With address randomisation, Wine's start sometimes fails to map its shared page.
 wine() { setarch x86_64 -R /usr/lib/wine/wine64 "$@"; }
 quiet() { "$@" </dev/null >/dev/null 2>&1; }
 
-# Started by the first program instead, server and services would inherit its streams and hold the test driver's
-# pipes open. From a background job, where interrupts are ignored, it would inherit that, and --end interrupts it.
+# If the first program started them, server and services would inherit its streams and keep the test driver's pipes open.
+# From a background job they would inherit that interrupts are ignored, but --end interrupts the server.
 start_server() {
     if quiet env --default-signal=INT wineserver -p; then quiet wine wineboot; fi
 }
@@ -59,7 +59,7 @@ make_prefix() {
     quiet wine wineboot -i
     # With the default debugger a crashed process may exit with 0, and its test would pass.
     quiet wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d '' /f
-    # Windows without a display server.
+    # Windows run without a display server.
     quiet wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f
     quiet wine winecfg -v win10
     quiet wineserver -k -w || true
@@ -67,7 +67,7 @@ make_prefix() {
     touch "$prefix/.ready"
 }
 
-# Everything but the registry is only read, and its user starts without data.
+# All files except the registry are only read, so they are linked. The user starts without data.
 copy_template() {
     cp -al "$template" "$prefix"
     rm "$prefix"/*.reg
@@ -100,8 +100,8 @@ start_server
 WINEPATH=$(dll_path)
 export WINEPATH
 [[ ${1-} != --direct ]] || exec setarch x86_64 -R /usr/lib/wine/wine64 "${@:2}"
-# Wine's helpers, such as its desktop, outlive the program that needed them first, with its streams: whoever reads these
-# must not wait for that.
+# Wine's helper processes outlive the program that started them and keep its streams open. A reader of the streams must
+# not wait for them.
 output=$(mktemp)
 trap 'rm -f "$output"' EXIT
 status=0

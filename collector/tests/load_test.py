@@ -33,8 +33,8 @@ class ReadingTest(unittest.TestCase):
     def test_hostile_lines_are_refused_in_linear_time(self):
         head = "v=1&tid=UA-40271936-07&cid="
         hostile = [b"\0\xff", b"", b" ", b"\\", b"\\u00", os.urandom(65536).replace(b"\n", b""), hit().encode()[:-1],
-                   (head + "&an=x&av=" * 7000).encode(), (head + "&an=" + "a" * 64000).encode(),
-                   (head + "&an=x&av=" + "&cd1=win32&cd2=" * 4000).encode(), hit(label="%41" * 20000 + "%").encode()]
+                   (head + "&an=x&av=" * 20000).encode(), (head + "&an=" + "a" * 64000).encode(),
+                   hit(label="%41" * 20000 + "%").encode()]
         content = b"".join(b"%d.000 %s\n" % (time.time(), body) for body in hostile)
         start = time.process_time()
         self.assertEqual(read(content, {}), (0, {"not a hit": len(hostile)}))

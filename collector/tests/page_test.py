@@ -2,15 +2,17 @@
 import os
 import tempfile
 import unittest
+import urllib.parse
 
 from browser import Browser
 from support import Collector, hit, lines
 
-HOSTILE = "%3C%2Fscript%3E%3Cscript%3Edocument.title%3D1%3C%2Fscript%3E%3Cimg%20src%3Dx%20onerror%3Ddocument.title%3D2%3E"
-HOSTILE_TEXT = "editor.</script><script>document.title=1</script><img src=x onerror=document.title=2>"
+HOSTILE_TEXT = "</script><script>document.title=1</script><img src=x onerror=document.title=2>"
+HOSTILE = urllib.parse.quote(HOSTILE_TEXT, safe="")
 # Pixels of a canvas that are not transparent.
 PAINTED = """(() => { const c = document.getElementById("%s");
-    return c.getContext("2d").getImageData(0, 0, c.width, c.height).data.filter((v, i) => i %% 4 == 3 && v).length; })()"""
+    const pixels = c.getContext("2d").getImageData(0, 0, c.width, c.height).data;
+    return pixels.filter((value, i) => i %% 4 == 3 && value).length; })()"""
 
 
 class PageTest(unittest.TestCase):

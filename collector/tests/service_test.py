@@ -92,8 +92,9 @@ class SharedCollectorTest(unittest.TestCase):
             file.write(f'wrk.method = "POST"; wrk.body = "{hit()}"')
         for connections in (400, 2000):
             before = self.collector.hits()
-            text = subprocess.run(["wrk", "-t2", f"-c{connections}", "-d2s", "--timeout", "30s", "-s", file.name,
-                                   f"http://127.0.0.1:{self.collector.port}/collect"], capture_output=True, text=True).stdout
+            wrk = ["wrk", "-t2", f"-c{connections}", "-d2s", "--timeout", "30s", "-s", file.name,
+                   f"http://127.0.0.1:{self.collector.port}/collect"]
+            text = subprocess.run(wrk, check=True, stdout=subprocess.PIPE, text=True).stdout
             answers = int(re.search(r"(\d+) requests in", text)[1])
             with self.subTest(connections):
                 self.assertNotRegex(text, "Non-2xx|Socket errors")
@@ -117,12 +118,14 @@ class OwnCollectorTest(unittest.TestCase):
     def test_killed_loaders_and_databases_lose_nothing_and_count_nothing_twice(self):
         collector = self.start()
         content = lines([hit(f"m{n % 3000}") for n in range(50_000)])
+        with open(collector.path("receiver"), encoding="ascii") as file:
+            load = f"psql -XqAtw -v ON_ERROR_STOP=1 -v VERBOSITY=terse -v rate=1.0 -v receiver={file.read()}"
         with concurrent.futures.ThreadPoolExecutor() as clients:
             answers = [clients.submit(post_some, collector, client, 500) for client in range(4)]
             for n in range(8):
                 collector.drop(content + b"%d.000 round\n" % n, f"hits-{n}.log")
-                wait_for(lambda: processes(f"load.py --data {collector.data}"))
-                time.sleep(0.06 * n)
+                wait_for(lambda: processes(load))
+                time.sleep(0.05 * n)
                 for victim in processes(f"{'load.py --data' if n % 2 else 'postgres -D'} {collector.data}")[:1]:
                     os.kill(victim, signal.SIGKILL)
         self.assertEqual({status for each in answers for status in each.result()}, {200})
@@ -152,7 +155,7 @@ class OwnCollectorTest(unittest.TestCase):
         collector.start()
         self.assertEqual(collector.hits(), 120)
 
-    def test_two_receivers_share_a_database_over_tcp(self):
+    def test_two_receivers_share_a_database_over_tcp_and_another_one_has_its_own(self):
         folder, port = self.folder(), free_port()
         os.chmod(folder, 0o777)
         user = ["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"] if os.geteuid() == 0 else []
@@ -169,6 +172,8 @@ class OwnCollectorTest(unittest.TestCase):
         feature = second.load(same)["features"][0]
         self.assertEqual((feature["hits"], feature["machines"]), (4, 2))
         self.assertFalse(os.path.exists(first.path("database")))
+        alone = self.start("--threshold", "1")
+        self.assertEqual(alone.load(same)["features"][0]["hits"], 2)
         third = self.start(environment=there, key="another")
         wait_for(lambda: "the key is not the one" in third.log())
 

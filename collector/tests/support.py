@@ -4,6 +4,7 @@ import glob
 import http.client
 import json
 import os
+import resource
 import shutil
 import signal
 import socket
@@ -17,6 +18,7 @@ COLLECTOR = os.environ.get("OSTREL_TEST_COLLECTOR", os.path.dirname(TESTS))
 ROOT = os.path.dirname(os.path.dirname(TESTS))
 FILTER = os.path.join(ROOT, "examples/c_host/statistic/enabled_stat_events.xml")
 sys.path.insert(0, COLLECTOR)
+resource.setrlimit(resource.RLIMIT_NOFILE, [resource.getrlimit(resource.RLIMIT_NOFILE)[1]] * 2)  # many clients
 
 
 def hit(machine="3F2A0C91-7B44-E012-9C5D-0A1B2C3D4E5F", label="open.file", category="editor", product="c_host",

@@ -55,8 +55,8 @@ class Profile:
 
 
 def environment(profile, url, **more):
-    """The caller's environment without settings of the library. The corporate domain is one that hosts(5) names."""
-    unwanted = re.compile(r"NORVANE_|OSTREL_|PELLAR_|XDG_|https?_proxy|all_proxy|no_proxy", re.IGNORECASE)
+    """The caller's environment, of the settings of the library only where its DLLs are. hosts(5) names the domain."""
+    unwanted = re.compile(r"NORVANE_|OSTREL_(?!WIN|CACHE)|PELLAR_|XDG_|https?_proxy|all_proxy|no_proxy", re.IGNORECASE)
     return {name: value for name, value in os.environ.items() if not unwanted.match(name)} | {
         "XDG_DATA_HOME": str(profile.folder), "OSTREL_TRUST_DATA": "Z:" + str(profile.folder).replace("/", "\\"),
         "OSTREL_COLLECTION_URL": url, "OSTREL_CORPORATE_DOMAIN": "localhost"} | more
@@ -100,11 +100,11 @@ class Host:
         """Waits for the system, which may remove descriptors and threads later than the library."""
         wait_for("descriptors and threads", lambda: self.state()[:2], before[:2], 10)
 
-    def end(self, line="return"):
+    def end(self, line="return", timeout=None):
         """@return seconds until the process has exited"""
         start = time.monotonic()
         self.send(line)
-        status = self.process.wait()
+        status = self.process.wait(timeout)
         expect("the process exits with status 0", status == 0, status)
         return time.monotonic() - start
 

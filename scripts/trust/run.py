@@ -20,13 +20,13 @@ LINUX = SHARED | {
                   "kill -9 while saving": life.killed_while_saving(60), "fork": life.forked,
                   "dlopen, use, dlclose": life.reloaded, "threads": life.threads},
     "ends": life.endings({"without a log": False, "with log4cplus": True},
-                         ["live handle", "live shared object", "four threads reporting"]),
+                         {"live shared object": ["get"], "four threads reporting": ["create", "busy 4"]}),
     "million": {"a long queue": life.queue(20_000)}, "privacy": privacy.CASES | privacy.LINUX_ONLY}
 WINDOWS = SHARED | {
-    "faults": faults.CASES,
+    "faults": faults.CASES | faults.UNDER_WINE,
     "processes": {"8 processes on a fresh profile": life.share_profile(8, rounds=2),
                   "TerminateProcess while saving": life.killed_while_saving(30), "threads": life.threads},
-    "ends": life.endings({"without a log": False}, ["live handle", "four threads reporting"]),
+    "ends": life.endings({"without a log": False}, {"four threads reporting": ["create", "busy 4 1"]}),
     "million": {"a long queue": life.queue(100_000)}, "privacy": privacy.CASES}
 AS_ROOT = {"faults", "disks"}  # mount disks, enter namespaces
 

@@ -12,7 +12,7 @@ namespace ostrel_platform {
 
 /// An open regular file that other processes may read and write meanwhile.
 ///
-/// Devices, pipes and folders are refused: reading one could block for ever.
+/// Devices, pipes and folders are refused, because reading them could block for ever.
 class shared_file_t {
 public:
     /// Nothing when the file is missing, is no regular file, or may not be read.

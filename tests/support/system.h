@@ -37,6 +37,9 @@ struct finished_t {
 /// Runs a program to its end. @param words its path and its arguments; UTF-8
 finished_t run_program(const std::vector<std::string>& words);
 
+/// How many threads this process has; on Windows only.
+std::size_t count_threads();
+
 /// What main was given, without the program's own name; UTF-8.
 std::vector<std::string> utf8_arguments(int argc, char** argv);
 

@@ -87,11 +87,14 @@ void storm() {
     ostrel_destroy_statistic(common);
 }
 
-// Threads of the host that report while the process ends around them.
+// Threads of the host that report while the process ends around them, with a pause of some milliseconds if
+// one is given.
 void busy(arguments_t& arguments) {
-    for (int count = next(arguments, 4); count > 0; --count)
-        std::thread([] {
-            for (;;)
+    const int count = next(arguments, 4);
+    const std::chrono::milliseconds pause(next(arguments, 0));
+    for (int i = 0; i < count; ++i)
+        std::thread([pause] {
+            for (;; std::this_thread::sleep_for(pause))
                 ostrel_notify_feature_usage(handle, "profiler.ignored");
         }).detach();
 }

@@ -28,16 +28,21 @@ struct library_t {
         file.get<decltype(ostrel_notify_feature_usage)>("ostrel_notify_feature_usage");
 };
 
-/// The value of the next handle, which grows with the number of open ones, and memory of the process's own.
-/// (A thread that outlived its library would crash.)
-std::pair<std::uintptr_t, SIZE_T> resources() {
-    const HANDLE next = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    ::CloseHandle(next);
-    PROCESS_MEMORY_COUNTERS_EX memory{};
-    ::GetProcessMemoryInfo(::GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory),
-                           sizeof memory);
-    return {reinterpret_cast<std::uintptr_t>(next), memory.PrivateUsage};
-}
+/// What the process holds. The value of the next handle grows with the number of open ones.
+struct resources_t {
+    resources_t() {
+        const HANDLE event = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+        ::CloseHandle(event);
+        next_handle = reinterpret_cast<std::uintptr_t>(event);
+        PROCESS_MEMORY_COUNTERS_EX memory{};
+        ::GetProcessMemoryInfo(::GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory),
+                               sizeof memory);
+        bytes = memory.PrivateUsage;
+    }
+    std::size_t threads = count_threads();
+    std::uintptr_t next_handle;
+    SIZE_T bytes;
+};
 
 void use_once() {
     const library_t library;
@@ -68,13 +73,14 @@ protected:
 TEST_F(dll, loading_and_unloading_leaves_nothing_behind) {
     for (int i = 0; i < 10; ++i)
         use_once();
-    const auto [handle_before, bytes_before] = resources();
-    for (int i = 0; i < 100; ++i)
+    const resources_t before;
+    for (int i = 0; i < 200; ++i)
         use_once();
-    const auto [handle, bytes] = resources();
+    const resources_t after;
     EXPECT_EQ(::GetModuleHandleW(L"ostrel.dll"), nullptr);
-    EXPECT_EQ(handle, handle_before);
-    EXPECT_LT(bytes, bytes_before + (1U << 20U));
+    EXPECT_EQ(after.threads, before.threads);
+    EXPECT_EQ(after.next_handle, before.next_handle);
+    EXPECT_LT(after.bytes, before.bytes + (1U << 20U));
 }
 
 TEST_F(dll, a_host_that_exits_with_a_live_handle_keeps_its_exit_code) {

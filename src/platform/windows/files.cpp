@@ -17,22 +17,27 @@ namespace {
 // Not inherited: a child process that starts before the handle is closed would keep it open, and the lock
 // file could not be deleted.
 constexpr int create_new_only = _O_CREAT | _O_EXCL | _O_NOINHERIT;
+constexpr int creation_attempts = 100;
 constexpr std::size_t largest_step = std::size_t{1} << 30U;
 constexpr DWORD deny_none = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 using open_file_t = ostrel_platform::handle_t;
 
-/// A file under a name that others may read, write and rename meanwhile.
+/// An open file that other processes may read, write and rename.
 struct disk_file_t {
     disk_file_t(const std::wstring& path, DWORD access, DWORD disposition)
         : file(::CreateFileW(path.c_str(), access, deny_none, nullptr, disposition, FILE_ATTRIBUTE_NORMAL,
                              nullptr)) {}
 
-    // A console or a pipe under a file's name could keep a reader waiting for ever.
+    // Reading a console or a pipe could block for ever.
     bool is_on_disk() const { return file.is_open() && ::GetFileType(file.get()) == FILE_TYPE_DISK; }
 
     open_file_t file;
 };
+
+bool is_missing(const std::wstring& path) {
+    return ::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES;
+}
 
 bool write_all(HANDLE file, std::string_view bytes) {
     while (!bytes.empty()) {
@@ -43,6 +48,15 @@ bool write_all(HANDLE file, std::string_view bytes) {
         bytes.remove_prefix(written);
     }
     return true;
+}
+
+// Ends the file behind its first @p size bytes, where the last write ended. Not asked of the system if the
+// file ends there already: Wine then adds a byte for an instant, which readers see.
+bool end_file(HANDLE file, std::size_t size) {
+    LARGE_INTEGER present{};
+    if (!::GetFileSizeEx(file, &present))
+        return false;
+    return static_cast<std::uint64_t>(present.QuadPart) == size || ::SetEndOfFile(file) != 0;
 }
 
 bool may_write(const std::wstring& path) {
@@ -114,17 +128,22 @@ bool replace_file(const std::wstring& path, std::string_view bytes) {
 }
 
 bool overwrite_file(const std::wstring& path, std::string_view bytes) {
-    // A new file is renamed into its place, so that nobody reads it empty.
-    if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES && replace_file(path, bytes))
-        return true;
+    // A new file is renamed into its place, so that nobody reads it empty. While another process creates it
+    // in the same way, the draft cannot be opened; soon the file exists.
+    for (int attempt = 0; attempt < creation_attempts && is_missing(path); ++attempt) {
+        if (replace_file(path, bytes))
+            return true;
+        if (::GetLastError() != ERROR_SHARING_VIOLATION)
+            break;
+        ::Sleep(1);
+    }
     const disk_file_t opened(path, GENERIC_WRITE, OPEN_ALWAYS);
     return opened.is_on_disk() && write_all(opened.file.get(), bytes) &&
-           ::SetEndOfFile(opened.file.get()) != 0;
+           end_file(opened.file.get(), bytes.size());
 }
 
 bool may_replace(const std::wstring& path) {
-    const bool is_missing = ::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES;
-    return (is_missing || may_write(path)) && may_create_in(path.substr(0, path.find_last_of(L"\\/")));
+    return (is_missing(path) || may_write(path)) && may_create_in(path.substr(0, path.find_last_of(L"\\/")));
 }
 
 bool may_overwrite(const std::wstring& path) {

@@ -10,7 +10,7 @@
 
 namespace brask_1::log {
 
-/// UTF-8 where log4cplus is the narrow build, the text itself where it is the wide one.
+/// UTF-8 for the narrow build of log4cplus, the unchanged text for the wide build.
 template <class Wide>
 log4cplus::tstring to_tstring(const Wide& text) {
     if constexpr (std::is_same_v<log4cplus::tstring, std::wstring>)

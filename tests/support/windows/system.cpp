@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <shellapi.h>
+#include <tlhelp32.h>
 
 #include <cstdlib>
 #include <stdexcept>
@@ -141,6 +142,18 @@ local_app_data_t::local_app_data_t(const std::filesystem::path& folder) {
 local_app_data_t::~local_app_data_t() {
     ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
     ::RegDeleteTreeW(HKEY_CURRENT_USER, own_key().c_str());
+}
+
+std::size_t count_threads() {
+    const HANDLE snapshot = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof entry;
+    std::size_t count = 0;
+    for (BOOL more = ::Thread32First(snapshot, &entry); more != FALSE;
+         more = ::Thread32Next(snapshot, &entry))
+        count += entry.th32OwnerProcessID == ::GetCurrentProcessId() ? 1U : 0U;
+    ::CloseHandle(snapshot);
+    return count;
 }
 
 std::vector<std::string> utf8_arguments(int /*argc*/, char** /*argv*/) {

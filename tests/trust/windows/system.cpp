@@ -6,28 +6,11 @@
 #include <windows.h>
 
 #include <psapi.h>
-#include <tlhelp32.h>
 
 #include <cstdlib>
 #include <stdexcept>
 
 namespace trust {
-
-namespace {
-
-int count_threads() {
-    const HANDLE snapshot = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-    THREADENTRY32 entry{};
-    entry.dwSize = sizeof entry;
-    int count = 0;
-    for (BOOL more = ::Thread32First(snapshot, &entry); more != FALSE;
-         more = ::Thread32Next(snapshot, &entry))
-        count += entry.th32OwnerProcessID == ::GetCurrentProcessId() ? 1 : 0;
-    ::CloseHandle(snapshot);
-    return count;
-}
-
-} // namespace
 
 void use_data_folder() {
     static const test_support::local_app_data_t folder(std::getenv("OSTREL_TRUST_DATA"));
@@ -39,8 +22,8 @@ std::string state() {
     ::CloseHandle(next);
     PROCESS_MEMORY_COUNTERS memory{};
     ::GetProcessMemoryInfo(::GetCurrentProcess(), &memory, sizeof memory);
-    return std::to_string(reinterpret_cast<std::uintptr_t>(next)) + " " + std::to_string(count_threads()) +
-           " " + std::to_string(memory.WorkingSetSize / 4096);
+    return std::to_string(reinterpret_cast<std::uintptr_t>(next)) + " " +
+           std::to_string(test_support::count_threads()) + " " + std::to_string(memory.WorkingSetSize / 4096);
 }
 
 std::string fork_and_wait(void (*)()) {
