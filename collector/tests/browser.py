@@ -1,5 +1,4 @@
 """Drives a headless Chromium through its debugging pipe."""
-import base64
 import json
 import os
 import subprocess
@@ -42,11 +41,9 @@ class Browser:
             if is_wanted(message := json.loads(text)):
                 return message
 
-    def open(self, url, width=1280, scripts=True, dark=False):
+    def open(self, url, width=1280, scripts=True):
         self.call("Emulation.setDeviceMetricsOverride", width=width, height=900, deviceScaleFactor=1, mobile=False)
         self.call("Emulation.setScriptExecutionDisabled", value=not scripts)
-        self.call("Emulation.setEmulatedMedia",
-                  features=[{"name": "prefers-color-scheme", "value": "dark" if dark else "light"}])
         loader = self.call("Page.navigate", url=url)["loaderId"]
         self.wait(lambda message: message.get("params", {}).get("loaderId") == loader and
                   message["params"].get("name") == "load")
@@ -55,14 +52,6 @@ class Browser:
         answer = self.call("Runtime.evaluate", expression=expression, returnByValue=True)
         assert "exceptionDetails" not in answer, answer
         return answer["result"].get("value")
-
-    def screenshot(self, path):
-        height = self.evaluate("document.documentElement.scrollHeight")
-        width = self.evaluate("innerWidth")
-        picture = self.call("Page.captureScreenshot", captureBeyondViewport=True,
-                            clip={"x": 0, "y": 0, "width": width, "height": height, "scale": 1})
-        with open(path, "wb") as file:
-            file.write(base64.b64decode(picture["data"]))
 
     def close(self):
         self.process.kill()
