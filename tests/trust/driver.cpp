@@ -1,5 +1,5 @@
-// A host for scripts/trust/. It reads commands from standard input, one a line, and answers each with its duration in
-// milliseconds and its result.
+// A host for scripts/trust/. It reads commands from standard input, one a line, and answers each with its
+// duration in milliseconds and its result.
 #include "ostrel/ostrel.h"
 #include "ostrel/statistic.h"
 #include "system.h"
