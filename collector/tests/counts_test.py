@@ -2,20 +2,11 @@
 import json
 import os
 import subprocess
-import unittest
 
-from support import COLLECTOR, Collector, hit, lines, wait_for
+from support import COLLECTOR, CollectorTest, hit, lines, wait_for
 
 
-class CountsTest(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.collector = Collector()
-        cls.addClassCleanup(cls.collector.remove)
-
-    def setUp(self):
-        self.collector.clear()
-
+class CountsTest(CollectorTest):
     def feature(self, report, name, key="category"):
         found, = [feature for feature in report["features"] if feature[key] == name]
         return found

@@ -11,7 +11,7 @@ import tempfile
 import time
 import unittest
 
-from support import COLLECTOR, ROOT, Collector, ask, hit, lines, processes, wait_for
+from support import COLLECTOR, ROOT, Collector, CollectorTest, ask, hit, lines, processes, wait_for
 
 
 def post_some(collector, client, hits):
@@ -26,14 +26,8 @@ def files_with(folder, text):
                           input=text, stdout=subprocess.PIPE, env={"LC_ALL": "C"}).stdout.splitlines()
 
 
-class SharedCollectorTest(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.collector = Collector("--threshold", "1")
-        cls.addClassCleanup(cls.collector.remove)
-
-    def setUp(self):
-        self.collector.clear()
+class SharedCollectorTest(CollectorTest):
+    options = ("--threshold", "1")
 
     def test_a_hosts_features_reach_the_page(self):
         environment = {name: value for name, value in os.environ.items()
