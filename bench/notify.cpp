@@ -44,7 +44,8 @@ void notify_silenced(benchmark::State& state, const char* name, bool collecting)
 void notify_parts(benchmark::State& state, const char* name) {
     bench::environment().workspace.set_filter(static_cast<int>(state.range(0)));
     const event_filter_t filter = load_enabled_events(event_filter_path());
-    const std::set<std::wstring> enabled(filter.names().begin(), filter.names().end());
+    const auto names = filter.names();
+    const std::set<std::wstring> enabled(names.begin(), names.end());
     const std::string prefix = bench::routed_hit().substr(0, 150);
     boost::sync_queue<std::string> queue;
     for (auto _ : state) {

@@ -117,7 +117,8 @@ count() {
 stop() {
     trap '' TERM INT HUP
     stopping=''
-    running "$nginx" && { kill -QUIT "$nginx"; wait_for 10 "$nginx" || kill -KILL -- "-$nginx"; }
+    # The group, too: workers outlive a killed master.
+    [[ -z $nginx ]] || { kill -QUIT "$nginx" && wait_for 10 "$nginx"; kill -KILL -- "-$nginx"; } 2>/dev/null || true
     nginx=''
     rotate
     [[ -z $schema ]] || { timeout 30 "${load[@]}" && timeout 30 "${report[@]}"; } || true

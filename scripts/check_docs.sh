@@ -11,7 +11,7 @@ Usage: ${0##*/} [--build-dir DIR]
 
 Makes the reference of the public headers with Doxygen, looks for each CMake
 option in docs/host-guide.md, asks each script for its help, and builds and runs
-the programs in README.md and docs/, with the library and the example collector
+the programs in README.md and docs/, with the library and ostrelctl
 in DIR (build/linux).
 
   --help  print this text
@@ -74,28 +74,16 @@ build() {
     done
 }
 
-# The end of its input ends the collector after it has printed everything.
 run_all() {
     local source
-    coproc collector { "$build_dir/examples/collector/collector" --until-input-ends --port-file "$folder/port" >arrived; }
-    server=$collector_PID
-    until [[ -e $folder/port ]]; do
-        kill -0 "$server" || return 1
-        sleep 0.05
-    done
-    OSTREL_COLLECTION_URL=http://127.0.0.1:$(<"$folder/port")/collect
     for source in "$folder"/*.c "$folder"/*.cpp; do
         echo "--- ${source##*/}"
-        "${source%.*}"
+        "$build_dir/tools/ostrelctl/ostrelctl" watch -- "${source%.*}" >>arrived 2>&1
     done
-    # shellcheck disable=SC2154 # set by coproc
-    exec {collector[1]}>&-
-    wait "$server"
 }
 
 # The hits that arrive are those in the README, and the log is the one in the guide.
 compare() {
-    sed -i 's/^hit [0-9]*: //' arrived README.md-*.text
     cat arrived
     [[ -z $(grep -vxFf arrived README.md-*.text) ]]
     grep 'ostrel.statistic: feature_name=run.build value=1' host.log

@@ -55,7 +55,7 @@ for folder in bench fuzz; do
     layer $folder "$library|$own"
 done
 layer tools "$library|collector/|$own"
-layer tests "$library|collector/|support/|$own"
+layer tests "$library|collector/|ostrelctl/|support/|$own"
 
 only_in 'src/http_connector/|bench/|tests/' 'include *<curl/' 'libcurl outside its layer'
 only_in 'src/toolkit/kiln2/variant_bag_xml\.cpp' 'include *<pugixml' 'pugixml outside its file'

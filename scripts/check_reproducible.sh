@@ -42,7 +42,7 @@ build_in() {
 
 artefacts() {
     find . -maxdepth 3 -type f -not -path "*/_CPack_Packages/*" \
-        \( -name 'libostrel.so.*.*' -o -name ostrelctl -o -name '*.dll' -o -name '*.dll.a' -o -name ostrel.lib -o -name '*.deb' -o -name '*.zip' \)
+        \( -name 'libostrel.so.*.*' -o -name ostrelctl -o -name ostrelctl.exe -o -name '*.dll' -o -name '*.dll.a' -o -name ostrel.lib -o -name '*.deb' -o -name '*.zip' \)
 }
 
 compare() {

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Compares what bash offers for the command line of ostrelctl. Takes the completion script.
 set -euo pipefail
+# shellcheck source=/dev/null
 source "$1"
 compopt() { :; } # works in an interactive shell only
 
@@ -28,3 +29,6 @@ offers 'x filter.xml' status --filter = x
 offers 'status x filter.xml' status --filter =
 offers status preview --product-folder = s
 offers '' status --product s
+offers '--raw --json --help --' watch --raw --
+offers 'x filter.xml' watch -- cat x
+offers '' watch -- no-such-comman

@@ -157,17 +157,11 @@ TEST(plan, an_object_fails_exactly_where_the_plan_sees_an_obstacle) {
         bool fails;
     };
     const case_t cases[] = {
-        {"nothing yet", [](const profile_t& p) { fs::remove(p.local_app_data()); }, false},
+        {"nothing yet", [](const profile_t& /*p*/) {}, false},
         {"both folders", [](const profile_t& p) { fs::create_directories(p.statistic_dir()); }, false},
         {"file for the company", [](const profile_t& p) { write_file(p.company(), ""); }, true},
         {"file for the settings", [](const profile_t& p) { write_file(p.statistic_dir(), ""); }, true},
         {"file on the way", [](const profile_t& p) { write_file(p.company() / "product", ""); }, true},
-        {"file for the data",
-         [](const profile_t& p) {
-             fs::remove(p.local_app_data());
-             write_file(p.local_app_data(), "");
-         },
-         true},
     };
     for (const auto& [title, prepare, fails] : cases) {
         SCOPED_TRACE(title);
@@ -181,33 +175,6 @@ TEST(plan, an_object_fails_exactly_where_the_plan_sees_an_obstacle) {
             EXPECT_THROW(statistic_impl_ga_t(L"product", L"1"), std::exception);
         else
             EXPECT_NO_THROW(statistic_impl_ga_t(L"product", L"1"));
-    }
-}
-
-TEST(plan, the_machine_id_has_a_source_and_is_the_one_of_a_new_object) {
-    const struct {
-        const char* forced;
-        std::optional<std::string> content;
-        uuid_source_t source;
-        std::wstring id;
-    } cases[] = {
-        {"forced", "<bag><UUID>stored</UUID></bag>", uuid_source_t::forced, L"forced"},
-        {"", "<bag><UUID>stored</UUID></bag>", uuid_source_t::stored, L"stored"},
-        {"", "<bag/>", uuid_source_t::without_id, L""},
-        {"", "<bag><UUID>", uuid_source_t::malformed, L""},
-        {"", std::nullopt, uuid_source_t::missing, L""},
-    };
-    for (const auto& [forced, content, source, id] : cases) {
-        SCOPED_TRACE(content.value_or("no file"));
-        const profile_t profile;
-        profile.set("NORVANE_FORCE_UUID", forced);
-        if (content)
-            write_file(profile.statistic_dir() / "uuid.xml", *content);
-        const uuid_finding_t found = plan_for(profile).machine_id;
-        EXPECT_EQ(found.source, source);
-        EXPECT_EQ(found.id, id);
-        const statistic_impl_ga_t statistic(L"product", L"1");
-        EXPECT_TRUE(found.needs_fresh_id() ? statistic.get_uuid().size() == 36 : statistic.get_uuid() == id);
     }
 }
 

@@ -5,7 +5,7 @@
 #include "ostrel/ostrel.h"
 #include "statistic_impl/consent.h"
 #include "statistic_impl/deployment.h"
-#include "statistic_impl/machine_id.h"
+#include "statistic_impl/plan.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
 
@@ -40,6 +40,10 @@ bool is_fresh(const std::wstring& id) {
     return std::regex_match(id, std::wregex(L"[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}"));
 }
 
+uuid_source_t planned_source() {
+    return make_plan({L"product", {}}).machine_id.source;
+}
+
 std::wstring id_in_use() {
     return statistic_impl_ga_t(L"product", L"1").get_uuid();
 }
@@ -65,9 +69,11 @@ TEST(policy, a_machine_id_is_forced_or_stored_or_made_and_a_damaged_file_silence
     const profile_t profile;
     const fs::path uuid_file = profile.statistic_dir() / "uuid.xml";
     profile.set("NORVANE_FORCE_UUID", "caf\xC3\xA9");
+    EXPECT_EQ(planned_source(), uuid_source_t::forced);
     EXPECT_EQ(id_in_use(), L"caf\u00e9");
     EXPECT_FALSE(fs::exists(uuid_file));
     profile.set("NORVANE_FORCE_UUID", "");
+    EXPECT_EQ(planned_source(), uuid_source_t::missing);
     const log_capture_t capture;
     const std::wstring fresh = id_in_use();
     EXPECT_EQ(capture.texts()[0],
@@ -75,16 +81,17 @@ TEST(policy, a_machine_id_is_forced_or_stored_or_made_and_a_damaged_file_silence
               "ostrel_1_5_6::statistic_impl_t::load_uuid()");
     EXPECT_EQ(read_file(uuid_file), "<?xml version=\"1.0\"?>\n<bag>\n  <UUID type=\"string\">" +
                                         std::string(fresh.begin(), fresh.end()) + "</UUID>\n</bag>\n");
-    const std::pair<std::string, std::wstring> cases[] = {
-        {"<bag><UUID>any form \xC3\xA9</UUID></bag>", L"any form \u00e9"},
-        {"<bag><uuid>3F2A0C91</uuid></bag>", L""},
-        {"<bag><UUID type=\"int\">5</UUID></bag>", L""},
-        {"<bag><UUID><UUID>nested</UUID></UUID></bag>", L""},
-        {"<bag><UUID>3F", L"new"},
-        {"<other><UUID>i</UUID></other>", L"new"},
+    const std::tuple<std::string, std::wstring, uuid_source_t> cases[] = {
+        {"<bag><UUID>any form \xC3\xA9</UUID></bag>", L"any form \u00e9", uuid_source_t::stored},
+        {"<bag><uuid>3F2A0C91</uuid></bag>", L"", uuid_source_t::without_id},
+        {"<bag><UUID type=\"int\">5</UUID></bag>", L"", uuid_source_t::without_id},
+        {"<bag><UUID><UUID>nested</UUID></UUID></bag>", L"", uuid_source_t::without_id},
+        {"<bag><UUID>3F", L"new", uuid_source_t::malformed},
+        {"<other><UUID>i</UUID></other>", L"new", uuid_source_t::malformed},
     };
-    for (const auto& [content, id] : cases) { // "new" stands for one that is made and stored
+    for (const auto& [content, id, source] : cases) { // "new" stands for one that is made and stored
         write_file(uuid_file, content);
+        EXPECT_EQ(planned_source(), source) << content;
         const std::wstring used = id_in_use();
         EXPECT_TRUE(id == L"new" ? is_fresh(used) : used == id && read_file(uuid_file) == content) << content;
         EXPECT_EQ(id_in_use(), used);

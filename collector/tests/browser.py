@@ -32,14 +32,15 @@ class Browser:
         return self.wait(lambda answer: answer.get("id") == self.number)["result"]
 
     def wait(self, is_wanted):
-        while True:
+        message = {}
+        while not is_wanted(message):
             while b"\0" not in self.received:
                 block = os.read(self.input, 1 << 20)
                 assert block, "the browser has ended"
                 self.received += block
             text, _, self.received = self.received.partition(b"\0")
-            if is_wanted(message := json.loads(text)):
-                return message
+            message = json.loads(text)
+        return message
 
     def open(self, url, width=1280, scripts=True):
         self.call("Emulation.setDeviceMetricsOverride", width=width, height=900, deviceScaleFactor=1, mobile=False)

@@ -94,7 +94,7 @@ class CountsTest(CollectorTest):
         self.collector.sql("DELETE FROM setting WHERE name = 'key'; UPDATE setting SET value = 1")
 
     def test_a_year_of_a_fleet_fills_all_periods(self):
-        year = subprocess.run([os.path.join(COLLECTOR, "simulate.py"), "--days", "365", "--machines", "400",
+        year = subprocess.run([os.path.join(COLLECTOR, "simulate.py"), "--days", "365", "--machines", "200",
                                "--product", "c_host"], check=True, capture_output=True).stdout
         report = self.collector.load(year)
         self.assertEqual(self.collector.hits(), year.count(b"&ec=editor&"))

@@ -3,6 +3,7 @@ import datetime
 import io
 import json
 import os
+import tempfile
 import time
 import unittest
 
@@ -53,3 +54,9 @@ class ReadingTest(unittest.TestCase):
                             (0, hit(category="run", label=None))]:
             with self.subTest(body):
                 self.assertEqual(read(lines([body]), filters), (count, {} if count else {"not listed": 1}))
+
+    def test_a_file_that_a_process_has_open_is_left(self):
+        with tempfile.TemporaryDirectory() as folder, open(folder + "/hits-1.log", "wb"):
+            with open(folder + "/hits-2.log", "wb") as closed:
+                pass
+            self.assertEqual(load.closed_files(folder, patience=0), [os.path.realpath(closed.name)])

@@ -19,7 +19,7 @@ enum class log_level_t : int {
     error = 40000,
 };
 
-/// Set once the process takes its static objects apart.
+/// True once the process destroys its static objects.
 extern std::atomic<bool> is_log_closed;
 
 /// A module's logger. Created when the library is loaded, only read afterwards, and never destroyed: threads
@@ -29,13 +29,14 @@ public:
     /// Configures the component's logger and takes it, in that order.
     explicit component_logger_t(const wchar_t* name);
 
-    /// Asked before any text is built: a line costs no more than this if its level is off or nobody listens.
+    /// Whether an appender would receive a line of this level. Checked before any text is built, so that a
+    /// line that no appender receives costs no more than this check.
     bool is_enabled_for(log_level_t level) const {
         return !is_log_closed.load(std::memory_order_relaxed) &&
                m_loggers.front().isEnabledFor(static_cast<int>(level)) && has_listener();
     }
 
-    /// Writes whatever the level; @p file is the narrow path of the source.
+    /// Writes a line without checking its level. @p file is the path of the source file.
     void write(log_level_t level, std::wstring_view message, const char* file, int line) const;
 
 private:
@@ -64,10 +65,10 @@ private:
     std::wstring m_text;
 };
 
-/// Writes a function's entry line when it is made and its exit line when it goes, also on the way of an
-/// exception. Belongs to the calling thread.
+/// Writes a function's entry line on construction and its exit line on destruction, also if an exception
+/// leaves the function. Belongs to the calling thread.
 ///
-/// Keeps views: the logger and the three texts must be static.
+/// Stores views: the logger and the texts must be static.
 class call_tracer_t {
 public:
     call_tracer_t(const component_logger_t& logger, std::wstring_view signature, const char* file, int line);
@@ -86,9 +87,9 @@ private:
 
 } // namespace OSTREL_NAMESPACE
 
-// Macros because a line names the source line of its own site, and builds nothing while its level is off.
+// Macros, because a line contains the source line of its call, and its text is built only if its level is on.
 
-/// First statement of a traced function. The signature is a literal, measured when it is compiled.
+/// The first statement of a traced function. The signature is a literal.
 #define OSTREL_TRACE_CALL(logger, signature)                                                                 \
     static constexpr std::wstring_view ostrel_signature = signature;                                         \
     const OSTREL_NAMESPACE::call_tracer_t ostrel_call_tracer((logger), ostrel_signature, __FILE__, __LINE__)
@@ -107,7 +108,7 @@ private:
         }                                                                                                    \
     } while (false)
 
-/// A failure: the pieces, then where in the source it was noticed.
+/// Writes a failure: the pieces, then the source file and line.
 #define OSTREL_LOG_ERROR(logger, pieces)                                                                     \
     OSTREL_LOG(logger, error, pieces << L", at file: " << __FILE__ << L":" << __LINE__)
 

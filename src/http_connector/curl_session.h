@@ -13,7 +13,7 @@ inline bool is_curl_thread_safe() {
     return (curl_version_info(CURLVERSION_NOW)->features & CURL_VERSION_THREADSAFE) != 0;
 }
 
-/// One share in libcurl's global state and one handle on it, released in the opposite order.
+/// One reference to libcurl's global state and one easy handle, released in the opposite order.
 class curl_session_t {
 public:
     curl_session_t() {
@@ -27,7 +27,7 @@ public:
     curl_session_t(const curl_session_t&) = delete;
     curl_session_t& operator=(const curl_session_t&) = delete;
 
-    /// Null when libcurl had none to give.
+    /// Null if libcurl could not create one.
     CURL* handle() const { return m_handle; }
 
 private:

@@ -15,7 +15,7 @@ using ostrel_platform::proxy_source_t;
 struct found_proxy_t {
     proxy_source_t source;
     const char* variable; ///< null unless the source is the environment
-    std::string text;     ///< as the setting spells it; an empty one leaves the choice to libcurl
+    std::string text;     ///< the setting's own text; an empty one leaves the choice to libcurl
 };
 
 /// Every proxy that the system's settings name for @p url, in the order of trial; only if they name none, the
@@ -23,12 +23,13 @@ struct found_proxy_t {
 /// configuration.
 std::vector<found_proxy_t> discover_proxies(const std::string& url);
 
-/// The candidates in the order of trial: what discover_proxies finds, and last an empty one, which leaves the
-/// choice to libcurl.
+/// The candidates in the order of trial: the result of discover_proxies, and last an empty one, which leaves
+/// the choice to libcurl.
 std::vector<std::string> proxy_candidates(const std::string& url);
 
-/// What libcurl chooses for @p url if it is given no proxy: the value of a variable of the environment. Has
-/// no variable and an empty text if it connects directly. The exceptions in no_proxy are not looked at.
+/// The proxy that libcurl chooses for @p url if it is given none: the value of an environment variable.
+/// Without a variable and with an empty text if libcurl connects directly. Ignores the exceptions in
+/// no_proxy.
 found_proxy_t proxy_of_libcurl(const std::string& url);
 
 } // namespace OSTREL_NAMESPACE

@@ -8,7 +8,8 @@
 namespace OSTREL_NAMESPACE {
 
 sender_t::sender_t(const char* url) : m_url(url) {
-    // Such a libcurl may be initialised only where the host expects it, when it makes the object.
+    // A libcurl that is not thread-safe is initialised on the host's thread, while the host creates the
+    // object.
     if (!is_curl_thread_safe())
         m_curl.emplace();
     const ostrel_platform::signal_block_t inherited_by_the_thread;

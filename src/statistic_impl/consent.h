@@ -8,8 +8,8 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// Picks the first word, told by white space, out of text that arrives in blocks. Keeps two characters of it:
-/// more is never needed to tell whether the word is "1".
+/// Finds the first word of a text that arrives in blocks; white space separates words. Stores at most two
+/// characters, which are enough to tell whether the word is "1".
 class consent_word_t {
 public:
     /// @return whether more text could change the answer
@@ -26,11 +26,11 @@ private:
 /// a refusal and is not read.
 virk_state_t read_consent(const std::wstring& path);
 
-/// The answer that counts: that of an environment switch or of the build, otherwise that of the file. The
-/// file is read only if neither decides.
+/// The effective answer: an environment switch or the build decides, otherwise the file. The file is read
+/// only if neither decides.
 virk_state_t consent_with(statistic_impl_t::env_vars_state_t switches, const std::wstring& path);
 
-/// Writes the answer. A file that cannot be written keeps the old one. An empty path writes nothing.
+/// Writes the answer. If the file cannot be written, the previous answer stays. An empty path writes nothing.
 /// @return whether the answer was written
 bool write_consent(const std::wstring& path, bool enabled);
 

@@ -10,7 +10,7 @@ namespace OSTREL_NAMESPACE {
 
 /// The rules in their order. The first one that applies decides; the last one always applies.
 enum class rule_t {
-    folders, ///< without them no object is created; decide starts behind this rule
+    folders, ///< without them no object is created; decide starts after this rule
     machine_id,
     switches,
     network,
@@ -56,7 +56,7 @@ struct decision_t {
 /// works inside the corporate network too.
 decision_t decide(const facts_t& facts);
 
-/// Logs a verdict of the rules before the consent file, which is logged where it is read.
+/// Logs the verdict of a rule. read_consent logs the verdicts of the consent file itself.
 void log_verdict(verdict_t verdict);
 
 } // namespace OSTREL_NAMESPACE

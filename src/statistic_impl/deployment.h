@@ -7,10 +7,10 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// The built-in endpoint, or the environment variable OSTREL_COLLECTION_URL when it is non-empty.
+/// The built-in endpoint, or the environment variable OSTREL_COLLECTION_URL if it is set and not empty.
 std::string collection_url();
 
-/// The built-in domain, or the environment variable OSTREL_CORPORATE_DOMAIN when it is non-empty.
+/// The built-in domain, or the environment variable OSTREL_CORPORATE_DOMAIN if it is set and not empty.
 std::string corporate_domain();
 
 } // namespace OSTREL_NAMESPACE

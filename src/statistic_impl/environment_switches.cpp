@@ -14,8 +14,7 @@ const std::array<switch_t, 4> collection_switches{{
     {L"NORVANE_FORCE_FEEDBACK", statistic_impl_t::evsEnabledForced},
 }};
 
-// Also one that is no text is set: read as text it would be empty, and a user who switched collection off
-// would be counted all the same.
+// A value that is not valid text still counts as set, or an opt-out would be lost.
 bool is_set(const switch_t& collection_switch) {
     return ostrel_platform::is_variable_set(collection_switch.variable);
 }

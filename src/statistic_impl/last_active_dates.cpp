@@ -70,7 +70,8 @@ bool is_new_regular_user(std::size_t count, const active_date_t& first, const ac
 }
 
 active_date_t date_of(std::int64_t day_number) {
-    const auto date = boost::gregorian::date(1970, 1, 1) + boost::gregorian::days(static_cast<long>(day_number));
+    const auto date =
+        boost::gregorian::date(1970, 1, 1) + boost::gregorian::days(static_cast<long>(day_number));
     const auto fields = date.year_month_day();
     return {fields.year, fields.month, fields.day};
 }

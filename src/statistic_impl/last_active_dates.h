@@ -24,8 +24,8 @@ struct active_date_t {
 bool operator==(const active_date_t& left, const active_date_t& right);
 bool operator<(const active_date_t& left, const active_date_t& right);
 
-/// Whether @p day has to be added to the days recorded so far. Only the last one is looked at: after a clock
-/// went back, a day stands in the list twice.
+/// Whether @p day must be added to the recorded days. Compares it with the last one only: if the clock was
+/// set back, a day is in the list twice.
 bool is_another_day(const std::vector<active_date_t>& dates, const active_date_t& day);
 
 /// At least four days of use, the first strictly later than @p today with its year reduced by one.
@@ -37,8 +37,8 @@ active_date_t date_of(std::int64_t day_number);
 /// The file of the days of use in a folder of settings.
 std::wstring active_dates_file(const kiln2::path_t& folder);
 
-/// The days in a file, oldest first as they were written; an item that is no date is left out. Nothing when
-/// the file is missing or malformed. Only reads, and takes no lock: the file is replaced whole.
+/// The days in a file, in the file's order; an item that is not a date is left out. Nothing if the file is
+/// missing or malformed. Only reads. Takes no lock, because the file is replaced as a whole.
 std::optional<std::vector<active_date_t>> stored_active_dates(const std::wstring& path);
 
 /// Tells the current UTC day, as the number of days since 1970-01-01.
@@ -54,7 +54,7 @@ public:
     /// if the lock stays taken. If @p folder is empty, the days are kept in memory only.
     explicit last_active_dates_t(const kiln2::path_t& folder,
                                  day_clock_t clock = &ostrel_platform::utc_day_number);
-    /// Saves.
+    /// Calls save.
     ~last_active_dates_t();
     last_active_dates_t(const last_active_dates_t&) = delete;
     last_active_dates_t& operator=(const last_active_dates_t&) = delete;

@@ -3,6 +3,6 @@
 
 namespace OSTREL_NAMESPACE {
 
-const component_logger_t policy_log(L"ostrel.statistic");
+const component_logger_t policy_log(statistic_logger_name);
 
 } // namespace OSTREL_NAMESPACE

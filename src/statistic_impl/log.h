@@ -5,6 +5,9 @@
 
 namespace OSTREL_NAMESPACE {
 
+/// Shared with the logger of the analytics object, so that a host configures one logger.
+inline constexpr const wchar_t* statistic_logger_name = L"ostrel.statistic";
+
 extern const component_logger_t policy_log;
 
 } // namespace OSTREL_NAMESPACE

@@ -23,13 +23,13 @@ enum class uuid_source_t {
     no_folder,  ///< there is no folder to keep one in: no id
     forced,     ///< the environment sets it; no file is read
     stored,     ///< the file holds it
-    without_id, ///< the file is well-formed but holds none: no id
+    without_id, ///< the file is well-formed but has no id: no id
     missing,    ///< no file: a fresh id is made
     unreadable, ///< the file cannot be read: a fresh id is made
-    malformed,  ///< the file is no bag: a fresh id is made
+    malformed,  ///< the file is not a bag: a fresh id is made
 };
 
-/// A machine id and its source; the id is empty if there is none or if a fresh one has to be made.
+/// A machine id and its source. The id is empty if there is none or if a fresh one must be made.
 struct uuid_finding_t {
     uuid_source_t source = uuid_source_t::no_folder;
     std::wstring id;
@@ -40,14 +40,14 @@ struct uuid_finding_t {
     }
 };
 
-/// The machine id that the environment forces, otherwise the one stored in @p path, as it stands. Only reads.
+/// The machine id that the environment forces, otherwise the one stored in @p path, unchanged. Only reads.
 ///
 /// A well-formed file without an id yields none: a damaged file silences reporting instead of giving one
 /// machine a second identity.
 uuid_finding_t find_uuid(const std::wstring& path);
 
-/// The id that find_uuid finds. Where it finds that a fresh one is needed, makes one and replaces the file;
-/// the id is used even if it cannot be saved.
+/// The result of find_uuid. If a fresh id is needed, creates one and replaces the file. The id is used even
+/// if it cannot be saved.
 std::wstring find_or_create_uuid(const std::wstring& path);
 
 } // namespace OSTREL_NAMESPACE

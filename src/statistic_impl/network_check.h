@@ -15,7 +15,7 @@ enum network_check_t : std::int32_t {
     ncError = 2,       ///< the check could not be made
 };
 
-/// Excluded when one IPv4 address lies in 10.0.0.0/8; other private ranges do not count.
+/// Excluded if an IPv4 address is in 10.0.0.0/8; other private ranges do not count.
 network_check_t judge_resolution(const ostrel_platform::host_addresses_t& answer);
 
 /// Asks for the addresses of a host; ostrel_platform::resolve_host, unless a test gives another one.

@@ -25,10 +25,10 @@ struct settings_paths_t {
 /// Lays the paths out below the user's local application-data folder; touches no file.
 settings_paths_t lay_out_settings(const std::wstring& local_app_data, const std::wstring& product_folder);
 
-/// The name of the product's folder: the host's configuration service may name it, else the product id does.
+/// The name of the product's folder, from the host's configuration service or else the product id.
 std::wstring product_folder_name(const std::wstring& product_id);
 
-/// The folders and files of this user and the product; nothing when the system names no folder for them.
+/// The folders and files of this user and the product; nothing if the system names no folder for them.
 /// Touches no file.
 std::optional<settings_paths_t> settings_of(const std::wstring& product_id);
 
@@ -41,7 +41,7 @@ struct stored_product_t {
 /// The products whose statistics settings exist, sorted by name. Only reads.
 std::vector<stored_product_t> stored_products();
 
-/// What creating a folder with every missing parent would come to.
+/// The expected result of creating a folder with every missing parent.
 struct folder_forecast_t {
     enum outcome_t {
         exists,

@@ -11,13 +11,13 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// The policy half of a statistic object. Folders and machine id are settled once, in the constructor; the
-/// decision is taken there and again whenever an answer of the user is recorded.
+/// The collection policy of a statistic object. The constructor determines folders and machine id once. It
+/// takes the decision, and recording an answer of the user takes it again.
 ///
-/// Any thread may call any operation; nothing here takes a lock.
+/// Thread-safe; takes no lock.
 class statistic_impl_t : public statistic_t {
 public:
-    /// The environment switches, folded.
+    /// The combined state of the environment switches.
     enum env_vars_state_t : std::int32_t {
         evsEnabled = 0,                ///< no switch is set
         evsEnabledForced = 1,          ///< forced on by the environment
@@ -33,19 +33,18 @@ public:
     virk_state_t get_consent_state() const override;
     void set_statistic_collection_enabled(bool enabled) override;
 
-    /// Reads the switches afresh. A disabling one wins over the forcing one, whatever their texts.
+    /// Reads the switches again. A disabling switch wins over the forcing one, whatever their values.
     static env_vars_state_t get_env_vars_state();
 
     /// Whether the environment forbids sending files; for users of the class.
     bool is_send_files_disabled() const;
 
-    /// Takes the decision afresh; does not change what the object goes by. May block while it resolves a
-    /// name.
+    /// Takes the decision again without storing it in the object. May block while it resolves a name.
     bool is_enabled() const;
 
 protected:
-    /// Lays out and creates the folders, finds the machine id, decides. Throws when a folder cannot be
-    /// created. make_plan tells in advance what each of these steps finds.
+    /// Creates the folders, finds the machine id and takes the decision. Throws if a folder cannot be
+    /// created. make_plan computes the results of these steps in advance.
     statistic_impl_t(const std::wstring& product_id, const std::wstring& product_version,
                      resolver_t resolver);
 

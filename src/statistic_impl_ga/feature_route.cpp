@@ -10,7 +10,7 @@ namespace {
 constexpr std::wstring_view run_prefix = L"run.";
 
 std::optional<route_t> route_run(std::wstring_view feature) {
-    // Not compared as views: that calls a function of the C library for every name that is not enabled.
+    // Comparing views would call a function of the C library for every name that is not enabled.
     if (feature.size() < run_prefix.size() ||
         !std::equal(run_prefix.begin(), run_prefix.end(), feature.begin()))
         return std::nullopt;

@@ -8,7 +8,7 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// What every hit of one object says of its sender.
+/// The parameters that all hits of one object share.
 struct hit_identity_t {
     std::string tracking_id;
     std::wstring machine_id;
@@ -22,10 +22,10 @@ struct hit_identity_t {
 hit_identity_t identify(const std::wstring& machine_id, const std::wstring& application_name,
                         const std::wstring& application_version);
 
-/// What every hit of one object begins with: the common parameters, and the key of the category.
+/// The first part of every hit of one object: the common parameters, and the key of the category.
 std::string compose_hit_prefix(const hit_identity_t& identity);
 
-/// One whole hit. It has no event action and no event value.
+/// A complete hit. It has no event action and no event value.
 /// @param prefix the result of compose_hit_prefix
 std::string compose_event_hit(const std::string& prefix, const route_t& route, bool is_regular_user);
 

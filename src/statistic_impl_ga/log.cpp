@@ -1,8 +1,10 @@
-// The logger of the analytics object; its name is the policy's too, so that a host configures one.
+// The logger of the analytics object.
 #include "statistic_impl_ga/log.h"
+
+#include "statistic_impl/log.h"
 
 namespace OSTREL_NAMESPACE {
 
-const component_logger_t analytics_log(L"ostrel.statistic");
+const component_logger_t analytics_log(statistic_logger_name);
 
 } // namespace OSTREL_NAMESPACE

@@ -81,6 +81,8 @@ if(WINDOWS)
   file(RENAME "${unpacked}" "${folder}/prefix")
   expect_file("${folder}/prefix/share/licenses/curl/copyright" "[Cc]opyright")
   expect_file("${folder}/prefix/share/doc/ostrel/windows-hosts.md" "Windows")
+  expect_file("${folder}/prefix/share/licenses/cli11/copyright" "[Cc]opyright")
+  run(${emulator} "${folder}/prefix/bin/ostrelctl.exe" products)
   # A host in C needs only the package, one in C++ the headers of Boost as well.
   set(options -DCMAKE_SYSTEM_NAME=Windows)
   set(options_of_cpp_host "-DBoost_ROOT=${LIBRARIES}")

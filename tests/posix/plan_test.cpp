@@ -55,6 +55,15 @@ TEST(plan_on_posix, folders_that_the_user_may_not_create_are_foreseen) {
     });
 }
 
+TEST(plan_on_posix, a_file_in_the_place_of_the_data_folder_is_foreseen) {
+    const profile_t profile;
+    EXPECT_TRUE(fs::remove(profile.local_app_data()));
+    EXPECT_FALSE(make_plan({L"product", {}}).failure.has_value());
+    write_file(profile.local_app_data(), "");
+    EXPECT_EQ(make_plan({L"product", {}}).failure->outcome, folder_forecast_t::blocked);
+    EXPECT_THROW(statistic_impl_ga_t(L"product", L"1"), std::exception);
+}
+
 TEST(plan_on_posix, a_dangling_link_in_the_place_of_the_lock_counts_as_a_lock) {
     const profile_t profile;
     fs::create_directories(profile.statistic_dir());

@@ -29,6 +29,8 @@ int main(int argc, char** argv) {
             status = static_cast<int>(std::stoul(value));
         else if (action == "post")
             post(url, value);
+        else if (action == "post-long") // longer than an argument may be
+            post(url, std::string(std::stoul(value), 'x'));
         else if (action == "post-elsewhere")
             post(url.substr(0, url.find('/', 8)) + "/collect", value);
         else if (action == "show")

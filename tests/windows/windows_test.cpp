@@ -216,15 +216,16 @@ TEST_F(windows, proxies_come_from_browser_discovery_machine_then_variable) {
         texts_t expected;
     } rows[] = {
         {"", {0, nullptr, nullptr}, {1, ""}, none, {}},
-        {"", {0, nullptr, nullptr}, {1, ""}, "e:4", {"e:4"}},
-        {"", {0, nullptr, nullptr}, {1, ""}, "", {""}},
-        {"http=h:1;https=s:2", {0, nullptr, nullptr}, {1, ""}, "e:4", {"http=h:1;https=s:2"}},
-        {"", {0, nullptr, nullptr}, {3, "m:3"}, "e:4", {"m:3"}},
-        {"b:1", {0, nullptr, nullptr}, {3, "m:3"}, none, {"b:1", "m:3"}},
-        {"b:1", {3, w2, nullptr}, {3, "b:1"}, "e:4", {"b:1", "w:2", "b:1"}},
+        {"", {0, nullptr, nullptr}, {1, ""}, "e:4", {"variable e:4"}},
+        {"", {0, nullptr, nullptr}, {1, ""}, "", {"variable "}},
+        {"http=h:1;https=s:2", {0, nullptr, nullptr}, {1, ""}, "e:4", {"browser http=h:1;https=s:2"}},
+        {"", {0, nullptr, nullptr}, {3, "m:3"}, "e:4", {"machine m:3"}},
+        {"b:1", {0, nullptr, nullptr}, {3, "m:3"}, none, {"browser b:1", "machine m:3"}},
+        {"b:1", {3, w2, nullptr}, {3, "b:1"}, "e:4", {"browser b:1", "discovery w:2", "machine b:1"}},
         {"", {1, w2, nullptr}, {1, "m:3"}, none, {}},
-        {"", {3, nullptr, nullptr}, {1, ""}, "e:4", {"e:4"}},
+        {"", {3, nullptr, nullptr}, {1, ""}, "e:4", {"variable e:4"}},
     };
+    const std::string sources[] = {"browser ", "discovery ", "machine ", "variable "};
     for (const auto& row : rows) {
         SCOPED_TRACE("browser " + row.browser + ", machine " + row.machine.second);
         set_browser_proxy(row.browser);
@@ -234,7 +235,7 @@ TEST_F(windows, proxies_come_from_browser_discovery_machine_then_variable) {
         discovery_calls.clear();
         texts_t candidates;
         for (const found_proxy_t& found : discover_proxies("http://c/\u00e9"))
-            candidates.push_back(found.text);
+            candidates.push_back(sources[static_cast<std::size_t>(found.source)] + found.text);
         EXPECT_EQ(candidates, row.expected);
         EXPECT_EQ(discovery_calls, texts_t{"http://c/\u00e9 1 3 1"});
     }

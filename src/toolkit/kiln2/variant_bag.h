@@ -41,6 +41,9 @@ public:
     const variant_t& get_utf8(std::string_view name) const;
     variant_bag_t& add_bag_utf8(std::string name);
 
+    /// Makes room for so many nested bags.
+    void reserve_bags(std::size_t count) { m_bags.reserve(count); }
+
     const values_t& values() const { return m_values; }
     const nested_t& bags() const { return m_bags; }
 

@@ -80,15 +80,27 @@ variant_t to_value(const pugi::xml_node& element) {
     return number ? variant_t(*number) : variant_t();
 }
 
+std::size_t count_from(pugi::xml_node node) {
+    std::size_t count = 0;
+    for (; node; node = node.next_sibling())
+        ++count;
+    return count;
+}
+
 bool fill(variant_bag_t& bag, const pugi::xml_node& element, int depth) {
     if (depth > deepest_bag)
         return false;
     for (auto child = element.first_child(); child; child = child.next_sibling()) {
         if (child.type() != pugi::node_element)
             continue;
-        if (is_value(child))
+        if (is_value(child)) {
             bag.put_utf8(child.name(), to_value(child));
-        else if (!fill(bag.add_bag_utf8(child.name()), child, depth + 1))
+            continue;
+        }
+        // Most bags hold either values or bags alone, so that this is the room for the rest.
+        if (bag.bags().empty())
+            bag.reserve_bags(count_from(child));
+        if (!fill(bag.add_bag_utf8(child.name()), child, depth + 1))
             return false;
     }
     return true;

@@ -1,6 +1,7 @@
 // What tests need of the system, on Windows.
 #include "support/system.h"
 
+#include "ostrelctl/windows/quote.h"
 #include "platform/utf.h"
 
 #include <windows.h>
@@ -65,20 +66,6 @@ std::string take_text(HANDLE file) {
     return text;
 }
 
-/// As the C runtime reads it back.
-std::wstring quoted(const std::string& word) {
-    std::wstring result = L"\"";
-    for (const wchar_t unit : to_wide(word)) {
-        if (unit == L'"') {
-            const std::size_t before = result.size() - result.find_last_not_of(L'\\') - 1;
-            result.append(before + 1, L'\\');
-        }
-        result.push_back(unit);
-    }
-    const std::size_t behind = result.size() - result.find_last_not_of(L'\\') - 1;
-    return result.append(behind, L'\\') + L"\"";
-}
-
 } // namespace
 
 children_app_data_t::children_app_data_t(const std::filesystem::path& folder) {
@@ -96,7 +83,7 @@ children_app_data_t::~children_app_data_t() {
 finished_t run_program(const std::vector<std::string>& words) {
     std::wstring line;
     for (const std::string& word : words)
-        line += quoted(word) + L" ";
+        line += ostrelctl::quoted_for_runtime(to_wide(word)) + L" ";
     STARTUPINFOW info{};
     info.cb = sizeof info;
     info.dwFlags = STARTF_USESTDHANDLES;
