@@ -7,11 +7,13 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <thread>
 
 namespace ostrel_platform {
 
@@ -19,6 +21,7 @@ namespace {
 
 constexpr mode_t user_only = S_IRUSR | S_IWUSR;
 constexpr mode_t all_permissions = S_IRWXU | S_IRWXG | S_IRWXO;
+constexpr int creation_attempts = 200;
 constexpr int most_links = 40; // as many as the kernel follows
 
 descriptor_t open_file(const std::string& path, int flags) {
@@ -182,8 +185,16 @@ bool replace_file(const std::wstring& path, std::string_view bytes) {
 }
 
 bool overwrite_file(const std::wstring& path, std::string_view bytes) {
-    const auto target = find_target(to_utf8(path));
-    return target && (replace(*target, bytes) || write_in_place(target->file, bytes));
+    // While another process creates the file in the same way, its draft is locked. Soon the file exists.
+    for (int attempt = 0; attempt < creation_attempts; ++attempt) {
+        const auto target = find_target(to_utf8(path));
+        if (!target)
+            return false;
+        if (replace(*target, bytes) || write_in_place(target->file, bytes))
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return false;
 }
 
 bool may_replace(const std::wstring& path) {
