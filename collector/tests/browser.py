@@ -42,11 +42,9 @@ class Browser:
             message = json.loads(text)
         return message
 
-    def open(self, url, width=1280, scripts=True, dark=False):
+    def open(self, url, width=1280, scripts=True):
         self.call("Emulation.setDeviceMetricsOverride", width=width, height=900, deviceScaleFactor=1, mobile=False)
         self.call("Emulation.setScriptExecutionDisabled", value=not scripts)
-        self.call("Emulation.setEmulatedMedia",
-                  features=[{"name": "prefers-color-scheme", "value": "dark" if dark else "light"}])
         loader = self.call("Page.navigate", url=url)["loaderId"]
         self.wait(lambda message: message.get("params", {}).get("loaderId") == loader and
                   message["params"].get("name") == "load")

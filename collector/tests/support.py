@@ -12,6 +12,7 @@ import subprocess
 import sys
 import tempfile
 import time
+import unittest
 
 TESTS = os.path.dirname(os.path.abspath(__file__))
 COLLECTOR = os.environ.get("OSTREL_TEST_COLLECTOR", os.path.dirname(TESTS))
@@ -133,6 +134,19 @@ class Collector:
     def remove(self):
         self.stop()
         shutil.rmtree(self.outer)
+
+
+class CollectorTest(unittest.TestCase):
+    """Tests that share a collector, which is empty before each."""
+    options = ()
+
+    @classmethod
+    def setUpClass(cls):
+        cls.collector = Collector(*cls.options)
+        cls.addClassCleanup(cls.collector.remove)
+
+    def setUp(self):
+        self.collector.clear()
 
 
 def ask(connection, method="POST", path="/collect", body=None, headers=None):

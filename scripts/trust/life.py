@@ -1,207 +1,172 @@
-"""Many processes at once, kills, ends of processes, forks, reloading, threads, and a very long queue."""
+"""Processes that share a profile, are killed, exit, fork or reload the library, and a long queue."""
 import collections
 import contextlib
-import multiprocessing
-import os
-import pathlib
 import random
 import re
 import subprocess
 import sys
+import threading
 import time
-import xml.etree.ElementTree
 
-from host import Host, Profile, environment, expect
-from peers import OK, Nginx, Peer, keeps_silent
-
-ID = re.compile(r"[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}")
+from faults import DAYS, ITEM, UUID
+from host import Host, Profile, environment, expect, wait_for
+from peers import Nginx, Peer, keeps_silent
 
 
-# --- processes that share a profile ------------------------------------------------------------------------------
-
-def flaw(path):
-    """What is wrong with a file of ours; nothing where it is well-formed or has just gone."""
-    try:
-        content = path.read_bytes()
-    except OSError:
-        return None
-    if path.suffix in (".tmp", ".lock"):
-        return None  # drafts and locks are not read by anybody
-    if path.name == "virk":
-        return None if content in (b"0", b"1") else f"virk holds {content!r}"
-    try:
-        root = xml.etree.ElementTree.fromstring(content)
-    except xml.etree.ElementTree.ParseError as error:
-        return f"{path.name}: {error}: {content[:80]!r}"
-    if path.name == "uuid.xml" and not ID.fullmatch(root.findtext("UUID") or ""):
-        return f"uuid.xml holds {content!r}"
-    return None
+def is_whole(name, text):
+    def without_numbers(text):
+        return re.sub(r">\d+<", "><", text)
+    return {"virk": text in ("0", "1"),
+            "uuid.xml": re.sub("[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}", "ID", text) == UUID.format("ID"),
+            "last_active_dates.xml": without_numbers(text).replace(without_numbers(ITEM.format(1)), "") == DAYS.format("")
+            }.get(name, True)
 
 
-def watch(profile, stop, results):
-    company = profile.virk.parent
-    paths = [profile.virk, *(company / "trust/settings/statistic" / name
-                             for name in ("uuid.xml", "last_active_dates.xml"))]
-    looks, flaws = 0, []
-    while not stop.is_set():
-        for path in paths:
-            looks += 1
-            if (found := flaw(path)) and len(flaws) < 5:
-                flaws.append(found)
-    results.put((looks, flaws))
+def expect_whole(profile):
+    for name, content in profile.contents().items():
+        expect(f"{name} is the old or the new file", is_whole(name, content.decode()), content[-200:])
 
 
-def all_at_once(peer, profile, count):
-    hosts = [Host(profile, peer.url) for _ in range(count)]
-    try:
-        for commands in (["create"], ["consent 1"], [f"notify p{{}}_ 2"], ["destroy"], ["create", "notify p{}_ 2 2"],
-                         ["destroy"]):
+class Watcher(threading.Thread):
+    """Reads the files of a profile all the time."""
+
+    def __init__(self, profile):
+        super().__init__(daemon=True)
+        self.paths = [profile.virk, *(profile.settings() / name for name in ("uuid.xml", "last_active_dates.xml"))]
+        self.ended, self.looks, self.flaws = threading.Event(), 0, []
+
+    def run(self):
+        while not self.ended.is_set():
+            for path in self.paths:
+                with contextlib.suppress(FileNotFoundError):
+                    text = path.read_text()
+                    self.looks += 1
+                    self.flaws += [] if is_whole(path.name, text) else [f"{path.name}: {text[:80]!r}"]
+
+    def __enter__(self):
+        self.start()
+        return self
+
+    def __exit__(self, *_):
+        self.ended.set()
+        self.join()
+
+
+def use_concurrently(peer, profile, count):
+    """Each process makes two objects, and all of them start each step together."""
+    with contextlib.ExitStack() as stack:
+        hosts = [stack.enter_context(Host(profile, peer.url)) for _ in range(count)]
+        for step in ("create", "consent 1", "notify p{}_ 2", "destroy", "create", "notify p{}_ 2 2", "destroy"):
             for number, host in enumerate(hosts):
-                for command in commands:
-                    host.send(command.format(number))
+                host.send(step.format(number))
             for host in hosts:
-                for _ in commands:
-                    host.answer()
+                host.answer()
         for host in hosts:
             host.end()
-    finally:
-        for host in hosts:
-            host.__exit__()
 
 
-def together(full, count, rounds_in_ci):
-    rounds, looks, ids = 50 if full else rounds_in_ci, 0, 0
-    for _ in range(rounds):
-        with Peer() as peer, Profile(consent=False) as profile:
-            stop, results = multiprocessing.Event(), multiprocessing.Queue()
-            watcher = multiprocessing.Process(target=watch, args=(profile, stop, results))
-            watcher.start()
-            try:
-                all_at_once(peer, profile, count)
-            finally:
-                stop.set()
-                seen, flaws = results.get(timeout=60)
-                watcher.join()
-            expect("files are well-formed whenever looked at", not flaws, flaws)
-            expect("nothing but the files is left", [path.name for path in profile.files()] ==
-                   ["last_active_dates.xml", "uuid.xml", "virk"], profile.files())
-            of_process = collections.defaultdict(list)
-            for body in peer.bodies:
-                of_process[re.search("el=p(\\d+)_", body)[1]].append(re.search("cid=([^&]*)", body)[1])
-            # Two objects of one process: each keeps its id; the second reads the one that was written last.
-            for number, used in of_process.items():
-                expect("one id for an object's life", len(used) == 4 and len(set(used[:2])) == len(set(used[2:])) == 1,
-                       (number, used))
-            expect("all report", len(of_process) == count, len(of_process))
-            expect("all later objects have the id on file", len({used[2] for used in of_process.values()}) == 1)
-            looks, ids = looks + seen, max(ids, len({used[0] for used in of_process.values()}))
-    return (f"{rounds} rounds of {count}: {looks} looks at files, each well-formed; all {count * 4} hits of each "
-            f"round arrived, one id for each object; up to {ids} ids before the first was on file")
-
-
-def sixteen_processes(full):
-    return together(full, 16, rounds_in_ci=5)
-
-
-def killed_while_saving(full, counts=(500, 60)):
-    """The days of use of ten years, so that saving takes a while, and a kill somewhere in it."""
-    rounds, outcomes, locks, drafts = counts[0 if full else 1], collections.Counter(), 0, 0
-    item = '  <item>\n    <D type="int">{}</D>\n    <M type="int">3</M>\n    <Y type="int">2014</Y>\n  </item>\n'
-    old = '<?xml version="1.0"?>\n<bag>\n' + "".join(item.format(1 + day % 28) for day in range(3650)) + "</bag>\n"
-    with Peer() as peer, Profile() as profile:
-        folder = profile.settings()
-        folder.mkdir(parents=True)
-        days, lock = folder / "last_active_dates.xml", folder / "last_active_dates.lock"
-        longest = 0.02
-        for number in range(rounds):
-            days.write_text(old)
-            before = profile.virk.read_text()
-            folder.joinpath("uuid.xml").unlink(missing_ok=True)
-            with Host(profile, peer.url) as host:
-                host.tell("create") if number % 4 else host.send("create")
-                host.send(f"consent {number % 2}")
-                host.send("notify n 1")
-                if number % 4:
-                    host.answer(), host.answer()
-                if number % 20 == 1:  # how long it takes when it is left alone
-                    longest = max(longest, host.tell("destroy")[0] / 1000)
-                else:
-                    host.send(f"die {random.uniform(0, longest) * 1000}")
-                    host.send("destroy")
-                    # A TerminateProcess may hang in Wine, with the threads stopped. What is left is killed here.
-                    with contextlib.suppress(subprocess.TimeoutExpired):
-                        host.process.wait(10)
-            now = days.read_text()
-            expect("the days are the old or the new ones", now == old or (now.startswith(old[:-7]) and
-                   now.count("<item>") == 3651 and now.endswith("</item>\n</bag>\n")), now[-200:])
-            for path in profile.files():
-                expect("a file is whole", not (found := flaw(path)), found)
-            expect("the answer is the old or the new one", profile.virk.read_text() in (before, str(number % 2)))
-            outcomes["old" if now == old else "new"] += 1
-            locks += lock.exists()
-            lock.unlink(missing_ok=True)  # by hand, as documented
-            left = [path.name for path in profile.files() if path.suffix == ".tmp"]
-            expect("drafts do not pile up", len(left) <= 3, left)
-            drafts = max(drafts, len(left))
-        with Host(profile, peer.url) as host:
-            for command in ("create", "notify n 1", "destroy"):
-                host.tell(command)
-            host.end()
-    return (f"{rounds} kills: days of use {outcomes['old']} times the old, {outcomes['new']} times the new file, never "
-            f"another; {locks} times the lock file stayed; never more than {drafts} drafts (.tmp) beside the files")
-
-
-# --- ends of processes -------------------------------------------------------------------------------------------
-
-def ending(line, prepare, logs, silent=False):
+def share_profile(count, rounds):
     def case(full):
-        rounds, longest = 20 if full else 3, 0.0
-        with Peer() as peer, Profile() as profile:
-            if silent:
-                peer.behave = keeps_silent(peer.ended)
-            for _ in range(rounds):
-                with Host(profile, peer.url, logs=logs) as host:
-                    for command in prepare:
-                        host.tell(command)
-                    longest = max(longest, host.end(line))
-        expect("ends at once", longest < 4 or not silent, longest)
-        return f"{rounds} times status 0, at most {longest * 1000:.0f} ms"
+        looks = 0
+        for _ in range(50 if full else rounds):
+            with Peer() as peer, Profile(None) as profile:
+                with Watcher(profile) as watcher:
+                    use_concurrently(peer, profile, count)
+                looks += watcher.looks
+                expect("files are whole at every moment", not watcher.flaws, watcher.flaws[:5])
+                expect("only the files are left", sorted(profile.contents()) == [
+                    "last_active_dates.xml", "uuid.xml", "virk"], profile.contents())
+                ids = collections.defaultdict(list)
+                for body in peer.bodies:
+                    ids[re.search(r"el=p(\d+)_", body)[1]].append(re.search("cid=([^&]*)", body)[1])
+            expect("each process reports", len(ids) == count, len(ids))
+            for used in ids.values():
+                expect("the first object has one id", len(set(used[:2])) == 1, used)
+                expect("four hits arrive, the later ones with the stored id", used[2:] == ids["0"][2:] and
+                       len(used) == 4 and used[2] == used[3], (used, ids))
+        return f"{looks} looks at files of {count} processes"
     return case
 
 
-def endings():
-    live = {"live handle": ["create", "notify n 20"], "live shared object": ["get"],
-            "live handle, four threads reporting": ["create", "busy 4"]}
-    for logs, who in ((False, "host without a log"), (True, "host with log4cplus")):
-        for name, prepare in live.items():
-            for line, how in (("return", "returns from main"), ("leave exit", "exit"), ("leave _exit", "_exit")):
-                yield f"{who}, {name}, {how}", ending(line, prepare, logs)
-    yield "live handle, silent collector, returns from main", ending("return", ["create", "notify n 3"], False, True)
-    yield "live handle, silent collector, exit, log4cplus", ending("leave exit", ["create", "notify n 3"], True, True)
+def killed_while_saving(ci_rounds):
+    """Ten years of days of use make saving slow enough for kills."""
+    def case(full):
+        rounds, outcomes, longest = 500 if full else ci_rounds, collections.Counter(), 0
+        old = DAYS.format("".join(ITEM.format(1 + day % 28) for day in range(3650)))
+        with Peer() as peer, Profile() as profile:
+            days, lock = (profile.settings() / f"last_active_dates.{suffix}" for suffix in ("xml", "lock"))
+            for number in range(rounds):
+                days.write_text(old)
+                days.with_name("uuid.xml").unlink(missing_ok=True)
+                with Host(profile, peer.url) as host:
+                    host.tell("create")
+                    start = time.monotonic()
+                    host.send(f"consent {number % 2}", "notify n", "destroy")
+                    if number % 20 != 1:
+                        time.sleep(random.uniform(0, longest))
+                    else:  # measures how long saving takes
+                        host.answer(), host.answer(), host.answer()
+                        longest = max(longest, time.monotonic() - start)
+                expect_whole(profile)
+                outcomes[days.read_text().count("<item>")] += 1
+                outcomes["locks"] += lock.exists()
+                lock.unlink(missing_ok=True)  # by hand, as documented
+                drafts = [name for name in profile.contents() if name.endswith(".tmp")]
+                expect("drafts do not pile up", len(drafts) <= 3, drafts)
+            with Host(profile, peer.url) as host:
+                host.tell("create", "notify n", "destroy")
+                host.end()
+        expect("no day is lost", set(outcomes) <= {3650, 3651, "locks"}, outcomes)
+        return f"{rounds} kills: {outcomes[3650]} old files, {outcomes[3651]} new ones, {outcomes['locks']} lock files left"
+    return case
+
+
+def ending(prepare, line, logs, behave=None):
+    """Wine itself hangs in some processes that exit (docs/guarantees.md), so a third of them may."""
+    def case(full):
+        longest, hung, rounds = 0, 0, (40 if full else 6) if Host.windows else (20 if full else 3)
+        with Peer(behave) as peer, Profile() as profile:
+            for _ in range(rounds):
+                with Host(profile, peer.url, logs=logs) as host:
+                    host.tell(*prepare)
+                    try:
+                        longest = max(longest, host.end(line, 10 if Host.windows else None))
+                    except subprocess.TimeoutExpired:
+                        hung += 1
+        expect("two processes in three exit", hung * 3 <= rounds, hung)
+        expect("exit waits for no collector", longest < 4, longest)
+        return f"{rounds} processes, {hung} hung, the others had status 0 after at most {longest * 1000:.0f} ms"
+    return case
+
+
+def endings(hosts, states):
+    """The host returns from main, calls exit, and calls _exit (on Windows ExitProcess)."""
+    states = {"live handle": ["create", "notify n 20"]} | states
+    cases = {f"host {name}, {state}, {line}": ending(commands, line, logs) for name, logs in hosts.items()
+             for state, commands in states.items() for line in ("return", "leave exit", "leave")}
+    return cases | {f"host {name}, silent collector, {line}": ending(states["live handle"], line, logs, keeps_silent)
+                    for (name, logs), line in zip(hosts.items(), ("return", "leave exit"))}
 
 
 def forked(full):
     rounds = 50 if full else 5
     for logs in (False, True):
         with Peer() as peer, Profile() as profile, Host(profile, peer.url, logs=logs) as host:
-            host.tell("create")
-            host.tell("get")
+            host.tell("create", "get")
             for number in range(rounds):
-                host.tell(f"notify n 100 {number * 100}")  # the sending thread is at work when the fork comes
-                expect("the child ends", (ended := host.tell("fork")[1]) == "exit 0", ended)
+                host.tell(f"notify n 100 {number * 100}")  # keeps the sending thread busy during the fork
+                _, status = host.tell("fork")
+                expect("the child exits with 0", status == "0", status)
             host.tell("destroy")
             host.end()
-            seen = collections.Counter(re.sub(r"\d", "", name) for name in peer.arrived())
-            expect("the parent delivers, the child what is its own",
+            seen = collections.Counter(re.sub(r"\d", "", label) for label in peer.arrived())
+            expect("the parent's hits and those of the child's own object arrive",
                    seen == {"n": rounds * 100, "child": rounds, "shared": 1}, seen)
-    return (f"2 x {rounds} forks with hits in flight: every child used and destroyed what it inherited, delivered from an "
-            f"object of its own and exited with 0; the parent delivered all {2 * rounds * 100}")
+    return f"{2 * rounds} children used and destroyed what they had inherited and delivered a hit each"
 
 
 RELOAD = """
 import _ctypes, ctypes, os, sys
-def state(): return [len(os.listdir("/proc/self/fd")), len(os.listdir("/proc/self/task")),
-                     int(open("/proc/self/statm").read().split()[1]) * 4]
 def cycle():
     library = ctypes.CDLL(sys.argv[1])
     library.ostrel_create_statistic.restype = ctypes.c_void_p
@@ -209,10 +174,10 @@ def cycle():
     library.ostrel_notify_feature_usage(handle, b"run.reloaded")
     library.ostrel_destroy_statistic(handle)
     _ctypes.dlclose(library._handle)
-for _ in range(20): cycle()
-before = state()
-for _ in range(int(sys.argv[2])): cycle()
-print(*before, *state(), int("libostrel" in open("/proc/self/maps").read()))
+for rounds in 20, int(sys.argv[2]):
+    for _ in range(rounds): cycle()
+    print(len(os.listdir("/proc/self/fd")), len(os.listdir("/proc/self/task")),
+          int(open("/proc/self/statm").read().split()[1]) * 4)
 """
 
 
@@ -220,74 +185,51 @@ def reloaded(full):
     rounds = 200 if full else 40
     library = next((Host.build / "src").glob("libostrel.so.?.?.?"))
     with Peer() as peer, Profile() as profile:
-        run = subprocess.run([sys.executable, "-c", RELOAD, str(library), str(rounds)], capture_output=True, text=True,
-                             timeout=600, env=environment(profile, peer.url), check=False)
-        expect("the host lives and ends with 0", run.returncode == 0, (run.returncode, run.stderr[-500:]))
-        *numbers, mapped = map(int, run.stdout.split())
-        expect("all arrived", len(peer.bodies) == rounds + 20, len(peer.bodies))
-    expect("descriptors and threads stay", numbers[:2] == numbers[3:5], numbers)
-    expect("memory stays", numbers[5] - numbers[2] < 1024, numbers)
-    return (f"{rounds} times: {numbers[0]} descriptors and {numbers[1]} threads before and after, resident memory "
-            f"{numbers[5] - numbers[2]:+d} KiB; the library is {'still' if mapped else 'not'} mapped afterwards")
+        output = subprocess.run([sys.executable, "-c", RELOAD, library, str(rounds)], stdout=subprocess.PIPE, text=True,
+                                env=environment(profile, peer.url), check=True).stdout
+        expect("all hits arrive", len(peer.bodies) == rounds + 20, len(peer.bodies))
+    *before, old_memory, descriptors, threads, memory = map(int, output.split())
+    expect("descriptors and threads stay", before == [descriptors, threads], output)
+    expect("memory stays", memory - old_memory < 1024, output)
+    return f"{rounds} times: {before[0]} descriptors, {before[1]} threads, {memory - old_memory:+d} KiB"
 
 
 def threads(_full):
     with Peer() as peer, Profile() as profile, Host(profile, peer.url) as host:
-        (_, bare), _ = host.state()
-        host.tell("create")
-        host.tell("notify n 1")
-        (_, one), _ = host.state()
-        host.tell("get")
-        (_, two), _ = host.state()
-        host.tell("destroy")
+        before = host.state()
+        for command, added in {"create": 1, "get": 2, "destroy": 1}.items():
+            host.tell(command)
+            wait_for(f"threads after {command}", lambda: host.state()[1], before[1] + added, 10)
         host.tell("release")
-        (_, none), _ = host.state()
+        host.settle(before)
         host.end()
-    expect("one thread an object", (one, two, none) == (bare + 1, bare + 2, bare), (bare, one, two, none))
-    return f"{bare} in a host that has only loaded the library (log4cplus's pool); +1 for each object, none afterwards"
+    return f"{before[1]} without an object, +1 for each"
 
-
-# --- many threads, many hits -------------------------------------------------------------------------------------
 
 def storm(full):
     rounds = 50 if full else 10
     with Peer() as peer, Profile() as profile, Host(profile, peer.url) as host:
-        for _ in range(rounds):  # a fresh list of days for each, so that eight threads record the first one
+        for _ in range(rounds):  # without the file, eight threads record the first day
             profile.settings("storm").joinpath("last_active_dates.xml").unlink(missing_ok=True)
             host.tell("storm")
         host.end()
-        return f"{rounds} rounds of 8 threads; {len(peer.bodies)} hits arrived over {peer.connections} connections"
+        return f"{rounds} rounds of 8 threads, {len(peer.bodies)} hits"
 
 
-def million(full, count_in_ci=20_000):
-    count = 1_000_000 if full else count_in_ci
-    with Nginx() as collector, Profile() as profile, Host(profile, collector.url) as host:
-        host.PATIENCE = 3600
-        host.tell("create warm-up")
-        host.tell("destroy")
-        (_, before) = host.state()
-        host.tell("create")
-        queued_in, _ = host.tell(f"notify n {count}")
-        (_, peak) = host.state()
-        start = time.monotonic()
-        host.send("destroy")
-        while (seen := len(collector.arrived())) < count:
-            expect("hits keep arriving", time.monotonic() - start < 1800, seen)
-            expect("the host lives", host.process.poll() is None, host.process.poll())
-            time.sleep(2 if count > 20_000 else 0.1)
-        host.answer()
-        (_, after) = host.state()
-        host.end()
-        seen = collector.arrived()
-        expect("all arrive in order", seen == [f"n{number}" for number in range(count)], len(seen))
-    expect("memory is bounded by the queue", peak - before < count * 0.6 + 8192, (before, peak))
-    return (f"{count} hits, queued in {queued_in / 1000:.1f} s, delivered after {time.monotonic() - start:.0f} s more, in "
-            f"order; resident {before} KiB before, {peak} with the queue full "
-            f"({(peak - before) * 1024 / count:.0f} bytes a hit), {after} after")
-
-
-PROCESSES = {"16 processes on a fresh profile": sixteen_processes, "kill -9 while saving": killed_while_saving,
-             "fork": forked, "dlopen, use, dlclose": reloaded, "threads": threads}
-ENDS = dict(endings())
-STORM = {"eight threads": storm}
-MILLION = {"a long queue": million}
+def queue(ci_count):
+    def case(full):
+        count = 1_000_000 if full else ci_count
+        with Nginx() as collector, Profile() as profile, Host(profile, collector.url) as host:
+            host.tell("create warm-up", "destroy")
+            before = host.state()[2]
+            host.tell("create")
+            queued, _ = host.tell(f"notify n {count}")
+            peak = host.state()[2]
+            delivered, _ = host.tell("destroy")
+            after = host.state()[2]
+            host.end()
+            wait_for("number of hits", lambda: len(collector.arrived()), count)
+            expect("hits arrive in order", collector.arrived() == [f"n{number}" for number in range(count)])
+        expect("memory is bounded by the queue", peak - before < count * 0.6 + 8192, (before, peak))
+        return f"{count} queued in {queued:.0f} ms, delivered in {delivered:.0f} ms; KiB: {before}, {peak}, {after}"
+    return case

@@ -1,128 +1,52 @@
-# Installs the library, on Windows from the package, and builds and runs the example hosts as strangers would: with
-# CMake, without it, and with the library as a part of their own project.
+# Installs the library, on Windows from the package, and builds and runs the example hosts outside the tree: with CMake,
+# without it, and with the library as a part of their own project.
 cmake_minimum_required(VERSION 3.25)
 
-function(run)
-  execute_process(COMMAND ${ARGV} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
-  if(NOT status EQUAL 0)
-    fail("${ARGV}\n${output}")
-  endif()
-endfunction()
-
 function(fail text)
-  cleanup()
-  message(FATAL_ERROR "${text}")
-endfunction()
-
-function(cleanup)
   if(WINDOWS)
     execute_process(COMMAND ${emulator} --end)
   endif()
   file(REMOVE_RECURSE "${folder}")
+  message(FATAL_ERROR "${text}")
 endfunction()
 
+# Runs a command that must end with a status, and leaves its text in output.
 function(expect_status expected)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status TIMEOUT 60)
-  if(NOT status EQUAL expected)
-    fail("${ARGN}: ${status} instead of ${expected}")
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT status MATCHES "^${expected}")
+    fail("${ARGN}: ${status} instead of ${expected}\n${output}")
   endif()
+  set(output "${output}" PARENT_SCOPE)
 endfunction()
 
-# A host of another compiler: an exception that reaches it, a folder that cannot be made, and the C++ headers.
-function(try_foreign_host program)
-  expect_file("${folder}/foreign_host build/build.ninja" "lib/ostrel\\.lib")
-  expect_status(42 ${emulator} "${program}" !)
-  file(REMOVE_RECURSE "${company}")
-  file(TOUCH "${company}")
-  expect_status(1 ${emulator} "${program}")
-  file(REMOVE "${company}")
-  foreach(header ostrel/datetime ostrel/filelock ostrel/pellar_accessor ostrel/statistic settor2/product_locations
-                 kiln2/path)
-    execute_process(COMMAND clang ${abi} -x c++ -fsyntax-only -I include include/${header}.h
-                    WORKING_DIRECTORY "${folder}/prefix" ERROR_VARIABLE output)
-    if(NOT output MATCHES "error: \"This header needs g")
-      fail("${header}.h does not say who can use it: ${output}")
-    endif()
-  endforeach()
+function(run)
+  expect_status(0 ${ARGN})
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+function(expect_text found content)
+  if(NOT found MATCHES "${content}")
+    fail("'${found}' instead of '${content}'")
+  endif()
 endfunction()
 
 function(expect_file path content)
   file(READ "${path}" found)
-  if(NOT found MATCHES "${content}")
-    fail("'${path}' holds '${found}' instead of '${content}'")
-  endif()
+  expect_text("${found}" "${content}")
+endfunction()
+
+function(write_project name languages)
+  list(JOIN ARGN "\n" text)
+  file(WRITE "${folder}/${name}/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)
+project(${name} LANGUAGES ${languages})\n${text}\n")
 endfunction()
 
 function(build_project name)
   run(${CMAKE_COMMAND} -S "${folder}/${name}" -B "${folder}/${name} build" -G "${GENERATOR}" ${options}
       "-DCMAKE_PREFIX_PATH=${folder}/prefix" "-DCMAKE_C_COMPILER=${C_COMPILER}"
       "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" ${options_of_${name}})
+  set(output_of_${name} "${output}" PARENT_SCOPE)
   run(${CMAKE_COMMAND} --build "${folder}/${name} build")
-endfunction()
-
-# A project of C alone whose flags are stricter than ours, as one unit under clang. Its own package comes first.
-function(write_parent)
-  file(WRITE "${folder}/parent/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)
-project(parent LANGUAGES C)
-add_compile_options(-Wall -Wextra -Wshadow -Wconversion -Werror)
-set(CPACK_PACKAGE_NAME parent)
-include(CPack)
-add_subdirectory(\"${SOURCE_DIR}\" ostrel)
-add_executable(c_part ../c_host/main.c)
-target_link_libraries(c_part PRIVATE ostrel::ostrel)
-add_subdirectory(../cpp_host cpp_host)
-install(TARGETS c_part)
-")
-endfunction()
-
-function(check_parent)
-  run(${CMAKE_COMMAND} --install "${folder}/parent build" --prefix "${folder}/installed parent")
-  run("${folder}/installed parent/bin/c_part")
-  run(${CMAKE_COMMAND} -DOSTREL_INSTALL=ON "${folder}/parent build")
-  expect_file("${folder}/parent build/CPackConfig.cmake" "CPACK_PACKAGE_NAME \"parent\"")
-endfunction()
-
-# C in the directory that asks for the package, C++ in another one only.
-function(write_mixed)
-  file(WRITE "${folder}/mixed/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)
-project(mixed LANGUAGES C)
-add_subdirectory(other)
-add_subdirectory(../c_host c_host)
-")
-  file(WRITE "${folder}/mixed/other/CMakeLists.txt" "project(other LANGUAGES CXX)\n")
-endfunction()
-
-function(check_version_is_exact)
-  file(WRITE "${folder}/older/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)
-project(older LANGUAGES C)
-find_package(ostrel 1.5)
-find_package(ostrel CONFIG REQUIRED)
-if(NOT ostrel_VERSION MATCHES \"^[0-9.]+$\")
-  message(FATAL_ERROR \"'\${ostrel_VERSION}' is no version\")
-endif()
-")
-  execute_process(COMMAND ${CMAKE_COMMAND} -S "${folder}/older" -B "${folder}/older build"
-                          "-DCMAKE_PREFIX_PATH=${folder}/prefix"
-                  RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
-  if(NOT status EQUAL 0 OR NOT output MATCHES "name all three numbers")
-    fail("a request for version 1.5 is not explained:\n${output}")
-  endif()
-endfunction()
-
-# The folder of the settings cannot be made, which throws; without the variables nothing is tried.
-function(check_a_user_without_a_home)
-  set(ENV{NORVANE_STATISTICS_DISABLE} 1)
-  execute_process(COMMAND id -u OUTPUT_VARIABLE user)
-  if(user EQUAL 0)
-    set(as_nobody setpriv --reuid 65534 --regid 65534 --clear-groups)
-  endif()
-  execute_process(COMMAND ${as_nobody} env -u XDG_DATA_HOME HOME=/nonexistent "${folder}/plain_c"
-                  RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
-  if(NOT status MATCHES "abort" OR NOT output MATCHES "/nonexistent")
-    fail("without a home a host should abort and name it: ${status}\n${output}")
-  endif()
-  run(${as_nobody} env -u XDG_DATA_HOME -u HOME "${folder}/plain_c")
-  unset(ENV{NORVANE_STATISTICS_DISABLE})
 endfunction()
 
 set(temporary "$ENV{TMPDIR}")
@@ -134,7 +58,7 @@ set(folder "${temporary}/ostrel consumer ${unique}")
 set(data "${folder}/data")
 file(COPY "${SOURCE_DIR}/examples/" DESTINATION "${folder}")
 
-# Nobody listens there: what is tried here is whether the program finds its library and does its work.
+# Nobody listens there: a program has to find its library and to write its files.
 set(ENV{OSTREL_COLLECTION_URL} http://127.0.0.1:9/collect)
 set(ENV{OSTREL_CORPORATE_DOMAIN} localhost)
 set(ENV{XDG_DATA_HOME} "${data}")
@@ -159,7 +83,7 @@ if(WINDOWS)
   expect_file("${folder}/prefix/share/doc/ostrel/windows-hosts.md" "Windows")
   expect_file("${folder}/prefix/share/licenses/cli11/copyright" "[Cc]opyright")
   run(${emulator} "${folder}/prefix/bin/ostrelctl.exe" products)
-  # A host in C needs nothing but the package, one in C++ the headers of Boost as well.
+  # A host in C needs only the package, one in C++ the headers of Boost as well.
   set(options -DCMAKE_SYSTEM_NAME=Windows)
   set(options_of_cpp_host "-DBoost_ROOT=${LIBRARIES}")
   set(abi --target=x86_64-pc-windows-msvc)
@@ -169,20 +93,28 @@ if(WINDOWS)
       -o "${folder}/plain_c.exe")
   execute_process(COMMAND ${emulator} --data OUTPUT_VARIABLE data OUTPUT_STRIP_TRAILING_WHITESPACE)
 else()
-  set(hosts c_host cpp_host logging_host mixed)
+  set(hosts c_host cpp_host logging_host mixed older)
   set(programs "c_host build/c_host" plain_c "mixed build/c_host/c_host" "cpp_host build/cpp_host" plain_cpp)
   # A host in C needs no Boost.
   set(options_of_c_host -DCMAKE_DISABLE_FIND_PACKAGE_Boost=ON)
   set(options_of_mixed -DCMAKE_DISABLE_FIND_PACKAGE_Boost=ON)
-  write_mixed()
-  if(NOT SANITIZER) # clang's sanitizers and those of the build do not go together
+  # C in the folder that asks for the package, C++ in another one only.
+  write_project(mixed C "add_subdirectory(other)" "add_subdirectory(../c_host c_host)")
+  write_project(mixed/other CXX)
+  write_project(older C "find_package(ostrel 1.5)" "find_package(ostrel CONFIG REQUIRED)"
+                "if(NOT ostrel_VERSION MATCHES \"^[0-9.]+$\")" "message(FATAL_ERROR \"'\${ostrel_VERSION}'\")" "endif()")
+  if(NOT SANITIZER) # clang's sanitizers and those of the build do not work together
     list(APPEND hosts parent)
     list(APPEND programs "parent build/c_part" "parent build/cpp_host/cpp_host")
     set(options_of_parent -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_UNITY_BUILD=ON
                           -DCMAKE_UNITY_BUILD_BATCH_SIZE=0)
-    write_parent()
+    # A project of C alone with stricter flags, built as one unit by clang, with a package of its own.
+    write_project(parent C "add_compile_options(-Wall -Wextra -Wshadow -Wconversion -Werror)"
+                  "set(CPACK_PACKAGE_NAME parent)" "include(CPack)" "add_subdirectory(\"${SOURCE_DIR}\" ostrel)"
+                  "add_executable(c_part ../c_host/main.c)" "target_link_libraries(c_part PRIVATE ostrel::ostrel)"
+                  "add_subdirectory(../cpp_host cpp_host)" "install(TARGETS c_part)")
   endif()
-  # Component by component: what somebody has installed from this build by hand stays on record.
+  # Component by component: the record of an installation by hand from this build stays.
   foreach(component runtime development tools)
     run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${folder}/prefix" --component ${component})
     file(READ "${BUILD_DIR}/install_manifest_${component}.txt" installed)
@@ -212,16 +144,30 @@ foreach(program ${programs})
 endforeach()
 
 if(WINDOWS)
-  try_foreign_host("${folder}/${foreign_program}")
+  # A host of another compiler: its import library, an exception that reaches it, and the C++ headers.
+  expect_file("${folder}/foreign_host build/build.ninja" "lib/ostrel\\.lib")
+  expect_status(42 ${emulator} "${folder}/${foreign_program}" !)
+  foreach(header ostrel/datetime ostrel/filelock ostrel/pellar_accessor ostrel/statistic settor2/product_locations
+                 kiln2/path)
+    expect_status(1 clang ${abi} -x c++ -fsyntax-only -I "${folder}/prefix/include"
+                  "${folder}/prefix/include/${header}.h")
+    expect_text("${header}: ${output}" "error: \"This header needs g")
+  endforeach()
+  execute_process(COMMAND ${emulator} --end)
 else()
-  check_version_is_exact()
-  check_a_user_without_a_home()
+  expect_text("${output_of_older}" "name all three numbers")
+  # A host in C that cannot make its settings folder aborts and names it.
+  expect_status(".*abort" env -u XDG_DATA_HOME HOME=/dev/null "${folder}/plain_c")
+  expect_text("${output}" "/dev/null")
   if("parent" IN_LIST hosts)
-    check_parent()
+    run(${CMAKE_COMMAND} --install "${folder}/parent build" --prefix "${folder}/installed parent")
+    run("${folder}/installed parent/bin/c_part")
+    run(${CMAKE_COMMAND} -DOSTREL_INSTALL=ON "${folder}/parent build")
+    expect_file("${folder}/parent build/CPackConfig.cmake" "CPACK_PACKAGE_NAME \"parent\"")
   endif()
   run("${SOURCE_DIR}/scripts/uninstall.sh" "${folder}")
   if(EXISTS "${folder}/prefix")
-    fail("the uninstalled library has left something behind")
+    fail("uninstall.sh has left files")
   endif()
 endif()
-cleanup()
+file(REMOVE_RECURSE "${folder}")

@@ -1,5 +1,5 @@
-// A host that does what standard input tells it, a command a line, and answers each with what it cost:
-// scripts/trust/ makes it live through whatever a host's process may meet.
+// A host for scripts/trust/. It reads commands from standard input, one a line, and answers each with its
+// duration in milliseconds and its result.
 #include "ostrel/ostrel.h"
 #include "ostrel/statistic.h"
 #include "system.h"
@@ -14,7 +14,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <exception>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
@@ -29,7 +28,7 @@ using OSTREL_NAMESPACE::statistic_t;
 using arguments_t = std::istringstream;
 
 statistic_handle_t* handle = nullptr;
-// Static on purpose: a host that returns from main with it releases the object among its static destructors.
+// A host that returns from main releases it among the static destructors.
 boost::shared_ptr<statistic_t> shared;
 
 template <class T>
@@ -38,16 +37,7 @@ T next(arguments_t& arguments, T otherwise) {
     return arguments >> value ? value : otherwise;
 }
 
-std::string create(arguments_t& arguments) {
-    try {
-        handle = ostrel_create_statistic(next<std::string>(arguments, "trust").c_str(), "1.0");
-    } catch (const std::exception&) {
-        return "threw"; // the documented way of a settings folder that cannot be made
-    }
-    return "made";
-}
-
-// The names tell the order: run.NAME0, run.NAME1, ...
+// The names show the order: run.NAME0, run.NAME1, ...
 void notify(arguments_t& arguments) {
     const auto name = "run." + next<std::string>(arguments, "n");
     const int count = next(arguments, 1);
@@ -56,7 +46,7 @@ void notify(arguments_t& arguments) {
         ostrel_notify_feature_usage(handle, (name + std::to_string(i)).c_str());
 }
 
-/// Uses and destroys what the child has inherited, then something of its own.
+/// Uses and destroys inherited objects, then a new one.
 void be_child() {
     ostrel_notify_feature_usage(handle, "run.inherited");
     ostrel_destroy_statistic(handle);
@@ -74,7 +64,7 @@ void storm() {
         threads.emplace_back([&, index] {
             for (--waiting; waiting.load() > 0;)
                 std::this_thread::yield();
-            ostrel_notify_feature_usage(common, "run.storm"); // the first of the day for all threads at once
+            ostrel_notify_feature_usage(common, "run.storm"); // all threads record the first day
             ostrel_should_ask_user_consent(common);
             ostrel_set_statistic_collection_enabled(common, index % 4 != 0);
             statistic_t::get()->notify_feature_usage(L"run.storm");
@@ -87,8 +77,7 @@ void storm() {
     ostrel_destroy_statistic(common);
 }
 
-// Threads of the host that report while the process ends around them, with a pause of some milliseconds if
-// one is given.
+// Threads that report while the process exits, with a pause in milliseconds if one is given.
 void busy(arguments_t& arguments) {
     const int count = next(arguments, 4);
     const std::chrono::milliseconds pause(next(arguments, 0));
@@ -99,27 +88,18 @@ void busy(arguments_t& arguments) {
         }).detach();
 }
 
-// Kills the process after some milliseconds, whatever it does then.
-void die(arguments_t& arguments) {
-    const std::chrono::duration<double, std::milli> delay(next(arguments, 0.0));
-    std::thread([delay] {
-        std::this_thread::sleep_for(delay);
-        trust::kill_self();
-    }).detach();
-}
-
 std::string obey(const std::string& command, arguments_t& arguments) {
     if (command == "state")
         return trust::state();
-    if (command == "create")
-        return create(arguments);
     if (command == "consent") {
         ostrel_set_statistic_collection_enabled(handle, next(arguments, 1));
         return std::to_string(ostrel_should_ask_user_consent(handle));
     }
     if (command == "fork")
         return trust::fork_and_wait(&be_child);
-    if (command == "notify")
+    if (command == "create")
+        handle = ostrel_create_statistic(next<std::string>(arguments, "trust").c_str(), "1.0");
+    else if (command == "notify")
         notify(arguments);
     else if (command == "destroy")
         ostrel_destroy_statistic(std::exchange(handle, nullptr));
@@ -131,12 +111,10 @@ std::string obey(const std::string& command, arguments_t& arguments) {
         storm();
     else if (command == "busy")
         busy(arguments);
-    else if (command == "die")
-        die(arguments);
     else if (command == "child")
-        std::system("exit 0"); // what a process that is started looks like
+        std::system("exit 0"); // shows a started process to a trace
     else if (command == "leave")
-        next<std::string>(arguments, "") == "exit" ? std::exit(0) : trust::leave();
+        next<std::string>(arguments, "") == "exit" ? std::exit(0) : std::_Exit(0);
     else
         throw std::invalid_argument(command);
     return "done";

@@ -1,4 +1,4 @@
-// What the host for scripts/trust/ needs of the system.
+// The system calls of the host for scripts/trust/.
 #pragma once
 
 #include <string>
@@ -12,13 +12,7 @@ void use_data_folder();
 /// pages of 4 KiB.
 std::string state();
 
-/// Runs @p child in a forked child process. @return how the child ended
+/// Runs @p child in a forked child process. @return its status as waitpid(2) gives it
 std::string fork_and_wait(void (*child)());
-
-/// Ends the process without its exit handlers. On Windows libraries are still detached.
-[[noreturn]] void leave();
-
-/// Ends the process as another process would.
-[[noreturn]] void kill_self();
 
 } // namespace trust

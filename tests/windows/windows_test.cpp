@@ -1,4 +1,4 @@
-// What only Windows has: its proxy settings, registry, shared files, command lines and sessions.
+// Features of Windows alone: proxy settings, registry, shared files, command lines and sessions.
 #include "foundations/trace.h"
 #include "http_connector/proxy_discovery.h"
 #include "ostrel/datetime.h"
@@ -27,14 +27,14 @@
 using namespace test_support;
 using namespace OSTREL_NAMESPACE;
 
-// Through what stands in these, this program calls the system.
-extern "C" void *__imp_CreateFileW, *__imp_CreateProcessW, *__imp_GetSystemMetrics, *__imp_SHGetFolderPathW,
-    *__imp_WSAStartup, *__imp_WinHttpGetIEProxyConfigForCurrentUser, *__imp_WinHttpGetProxyForUrl,
-    *__imp_WinHttpOpen, *__imp__wsopen_s;
+// This program calls the system through these pointers.
+extern "C" void *__imp_CreateProcessW, *__imp_GetSystemMetrics, *__imp_SHGetFolderPathW, *__imp_WSAStartup,
+    *__imp_WinHttpGetIEProxyConfigForCurrentUser, *__imp_WinHttpGetProxyForUrl, *__imp_WinHttpOpen,
+    *__imp__wsopen_s;
 
 namespace {
 
-/// Points an import of this program elsewhere while it lives.
+/// Replaces an imported function of this program until destruction.
 class redirect_t {
 public:
     template <class Function>
@@ -70,7 +70,7 @@ std::string field(const std::string& text) {
     return field(static_cast<std::uint32_t>(text.size())) + text;
 }
 
-/// A profile whose machine has a registry of its own too; the user's belongs to every profile.
+/// A profile with a registry of the machine. The user's registry belongs to every profile.
 class windows : public testing::Test {
 protected:
     windows() {
@@ -114,7 +114,7 @@ BOOL WINAPI discover(HINTERNET /*session*/, LPCWSTR url, WINHTTP_AUTOPROXY_OPTIO
     return discovered.dwAccessType != 0;
 }
 
-int folders_that_fail = 0; ///< of those asked for next
+int folders_that_fail = 0; ///< number of next calls that fail
 std::vector<int> asked_folders;
 
 HRESULT WINAPI find_folder(HWND /*owner*/, int folder, HANDLE /*token*/, DWORD /*flags*/, LPWSTR path) {
@@ -127,23 +127,7 @@ int WINAPI metrics_of_a_remote_session(int index) {
     return index == 0x1000 ? 1 : 0;
 }
 
-decltype(&::CreateFileW) real_open = nullptr;
-
-HANDLE WINAPI open_on_a_read_only_drive(LPCWSTR path, DWORD access, DWORD sharing,
-                                        SECURITY_ATTRIBUTES* security, DWORD disposition, DWORD flags,
-                                        HANDLE like) {
-    if (access == GENERIC_READ)
-        return real_open(path, access, sharing, security, disposition, flags, like);
-    ::SetLastError(ERROR_WRITE_PROTECT);
-    return INVALID_HANDLE_VALUE;
-}
-
-errno_t __cdecl create_on_a_read_only_drive(int* descriptor, const wchar_t*, int, int, int) {
-    *descriptor = -1;
-    return EROFS;
-}
-
-/// What the system was asked, the numbers in the order of the arguments, pointers as whether they are null.
+/// Arguments of the last call in their order; a pointer counts as whether it is null.
 std::vector<std::uint64_t> asked;
 template <class... Arguments>
 void record(Arguments... arguments) {
@@ -182,7 +166,7 @@ errno_t __cdecl record_creation(int* descriptor, const wchar_t* /*path*/, int fl
 
 } // namespace
 
-TEST_F(windows, system_calls_get_the_documented_arguments_and_their_failures_are_reported) {
+TEST_F(windows, system_calls_get_documented_arguments_and_report_failures) {
     using numbers_t = std::vector<std::uint64_t>;
     const redirect_t processes(__imp_CreateProcessW, &record_process);
     const auto result = ostrel_platform::run_process(compose_command(L"C:\\tool.exe", {}));
@@ -220,7 +204,7 @@ TEST_F(windows, an_object_that_does_not_collect_asks_nothing_of_the_network) {
     EXPECT_NE(use(), 0U);
 }
 
-TEST_F(windows, proxies_come_from_the_browser_discovery_the_machine_and_only_then_the_variable) {
+TEST_F(windows, proxies_come_from_browser_discovery_machine_then_variable) {
     const redirect_t redirect(__imp_WinHttpGetProxyForUrl, &discover);
     const std::optional<std::string> none;
     wchar_t w2[] = L"w:2";
@@ -243,6 +227,7 @@ TEST_F(windows, proxies_come_from_the_browser_discovery_the_machine_and_only_the
     };
     const std::string sources[] = {"browser ", "discovery ", "machine ", "variable "};
     for (const auto& row : rows) {
+        SCOPED_TRACE("browser " + row.browser + ", machine " + row.machine.second);
         set_browser_proxy(row.browser);
         discovered = row.discovered;
         set_machine_proxy(row.machine.first, row.machine.second);
@@ -279,7 +264,7 @@ TEST_F(windows, the_product_name_is_a_text_of_at_most_255_characters_or_none) {
     }
 }
 
-TEST_F(windows, files_are_shared_except_for_the_time_and_the_replacement_of_one_in_use) {
+TEST_F(windows, files_in_use_are_shared_but_neither_timed_nor_replaced) {
     const fs::path file = profile.folder() / "file";
     std::ofstream writer(file);
     EXPECT_FALSE(datetime_t::file_time(wide(file)).is_valid());
@@ -319,7 +304,7 @@ TEST_F(windows, command_lines_arrive_in_quotes_with_nothing_escaped) {
                                  "\" \"\" \"a b\" \"c\"d\" \"e\\\" \"\u00e9\u4e2d %PATH% ^&\"\n";
     const auto result = ostrel_platform::run_process(command);
     EXPECT_TRUE(result.finished);
-    EXPECT_EQ(result.code, 259U); // what a running process has, too
+    EXPECT_EQ(result.code, 259U); // the code that stands for a running process
     EXPECT_EQ(read_file(out), expected);
     fs::remove(out);
     EXPECT_TRUE(ostrel_platform::start_detached(command));
@@ -342,6 +327,7 @@ TEST_F(windows, in_a_remote_session_no_tool_is_looked_for) {
 TEST_F(windows, folders_that_the_system_does_not_name_are_done_without) {
     const redirect_t redirect(__imp_SHGetFolderPathW, &find_folder);
     for (const int failures : {0, 1, 2}) {
+        SCOPED_TRACE(failures);
         folders_that_fail = failures;
         asked_folders.clear();
         const std::wstring found = failures < 2 ? L"C:\\found" : L"none";
@@ -366,20 +352,7 @@ TEST_F(windows, any_product_name_gives_a_folder_or_a_clear_failure) {
     EXPECT_TRUE(fs::is_empty(profile.company()));
 }
 
-TEST_F(windows, on_a_read_only_drive_everything_works_and_nothing_is_kept) {
-    fs::create_directories(profile.statistic_dir());
-    real_open = &::CreateFileW;
-    const redirect_t files(__imp_CreateFileW, &open_on_a_read_only_drive);
-    const redirect_t locks(__imp__wsopen_s, &create_on_a_read_only_drive);
-    statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
-    ostrel_notify_feature_usage(handle, "run.a");
-    ostrel_set_statistic_collection_enabled(handle, 1);
-    EXPECT_EQ(ostrel_should_ask_user_consent(handle), 1);
-    ostrel_destroy_statistic(handle);
-    EXPECT_TRUE(fs::is_empty(profile.statistic_dir()));
-}
-
-/// Also the tool of the test of command lines.
+/// With the variable set, this program is the tool that prints its command line.
 int main(int argc, char** argv) {
     if (const char* const out = std::getenv("OSTREL_TEST_PRINT_LINE_TO")) {
         std::ofstream(out, std::ios::binary) << ostrel_platform::to_utf8(::GetCommandLineW()) + "\n";

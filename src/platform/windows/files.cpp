@@ -137,7 +137,7 @@ bool overwrite_file(const std::wstring& path, std::string_view bytes) {
             break;
         ::Sleep(1);
     }
-    const disk_file_t opened(path, GENERIC_WRITE, OPEN_ALWAYS);
+    const disk_file_t opened(path, GENERIC_WRITE, OPEN_EXISTING);
     return opened.is_on_disk() && write_all(opened.file.get(), bytes) &&
            end_file(opened.file.get(), bytes.size());
 }

@@ -3,8 +3,6 @@
 #include "ostrel/ostrel.h"
 #include "settor2/product_locations_c.h"
 
-typedef unsigned short utf16_t;
-
 typedef struct exception_t {
     struct {
         unsigned long code;
@@ -14,35 +12,12 @@ typedef struct exception_t {
 __declspec(dllimport) void ExitProcess(unsigned int status);
 __declspec(dllimport) int TerminateProcess(void* process, unsigned int status);
 __declspec(dllimport) void* GetCurrentProcess(void);
-__declspec(dllimport) utf16_t* GetCommandLineW(void);
-__declspec(dllimport) unsigned long GetFileAttributesW(const utf16_t* path);
+__declspec(dllimport) unsigned short* GetCommandLineW(void);
 __declspec(dllimport) void* SetUnhandledExceptionFilter(long (*filter)(exception_t*));
-__declspec(dllimport) long SHGetFolderPathW(void* owner, int folder, void* token, unsigned long flags,
-                                            utf16_t* path);
-__declspec(dllimport) int SHCreateDirectoryExW(void* owner, const utf16_t* path, const void* security);
 
-enum { local_app_data = 0x1C, is_folder = 0x10, nothing = -1, cxx_exception = 0x20474343 };
-enum { ok, no_folder, answer_lost, nothing_thrown, ended_by_filter = 42 };
-
-/* Whether the folder of the library's data exists or was made now. ostrel_create_statistic throws without it.
- */
-static int has_data_folder(const char* below_local_app_data) {
-    static utf16_t path[1024];
-    SHGetFolderPathW(0, local_app_data, 0, 0, path);
-    utf16_t* end = path;
-    while (*end != 0)
-        ++end;
-    while (*below_local_app_data != 0)
-        *end++ = (utf16_t)*below_local_app_data++;
-    *end = 0;
-    SHCreateDirectoryExW(0, path, 0);
-    const unsigned long attributes = GetFileAttributesW(path);
-    return attributes != (unsigned long)nothing && (attributes & is_folder) != 0;
-}
+enum { cxx_exception = 0x20474343, ended_by_filter = 42, nothing_thrown = 1 };
 
 static int use_library(void) {
-    if (!has_data_folder("\\Norvane Corporation\\foreign_host\\settings\\statistic"))
-        return no_folder;
     const settor2_product_locations_t locations = {{2, 7, 312}, "foreign_host", ".", "", 0};
     settor2_install_product_locations(&locations);
     statistic_handle_t* const handle = ostrel_create_statistic("foreign_host", "1.0");
@@ -51,7 +26,7 @@ static int use_library(void) {
     const int must_ask = ostrel_should_ask_user_consent(handle);
     ostrel_destroy_statistic(handle);
     settor2_install_product_locations(0);
-    return must_ask ? answer_lost : ok;
+    return must_ask;
 }
 
 /* Runs before any frame is unwound: this compiler's frames cannot be unwound by the library's exception. */
@@ -71,7 +46,7 @@ static int fail_to_create(void) {
 }
 
 void mainCRTStartup(void) {
-    const utf16_t* end = GetCommandLineW();
+    const unsigned short* end = GetCommandLineW();
     while (*end != 0)
         ++end;
     ExitProcess(end[-1] == '!' ? fail_to_create() : use_library());

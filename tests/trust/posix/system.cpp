@@ -1,8 +1,6 @@
-// What the host for scripts/trust/ needs of the system, on POSIX.
+// The system calls of the host for scripts/trust/, on POSIX.
 #include "../system.h"
 
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sys/wait.h>
@@ -18,9 +16,9 @@ std::string entries(const char* folder) {
 
 } // namespace
 
-void use_data_folder() {} // the library takes it from the environment itself
+void use_data_folder() {} // the library reads the same variable
 
-// The descriptor that lists them is one of them.
+// The descriptor that lists the folder counts, too.
 std::string state() {
     std::ifstream memory("/proc/self/statm");
     std::string resident;
@@ -38,17 +36,7 @@ std::string fork_and_wait(void (*child)()) {
     }
     int status = 0;
     ::waitpid(process, &status, 0);
-    return WIFEXITED(status) ? "exit " + std::to_string(WEXITSTATUS(status))
-                             : "signal " + std::to_string(WTERMSIG(status));
-}
-
-void leave() {
-    ::_exit(0);
-}
-
-void kill_self() {
-    ::raise(SIGKILL);
-    std::abort();
+    return std::to_string(status);
 }
 
 } // namespace trust

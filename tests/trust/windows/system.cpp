@@ -1,4 +1,4 @@
-// What the host for scripts/trust/ needs of the system, on Windows.
+// The system calls of the host for scripts/trust/, on Windows.
 #include "../system.h"
 
 #include "support/system.h"
@@ -28,15 +28,6 @@ std::string state() {
 
 std::string fork_and_wait(void (*)()) {
     throw std::logic_error("Windows has no fork");
-}
-
-void leave() {
-    ::ExitProcess(0);
-}
-
-void kill_self() {
-    ::TerminateProcess(::GetCurrentProcess(), 0);
-    std::abort();
 }
 
 } // namespace trust
