@@ -9,8 +9,8 @@ namespace kiln2 {
 
 /// A file-system path as wide text: UTF-16 on Windows, UTF-32 on Linux.
 ///
-/// A plain value. Only exists() accesses files. Malformed parts of the text are left out when a path is passed
-/// to the file system.
+/// A plain value. Only exists() accesses files. Malformed parts of the text are left out when a path is
+/// passed to the file system.
 class OSTREL_API path_t {
 public:
     /// The empty path.
