@@ -4,6 +4,7 @@
 #include "statistic_impl/last_active_dates.h"
 #include "support/collector.h"
 #include "support/profile.h"
+#include "support/programs.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,5 +1,6 @@
 // "ostrelctl watch": what a command posts is shown, and the command is left alone.
 #include "support/profile.h"
+#include "support/programs.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
