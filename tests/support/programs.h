@@ -25,7 +25,4 @@ struct finished_t {
 /// Runs a program to its end. @param words its path and its arguments; UTF-8
 finished_t run_program(const std::vector<std::string>& words);
 
-/// How many threads this process has; on Windows only.
-std::size_t count_threads();
-
 } // namespace test_support

@@ -19,6 +19,9 @@ public:
     ~local_app_data_t();
 };
 
+/// How many threads this process has; on Windows only.
+std::size_t count_threads();
+
 /// What main was given, without the program's own name; UTF-8.
 std::vector<std::string> utf8_arguments(int argc, char** argv);
 
