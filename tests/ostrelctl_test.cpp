@@ -1,5 +1,6 @@
 // The inspection tool: it says what the library does, and changes nothing but the recorded answer.
 #include "support/profile.h"
+#include "support/programs.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 // "ostrelctl watch": shows what a command posts, and changes nothing else for it.
 #include "support/profile.h"
+#include "support/programs.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 // The inspection tool on POSIX: modes, devices and signals.
 #include "support/posix/user.h"
 #include "support/profile.h"
+#include "support/programs.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 // "ostrelctl watch" where only Windows has the situation: exit codes of 32 bits and batch files.
 #include "support/profile.h"
+#include "support/programs.h"
 
 #include <gtest/gtest.h>
 
