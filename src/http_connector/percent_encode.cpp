@@ -24,6 +24,7 @@ constexpr std::array<bool, 128> mark_unreserved() {
 
 bool is_unreserved(wchar_t unit) {
     static constexpr std::array<bool, 128> marks = mark_unreserved();
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): a wide character, whose negative values become too large
     const auto code = static_cast<std::uint32_t>(unit);
     return code < marks.size() && marks[code];
 }

@@ -21,7 +21,7 @@ namespace kiln2 {
 using variant_t = std::variant<std::monostate, std::int32_t, std::wstring>;
 
 /// Named values, and nested bags. Nested bags may share a name and keep their order.
-class variant_bag_t {
+class variant_bag_t { // NOLINT(bugprone-exception-escape): moving strings and numbers throws nothing
 public:
     // Names in UTF-8, as in the document. Most names, and a single value, need no heap of their own.
     using nested_t = std::vector<std::pair<std::string, variant_bag_t>>;
