@@ -7,7 +7,7 @@ namespace ostrel_platform {
 /// the host; a repeated call does nothing. No-op on systems that end all other threads first.
 void guard_exit_of_this_thread();
 
-/// Holds the end of the process back until its destruction, at most one second.
+/// Holds the end of the process, and forks, back until its destruction, at most one second.
 ///
 /// Libraries such as OpenSSL register handlers that destroy their data when the process exits. An
 /// initialisation on another thread would then use destroyed data.

@@ -1,14 +1,18 @@
-// Keeps initialisations on the library's threads apart from the end of the process, on POSIX.
+// Keeps initialisations on the library's threads apart from the end of the process and from forks, on POSIX.
 #include "platform/exit_gate.h"
 
 #include <chrono>
 #include <mutex>
+#include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <utility>
 
 namespace ostrel_platform {
 
 namespace {
+
+constexpr std::chrono::seconds longest_wait{1};
 
 struct gate_t {
     std::timed_mutex mutex;
@@ -32,15 +36,29 @@ struct closer_t {
     closer_t(const closer_t&) = delete;
     closer_t& operator=(const closer_t&) = delete;
     ~closer_t() {
-        const std::unique_lock<std::timed_mutex> lock(gate().mutex, std::chrono::seconds(1));
+        const std::unique_lock<std::timed_mutex> lock(gate().mutex, longest_wait);
         // Other threads may end without the process.
         if (lock.owns_lock() && is_main_thread())
             gate().is_closed = true;
     }
 };
 
+thread_local bool is_held_for_fork = false;
+
+// A fork waits for a running initialisation too: in the child its locks would stay taken for ever.
+void hold_for_fork() {
+    is_held_for_fork = gate().mutex.try_lock_for(longest_wait);
+}
+
+void release_after_fork() {
+    if (std::exchange(is_held_for_fork, false))
+        gate().mutex.unlock();
+}
+
 // The thread that loads the library is the main thread in most hosts.
-[[maybe_unused]] const bool is_loading_thread_guarded = (guard_exit_of_this_thread(), true);
+[[maybe_unused]] const bool is_registered =
+    (guard_exit_of_this_thread(),
+     ::pthread_atfork(&hold_for_fork, &release_after_fork, &release_after_fork) == 0);
 
 } // namespace
 
