@@ -55,7 +55,9 @@ class Browser:
         return answer["result"].get("value")
 
     def close(self):
-        self.process.kill()
-        self.process.wait()
+        # A killed browser's helpers would still write into its folder while the test removes it.
+        self.session = None
+        self.call("Browser.close")
+        self.process.wait(60)
         os.close(self.input)
         os.close(self.output)

@@ -24,7 +24,7 @@ class PageTest(unittest.TestCase):
                                                                   system="%3Cb%3E") for n in range(20)] +
                   [hit(f"m{n}", category="run", label="test", product="second") for n in range(30)], days)
             for days in (0, 1, 2, 40)))
-        folder = tempfile.TemporaryDirectory()
+        folder = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
         cls.browser = Browser(folder.name)
         cls.addClassCleanup(folder.cleanup)
         cls.addClassCleanup(cls.browser.close)
