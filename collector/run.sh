@@ -29,7 +29,8 @@ new, as the system user "$account".
   --help               print this text
 
 With PGHOST, PGHOSTADDR or PGSERVICE set, hits are counted in that server, which
-the other variables of libpq describe. Otherwise in one of its own, in DIR.
+the other variables of libpq describe. Otherwise the collector creates a cluster
+in DIR.
 END
 }
 

@@ -126,7 +126,7 @@ stop() {
     rm -rf -- "$RUN" "$DATA/run"
 }
 
-# Inherited by all children: whoever holds it after a kill still uses the folder.
+# All children inherit it: a process that holds it after a kill still uses the folder.
 exec {lock}>"$DATA/lock"
 flock -w 20 "$lock" || { say "another collector runs in $DATA"; rm -rf -- "$RUN"; exit 1; }
 trap stop EXIT
