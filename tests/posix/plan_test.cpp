@@ -41,6 +41,7 @@ TEST_F(plan_on_posix, the_resolver_tells_addresses_from_no_host_and_no_answer) {
         EXPECT_EQ(answer.outcome, outcome);
         EXPECT_EQ(answer.ipv4, addresses);
     }
+    ::res_nclose(&_res);
     _res = former;
 }
 
