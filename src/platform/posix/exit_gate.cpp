@@ -5,6 +5,7 @@
 #include <mutex>
 #include <pthread.h>
 #include <sys/syscall.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -15,7 +16,7 @@ namespace {
 constexpr std::chrono::seconds longest_wait{1};
 
 struct gate_t {
-    std::timed_mutex mutex;
+    std::mutex mutex;
     bool is_closed = false; ///< guarded by mutex
 };
 
@@ -23,6 +24,17 @@ struct gate_t {
 gate_t& gate() {
     static auto* const never_destroyed = new gate_t;
     return *never_destroyed;
+}
+
+// Sanitizers do not know the timed operations of a mutex.
+bool lock_in_time(std::mutex& mutex) {
+    const auto deadline = std::chrono::steady_clock::now() + longest_wait;
+    while (!mutex.try_lock()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
 }
 
 bool is_main_thread() {
@@ -36,10 +48,11 @@ struct closer_t {
     closer_t(const closer_t&) = delete;
     closer_t& operator=(const closer_t&) = delete;
     ~closer_t() {
-        const std::unique_lock<std::timed_mutex> lock(gate().mutex, longest_wait);
+        if (!lock_in_time(gate().mutex))
+            return;
         // Other threads may end without the process.
-        if (lock.owns_lock() && is_main_thread())
-            gate().is_closed = true;
+        gate().is_closed = gate().is_closed || is_main_thread();
+        gate().mutex.unlock();
     }
 };
 
@@ -47,7 +60,7 @@ thread_local bool is_held_for_fork = false;
 
 // A fork waits for a running initialisation too: in the child its locks would stay taken for ever.
 void hold_for_fork() {
-    is_held_for_fork = gate().mutex.try_lock_for(longest_wait);
+    is_held_for_fork = lock_in_time(gate().mutex);
 }
 
 void release_after_fork() {
