@@ -20,18 +20,19 @@
  * the process exits.
  *
  * Environment: POSIX has no safe way to change the environment of a process with several threads, and each
- * statistic object has a thread. That thread reads http_proxy, no_proxy and their relatives for each
- * transfer. Call setenv, unsetenv and putenv only while no object exists: a change while an object lives can
- * crash the process.
+ * statistic object has a thread. That thread reads http_proxy, no_proxy and related variables for
+ * each transfer. Call setenv, unsetenv and putenv only while no object exists: a change while an object lives
+ * can crash the process.
  *
  * Exceptions: the functions catch nothing. Four kinds of C++ exception can leave ostrel_create_statistic: a
  * failed allocation (std::bad_alloc), a settings folder that cannot be created
  * (boost::filesystem::filesystem_error), a thread that cannot be started (boost::thread_resource_error), and
- * any exception that the host's own configuration service or log appender throws. The other functions
- * allocate memory and log too. A plain C host cannot catch them: the process ends in std::terminate. Such a
- * host avoids the second case by unsetting HOME and XDG_DATA_HOME when the folder cannot be created. The
- * object then has no machine id and collects nothing. Failures of the network or of the collector are never
- * reported.
+ * any exception that the host's own configuration service or log appender throws. The other functions can
+ * throw too, because they allocate memory and write log lines. A plain C host cannot catch exceptions: its
+ * process ends in std::terminate. To avoid the exception for the settings folder, a C host checks that the
+ * folder can be created. If it cannot, the host unsets HOME and XDG_DATA_HOME before it calls
+ * ostrel_create_statistic. The object then has no machine id and collects nothing. Failures of the network or
+ * of the collector are never reported.
  *
  * Re-entrance: a configuration service or a log appender must not create a statistic object itself.
  *
@@ -70,7 +71,7 @@ OSTREL_API statistic_handle_t* ostrel_create_statistic(const char* product_id, c
  * sending off. A name server that does not answer can take longer;
  * - the collector answers: as long as the collector takes, without an overall timeout.
  *
- * Then writes the days of use. */
+ * Afterwards the function saves the list of the days on which the product was used. */
 OSTREL_API void ostrel_destroy_statistic(statistic_handle_t* handle);
 
 /** Reports that a feature was used once.

@@ -26,7 +26,7 @@ extern std::atomic<bool> is_log_closed;
 /// of the host may report until the process has ended. While it ends, nothing is logged.
 class component_logger_t {
 public:
-    /// Configures the component's logger and takes it, in that order.
+    /// Configures the component's logger first, then stores a reference to it.
     explicit component_logger_t(const wchar_t* name);
 
     /// Whether an appender would receive a line of this level. Checked before any text is built, so that a

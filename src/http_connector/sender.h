@@ -36,11 +36,13 @@ private:
     void prepare_once();
 
     const std::string m_url;
-    /// The only lock between callers and the thread. An item without a hit says that hits may follow.
+    /// The only synchronisation between callers and the thread. An item without a value asks the thread to
+    /// prepare.
     boost::sync_queue<std::optional<std::string>> m_queue;
-    std::optional<curl_session_t> m_curl; ///< of the sending thread, unless libcurl is not thread-safe
-    std::optional<poster_t> m_poster;     ///< of the sending thread; none before it prepared
-    bool m_is_prepared = false;           ///< of the sending thread
+    std::optional<curl_session_t>
+        m_curl; ///< used by the sending thread; if libcurl is not thread-safe, created by the constructor
+    std::optional<poster_t> m_poster; ///< used by the sending thread; nothing until it has prepared
+    bool m_is_prepared = false;       ///< used by the sending thread
     boost::thread m_thread;
 };
 

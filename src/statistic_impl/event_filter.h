@@ -26,8 +26,8 @@ public:
 
     static constexpr std::size_t no_match = std::wstring_view::npos;
 
-    /// The length of the longest enabled name that equals @p feature, or that a dot follows in @p feature;
-    /// no_match if there is none.
+    /// The length of the longest enabled name that equals @p feature or is a prefix of it that ends before a
+    /// dot; no_match if there is none.
     std::size_t longest_match(std::wstring_view feature) const;
 
 private:
@@ -43,10 +43,10 @@ private:
     std::wstring_view text_of(const name_t& name) const { return {m_text.data() + name.begin, name.size}; }
     std::size_t find(std::wstring_view name, std::uint64_t hash) const;
 
-    std::wstring m_text; ///< all names, one after the other: one allocation instead of one a name
+    std::wstring m_text; ///< all names, one after the other: one allocation in total, not one for each name
     std::vector<name_t> m_names;
     std::vector<slot_t> m_slots; ///< a power of two, at most half of them taken
-    std::size_t m_mask;          ///< takes a number to a place among the slots
+    std::size_t m_mask;          ///< turns a spread hash into an index of m_slots
     std::size_t m_longest = 0;   ///< the length of the longest name
 };
 

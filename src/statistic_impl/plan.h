@@ -32,7 +32,7 @@ enum class place_state_t {
     unreadable,
     malformed,     ///< readable, but not of the form that the library needs
     dangling_link, ///< a link without a target
-    device,        ///< or a pipe, in the place of a file; a refusal in the place of the answer
+    device,        ///< a device or pipe in the place of a file; as the consent file it is a refusal
     not_a_file,    ///< something else in the place of a file
 };
 
@@ -41,7 +41,7 @@ struct place_t {
     place_role_t role;
     kiln2::path_t path;
     place_state_t state;
-    bool is_read_only = false; ///< of a file that the library writes: this user may not, so it stays as it is
+    bool is_read_only = false; ///< the library writes this file but the user may not: it stays unchanged
 };
 
 /// One line of the decision: a rule, or one switch of the rule for switches.
@@ -50,7 +50,7 @@ struct step_t {
     const switch_t* variable = nullptr; ///< null for the other rules, and for the build's switch
     bool is_reached = false;            ///< false if an earlier step has decided: nothing was read for it
     bool is_set = false;                ///< of a switch that is reached
-    verdict_t verdict = verdict_t::undecided; ///< differs from undecided in the step that decides alone
+    verdict_t verdict = verdict_t::undecided; ///< undecided in every step except the one that decides
 };
 
 enum class days_state_t {
@@ -71,14 +71,14 @@ struct days_plan_t {
     bool is_regular_user = false;
 };
 
-/// The steps of creating an object, each found out with the function that the constructor calls in it.
+/// The result of each step of creating an object. The constructor calls the same functions.
 struct plan_t {
     std::optional<settings_paths_t> paths; ///< nothing when the system names no folder
     std::optional<folder_forecast_t>
         failure; ///< of the folder whose creation fails, so that no object is made
     uuid_finding_t machine_id;
     bool keeps_machine_id = true; ///< false if each object makes a fresh id, because none can be stored
-    std::string domain;           ///< the one whose address tells the maker's network
+    std::string domain;           ///< its address tells whether this machine is in the maker's network
     std::optional<ostrel_platform::host_addresses_t> addresses; ///< nothing when the rule is not reached
     std::optional<virk_state_t> answer;                         ///< nothing when the rule is not reached
     std::vector<step_t> steps;                                  ///< in the order of the decision
@@ -95,7 +95,7 @@ struct plan_t {
 /// The consent file and its state.
 place_t look_at_consent(const settings_paths_t& paths);
 
-/// Whom to plan for.
+/// The product and the event filter that the plan is made for.
 struct plan_subject_t {
     std::wstring product_id;
     kiln2::path_t event_filter; ///< may be empty
