@@ -22,8 +22,7 @@ class CountsTest(CollectorTest):
         self.assertEqual(report["unused"], [{"product": "c_host", "name": name}
                                             for name in ("debugger.attach", "editor.refactor")])
         self.assertEqual([report[key] for key in ("schema", "threshold", "sample", "backlog_files")], [1, 20, 1, 0])
-        with open(self.collector.path("page/report.csv"), encoding="utf-8") as file:
-            self.assertIn(",c_host,editor,open.file,100,50,25\n", file.read().replace("\r\n", "\n"))
+        self.assertIn(",c_host,editor,open.file,100,50,25\n", (self.collector.data / "page/report.csv").read_text())
 
     def test_sketches_agree_with_exact_counts_and_merge_across_days(self):
         def many(first, last):
@@ -65,7 +64,7 @@ class CountsTest(CollectorTest):
         for secret in ("hidden", "next", "rare", "Rare", "tiny"):
             self.assertNotIn(secret, json.dumps(report))
 
-    def test_different_texts_are_limited_a_day(self):
+    def test_different_texts_a_day_are_limited(self):
         machines = [f"m{n}" for n in range(20)]
         self.collector.load(lines([hit(m, label=f"{n:04}", version=f"v{n}", system=f"s{n}")
                                    for n in range(1500) for m in machines]))
@@ -78,7 +77,7 @@ class CountsTest(CollectorTest):
         self.collector.load(lines([hit(label="x" * 500, version="\\\\." + "\t\\n", system="%00")]), "hits-3.log")
         self.assertEqual(self.collector.hits(), 1501 * 20 + 1)
 
-    def test_old_days_are_deleted_and_another_key_or_a_newer_schema_is_refused(self):
+    def test_old_days_expire_and_other_keys_and_schemas_are_refused(self):
         self.collector.load(lines([hit()]))
         self.collector.sql("UPDATE feature_day SET day = current_date - 398")
         self.collector.load(lines([hit(label="new")]), "hits-2.log")
@@ -86,7 +85,7 @@ class CountsTest(CollectorTest):
         self.collector.sql("UPDATE setting SET value = 'another' WHERE name = 'key'")
         self.collector.drop(lines([hit(label="third")]))
         wait_for(lambda: "the key is not the one" in self.collector.log())
-        self.assertTrue(os.path.exists(self.collector.path("hits/hits-1.log")))
+        self.assertTrue((self.collector.data / "hits/hits-1.log").exists())
         self.collector.sql("UPDATE setting SET value = 99 WHERE name = 'schema'")
         self.assertEqual(self.collector.stop(), 0)
         self.collector.start(wait=False)

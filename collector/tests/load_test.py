@@ -28,7 +28,7 @@ class ReadingTest(unittest.TestCase):
                 expected = None if case.get("malformed") else load.Hit(*(case[field] for field in load.Hit._fields))
                 self.assertEqual(load.parse_hit(case["body"].encode("latin-1")), expected)
 
-    def test_escapes_of_the_log_are_taken_back(self):
+    def test_log_escapes_are_decoded(self):
         self.assertEqual(load.unescape_json(rb'a\"b\\n\n\u001F\t\b\f\r' + b"\xff"), b'a"b\\n\n\x1f\t\b\f\r\xff')
 
     def test_hostile_lines_are_refused_in_linear_time(self):
@@ -41,12 +41,12 @@ class ReadingTest(unittest.TestCase):
         self.assertEqual(read(content, {}), (0, {"not a hit": len(hostile)}))
         self.assertLess(time.process_time() - start, 1)
 
-    def test_lines_without_a_time_of_now_are_refused(self):
+    def test_lines_with_wrong_times_are_refused(self):
         for stamp in ("", "x", "1.000", "99999999999.000", "-1", "9" * 5000):
             with self.subTest(stamp[:20]):
                 self.assertEqual(read(f"{stamp} {hit()}\n".encode(), {None: {"editor"}}), (0, {"wrong time": 1}))
 
-    def test_what_the_filters_list_counts_and_run_with_one_word(self):
+    def test_listed_names_count_and_run_with_one_word(self):
         filters = {None: {"editor"}, "c_host": {"debugger.attach"}}
         for count, body in [(1, hit()), (1, hit(product="any")), (1, hit(category="debugger.attach", label=None)),
                             (0, hit(category="debugger.attach", product="any")), (0, hit(category="editors")),
@@ -55,7 +55,7 @@ class ReadingTest(unittest.TestCase):
             with self.subTest(body):
                 self.assertEqual(read(lines([body]), filters), (count, {} if count else {"not listed": 1}))
 
-    def test_a_file_that_a_process_has_open_is_left(self):
+    def test_open_files_are_not_loaded(self):
         with tempfile.TemporaryDirectory() as folder, open(folder + "/hits-1.log", "wb"):
             with open(folder + "/hits-2.log", "wb") as closed:
                 pass

@@ -1,5 +1,4 @@
 """The page in a real browser: texts, charts, controls, and hostile labels."""
-import tempfile
 import unittest
 import urllib.parse
 
@@ -24,9 +23,7 @@ class PageTest(unittest.TestCase):
                                                                   system="%3Cb%3E") for n in range(20)] +
                   [hit(f"m{n}", category="run", label="test", product="second") for n in range(30)], days)
             for days in (0, 1, 2, 40)))
-        folder = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
-        cls.browser = Browser(folder.name)
-        cls.addClassCleanup(folder.cleanup)
+        cls.browser = Browser()
         cls.addClassCleanup(cls.browser.close)
 
     def open(self, **options):

@@ -2,7 +2,6 @@
 import concurrent.futures
 import hashlib
 import os
-import pathlib
 import re
 import shutil
 import signal
@@ -61,9 +60,9 @@ class SharedCollectorTest(CollectorTest):
         find = ["find", self.collector.data, "-perm", "/077", "-not", "-type", "l"]
         self.assertEqual(subprocess.run(find, capture_output=True, check=True).stdout, b"")
 
-    def test_no_machine_id_and_no_hash_of_one_is_on_the_disk(self):
+    def test_neither_machine_ids_nor_their_hashes_are_on_disk(self):
         name = "5E0F1A2B-AAAA-BBBB-CCCC-0123456789AB"
-        key = hashlib.sha256(pathlib.Path(self.collector.path("key")).read_bytes()).digest()
+        key = hashlib.sha256((self.collector.data / "key").read_bytes()).digest()
         digest = hashlib.blake2b(name.encode(), digest_size=8, key=key).digest()
         number = int.from_bytes(digest, "little", signed=True)
         with self.collector.client() as connection:
@@ -83,8 +82,8 @@ class SharedCollectorTest(CollectorTest):
                 self.assertGreater(len(files_with(self.collector.data, trace)), 1)
 
     def test_thousands_of_clients_and_rotations_lose_nothing(self):
-        script = self.collector.outer + "/post.lua"
-        pathlib.Path(script).write_text(f'wrk.method = "POST"; wrk.body = "{hit()}"', encoding="utf-8")
+        script = self.collector.outer / "post.lua"
+        script.write_text(f'wrk.method = "POST"; wrk.body = "{hit()}"')
         for clients in (400, 2000):
             before = self.collector.hits()
             text = subprocess.run(["wrk", "-t2", f"-c{clients}", "-d2s", "--timeout", "30s", "-s", script,
@@ -104,11 +103,10 @@ class OwnCollectorTest(unittest.TestCase):
         self.addCleanup(collector.remove)
         return collector
 
-    def test_killed_loaders_and_databases_lose_nothing_and_count_nothing_twice(self):
+    def test_kills_of_loader_and_database_leave_counts_exact(self):
         collector = self.start()
         content = lines([hit(f"m{n % 3000}") for n in range(50_000)])
-        with open(collector.path("receiver"), encoding="ascii") as file:
-            load = f"psql -XqAtw -v ON_ERROR_STOP=1 -v VERBOSITY=terse -v rate=1.0 -v receiver={file.read()}"
+        load = f"-v rate=1.0 -v receiver={(collector.data / 'receiver').read_text()}"
         with concurrent.futures.ThreadPoolExecutor() as clients:
             answers = [clients.submit(post_some, collector, client, 500) for client in range(4)]
             for n in range(8):
@@ -124,17 +122,17 @@ class OwnCollectorTest(unittest.TestCase):
         self.assertEqual(collector.hits(), 8 * 50_000 + 2000)
         self.assertEqual(collector.report()["refused"], {"not a hit": 8})
 
-    def test_sigterm_and_kills_lose_nothing_that_was_flushed_and_leave_no_process(self):
+    def test_stops_and_kills_lose_no_flushed_hit(self):
         collector = self.start()
         self.assertEqual(post_some(collector, 1, 100), {200})
         self.assertEqual(collector.stop(), 0)
-        self.assertEqual(processes(collector.data), [])
+        self.assertEqual(processes(str(collector.data)), [])
         collector.start()
         self.assertEqual(collector.hits(), 100)
         post_some(collector, 1, 10)
-        log = collector.path("hits/hits.log")
-        wait_for(lambda: os.path.getsize(log) or collector.hits() == 110)
-        nginx = f"master process nginx -p {os.readlink(collector.path('run'))}"
+        log = collector.data / "hits/hits.log"
+        wait_for(lambda: log.stat().st_size or collector.hits() == 110)
+        nginx = f"master process nginx -p {(collector.data / 'run').readlink()}"
         killed = processes(nginx)
         os.kill(killed[0], signal.SIGKILL)
         wait_for(lambda: processes(nginx) not in ([], killed) and collector.hits() == 110)
@@ -144,7 +142,7 @@ class OwnCollectorTest(unittest.TestCase):
         collector.start()
         self.assertEqual(collector.hits(), 120)
 
-    def test_two_receivers_share_a_database_over_tcp_and_another_one_has_its_own(self):
+    def test_receivers_share_a_database_over_tcp_or_have_their_own(self):
         folder, port = tempfile.mkdtemp(prefix="collector-test-", dir="/tmp"), free_port()
         self.addCleanup(shutil.rmtree, folder)
         os.chmod(folder, 0o777)
@@ -161,13 +159,13 @@ class OwnCollectorTest(unittest.TestCase):
         first.load(same)
         feature = second.load(same)["features"][0]
         self.assertEqual((feature["hits"], feature["machines"]), (4, 2))
-        self.assertFalse(os.path.exists(first.path("database")))
+        self.assertFalse((first.data / "database").exists())
         alone = self.start("--threshold", "1")
         self.assertEqual(alone.load(same)["features"][0]["hits"], 2)
         third = self.start(environment=there, key="another")
         wait_for(lambda: "the key is not the one" in third.log())
 
-    def test_sampling_keeps_whole_machines_and_the_limit_answers_200(self):
+    def test_sampling_keeps_whole_machines_and_rate_limit_answers_200(self):
         folder = tempfile.mkdtemp(prefix="collector-test-", dir="/tmp")
         self.addCleanup(shutil.rmtree, folder)
         os.symlink(ROOT + "/scripts", folder + "/scripts")

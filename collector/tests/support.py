@@ -1,9 +1,9 @@
 """A collector in a folder of its own, and what tests ask of it."""
 import contextlib
-import glob
 import http.client
 import json
 import os
+import pathlib
 import resource
 import shutil
 import signal
@@ -48,6 +48,11 @@ def free_port():
         return probe.getsockname()[1]
 
 
+def listens(port):
+    with socket.socket() as probe:
+        return probe.connect_ex(("127.0.0.1", port)) == 0
+
+
 def processes(words):
     """Ids of the processes whose command line holds the words."""
     return [int(number) for number in os.listdir("/proc") if number.isdigit() and words in command_line(number)]
@@ -63,50 +68,41 @@ class Collector:
     """Its key is constant, so that estimates are the same in every run."""
 
     def __init__(self, *options, program=COLLECTOR, environment=None, key="key"):
-        self.outer = tempfile.mkdtemp(prefix="collector-test-", dir="/tmp")
-        os.chmod(self.outer, 0o755)
-        with open(self.outer + "/key", "w", encoding="utf-8") as file:
-            file.write(key)
-        self.data = self.outer + "/data"
+        self.outer = pathlib.Path(tempfile.mkdtemp(prefix="collector-test-", dir="/tmp"))
+        self.outer.chmod(0o755)
+        (self.outer / "key").write_text(key)
+        self.data, self.page = self.outer / "data", self.outer / "data/page/index.html"
         self.port, self.page_port = free_port(), free_port()
         self.options, self.program, self.environment = options, program, {**os.environ, **(environment or {})}
         self.start()
 
     def start(self, wait=True):
-        with contextlib.suppress(OSError):
-            os.unlink(self.path("page/index.html"))
-        command = [self.program + "/run.sh", "--data", self.data, "--port", str(self.port), "--page-port",
-                   str(self.page_port), "--interval", "1", "--key", self.outer + "/key", "--filter", FILTER]
-        with open(self.outer + "/log", "a", encoding="utf-8") as log:
+        self.page.unlink(missing_ok=True)
+        command = [f"{self.program}/run.sh", "--data", self.data, "--port", str(self.port), "--page-port",
+                   str(self.page_port), "--interval", "1", "--key", self.outer / "key", "--filter", FILTER]
+        with open(self.outer / "log", "a", encoding="utf-8") as log:
             self.process = subprocess.Popen([*command, *self.options], stderr=log, stdout=log, env=self.environment)
-        wait_for(lambda: not wait or os.path.exists(self.path("page/index.html")) or self.process.poll() is not None)
+        wait_for(lambda: not wait or self.page.exists() or self.process.poll() is not None)
         assert self.process.poll() is None, self.log()
 
-    def path(self, name):
-        return os.path.join(self.data, name)
-
     def log(self):
-        with open(self.outer + "/log", encoding="utf-8") as file:
-            return file.read()
+        return (self.outer / "log").read_text()
 
     def report(self):
-        with open(self.path("page/report.json"), encoding="utf-8") as file:
-            return json.load(file)
+        return json.loads((self.data / "page/report.json").read_text())
 
     def drop(self, content, name="hits-1.log"):
         """Gives the loader a rotated file."""
-        with open(self.path("draft"), "wb") as file:
-            file.write(content)
-        owner = os.stat(self.data)
-        os.chown(file.name, owner.st_uid, owner.st_gid)
-        os.rename(file.name, self.path("hits/" + name))
+        file = self.data / "new"
+        file.write_bytes(content)
+        shutil.chown(file, self.data.owner(), self.data.group())
+        file.rename(self.data / "hits" / name)
 
     def wait_until_loaded(self):
-        """Waits until every rotated file is loaded and the page that follows is there."""
-        page = self.path("page/index.html")
-        wait_for(lambda: not glob.glob(self.path("hits/hits-*.log")))
+        """Waits until every rotated file is loaded and the page has been written after that."""
+        wait_for(lambda: not list(self.data.glob("hits/hits-*.log")))
         loaded = time.time()
-        wait_for(lambda: os.path.exists(page) and os.stat(page).st_mtime > loaded)
+        wait_for(lambda: self.page.exists() and self.page.stat().st_mtime > loaded)
 
     def load(self, content, name="hits-1.log"):
         self.drop(content, name)
@@ -114,7 +110,7 @@ class Collector:
         return self.report()
 
     def sql(self, text):
-        return subprocess.run(["psql", "-XqAt", "-h", self.path("run"), "-U", "collector", "postgres", "-c",
+        return subprocess.run(["psql", "-XqAt", "-h", self.data / "run", "-U", "collector", "postgres", "-c",
                                "SET search_path = collector, public", "-c", text], text=True, check=True,
                               capture_output=True).stdout.strip()
 
