@@ -143,7 +143,7 @@ TEST_F(ostrelctl, commands_report_failures_and_change_the_answer_only) {
     const std::tuple<const char*, long long, const char*, std::size_t> rows[] = {
         {"consent", 1, "answer: none", 0},
         {"consent forget", 0, "answer: none", 0},
-        {"products", 0, "No product keeps data", 0},
+        {"products", 0, "No product stores data", 0},
         {"preview run.a", 1, "nothing would be posted: the user has not agreed", 0},
         {"consent yes", 0, "answer: yes", 2},
         {"preview run.a", 0, "&cid=NEW-MACHINE-ID&an=vemtra&av=unknown&cd1=", 2},

@@ -1,4 +1,4 @@
-// The command that is watched.
+// The watched command.
 #pragma once
 
 #include <cstdint>
@@ -8,26 +8,29 @@
 
 namespace ostrelctl {
 
-/// A command with its arguments, and the variables to set for it; UTF-8.
+/// A command line and the environment variables to set for the command; UTF-8.
 struct command_line_t {
-    std::vector<std::string> words; ///< the program, searched for as a shell does, and its arguments
+    std::vector<std::string> words; ///< the program, searched for as in a shell, and its arguments
     std::vector<std::pair<std::string, std::string>> variables;
 };
 
-/// What a shell reports for a command that does not exist or cannot be started.
+/// The exit statuses of shells for a command that does not exist or cannot be started.
 constexpr int command_not_found = 127;
 constexpr int command_not_started = 126;
 
-/// Leaves interrupts and requests to end to the command, so that the tool ends last. Called before the first
-/// thread is started: threads inherit what it does.
+/// Makes the tool survive interrupt and termination signals: the command decides what to do with them, and
+/// the tool waits for it. Must be called before the first thread starts, because threads inherit the signal
+/// mask.
 void leave_interrupts_to_command();
 
-/// Keeps a socket out of the command.
+/// Prevents the command from inheriting the socket.
 void keep_private(std::intptr_t socket);
 
-/// Runs the command and waits for its end. Its standard output goes to standard error; everything else of the
-/// console is its own. Says on standard error why it cannot be run.
-/// @return its exit status, 128 and the number of the signal that ended it, or one of the above
+/// Runs the command and waits until it exits. The command's standard output is redirected to standard error;
+/// it uses standard input and standard error of the tool. If the command cannot be started, prints the reason
+/// to standard error.
+/// @return the command's exit status; if a signal killed it, 128 plus the signal's number; if it was not
+///         started, command_not_found or command_not_started
 int run(const command_line_t& command);
 
 } // namespace ostrelctl

@@ -19,10 +19,10 @@ constexpr const char* version_text =
     "ostrelctl " OSTRELCTL_VERSION(OSTREL_VERSION_MAJOR, OSTREL_VERSION_MINOR, OSTREL_VERSION_PATCH);
 
 constexpr const char* after_help =
-    "Only \"consent yes\", \"consent no\" and \"consent forget\" change anything: one file.\n"
-    "Exit status: 0 would report (preview: all of the names), 1 would not, 2 wrong usage.";
+    "Only \"consent yes\", \"consent no\" and \"consent forget\" change anything: the file of the answer.\n"
+    "Exit status: 0 usage would be reported (preview: all features), 1 it would not be, 2 wrong usage.";
 
-// CLI11's own check knows no names beyond the code page on Windows.
+// On Windows, CLI11's own check fails for a name that is not in the code page.
 std::string why_no_file(const std::string& path) {
     using ostrel_platform::entry_t;
     const entry_t entry = ostrel_platform::look_at(quillkit::strings::utf8_to_utf16(path));
@@ -30,15 +30,14 @@ std::string why_no_file(const std::string& path) {
 }
 
 void add_subject(CLI::App& command, subject_t& subject) {
-    command.add_option("--product", subject.product, "Product id that the host gives")
+    command.add_option("--product", subject.product, "Product id that the product gives to the library")
         ->capture_default_str()
         ->type_name("ID");
-    command
-        .add_option("--settings", subject.settings, "Name of the product's settings folder, if not the id")
+    command.add_option("--settings", subject.settings, "Name of the settings folder, if not the product id")
         ->type_name("NAME");
     command.add_option("--product-folder", subject.folder, "Folder with statistic/enabled_stat_events.xml")
         ->type_name("DIR");
-    command.add_option("--filter", subject.filter, "Event filter to use in place of that one")
+    command.add_option("--filter", subject.filter, "Event filter to use instead of the one in DIR")
         ->check(&why_no_file)
         ->type_name("FILE");
 }
@@ -49,7 +48,7 @@ CLI::App& add_command(CLI::App& app, request_t& request, const char* name, const
     return command;
 }
 
-/// Takes what stands behind the first "--" of watch, which is the command's alone.
+/// Removes the command to watch from the arguments: everything after the first "--" of watch.
 std::vector<std::string> take_watched(std::vector<std::string>& arguments) {
     const auto mark = std::find(arguments.begin(), arguments.end(), "--");
     if (arguments.empty() || arguments[0] != "watch" || mark == arguments.end())
@@ -62,10 +61,10 @@ std::vector<std::string> take_watched(std::vector<std::string>& arguments) {
 void add_watch(CLI::App& app, watch_t& request) {
     CLI::App& watch = *app.add_subcommand(
         "watch", "Run a command and show the hits that it posts: watch [OPTIONS] -- COMMAND...");
-    watch.add_flag("--raw", request.wants_raw, "Print the bytes of each hit, too");
-    watch.add_flag("--json", request.wants_json, "Print one JSON object a line");
+    watch.add_flag("--raw", request.wants_raw, "Also print the bytes of each hit");
+    watch.add_flag("--json", request.wants_json, "Print one JSON object per line");
     watch.footer(
-        "Hits go to standard output, what the command prints to standard error. Nothing is passed on to\n"
+        "Prints hits to standard output, and the command's output to standard error. Forwards nothing to\n"
         "any other collector. The exit status is that of the command.");
 }
 
@@ -74,15 +73,19 @@ void add_commands(CLI::App& app, request_t& request, watch_t& watched) {
                 request.subject);
     CLI::App& preview = add_command(app, request, "preview", "Print what would be posted for features");
     add_subject(preview, request.subject);
-    preview.add_option("--product-version", request.subject.version, "Version that the host gives")
+    preview
+        .add_option("--product-version", request.subject.version,
+                    "Version that the product gives to the library")
         ->capture_default_str()
         ->type_name("TEXT");
     preview.add_option("NAME", request.features, "Names of features")->required()->type_name("");
     CLI::App& consent = add_command(app, request, "consent", "Show, record or remove the shared answer");
-    consent.add_option("ANSWER", request.answer, "The answer to record, or forget to be asked again")
+    consent
+        .add_option("ANSWER", request.answer,
+                    "The answer to record; \"forget\" removes the answer, so that products ask again")
         ->check(CLI::IsMember({"yes", "no", "forget"}).description(""))
         ->type_name("yes|no|forget");
-    add_command(app, request, "products", "List the products that keep data for this user");
+    add_command(app, request, "products", "List the products that store data for this user");
     add_watch(app, watched);
 }
 
@@ -93,9 +96,9 @@ command_t parse(CLI::App& app, request_t& request, std::vector<std::string> argu
     watched.command = take_watched(arguments);
     app.set_version_flag("--version", version_text);
     app.footer(after_help);
-    app.require_subcommand(0, 1); // none is refused below: a misspelt one is worth its own message
+    app.require_subcommand(0, 1); // 0: a missing command is refused below, after misspelt ones
     add_commands(app, request, watched);
-    std::reverse(arguments.begin(), arguments.end()); // the order that CLI11 takes a vector in
+    std::reverse(arguments.begin(), arguments.end()); // CLI11 expects a vector in reverse order
     app.parse(std::move(arguments));
     if (app.get_subcommands().empty())
         throw CLI::RequiredError("a command");

@@ -8,25 +8,25 @@
 
 namespace ostrelctl {
 
-/// What the command line asks for; UTF-8.
+/// The settings from the command line; UTF-8.
 struct request_t {
     subject_t subject;
-    std::vector<std::string> features; ///< of preview
-    std::string answer;                ///< of consent: "yes", "no", "forget", or empty to show it
+    std::vector<std::string> features; ///< for preview
+    std::string answer;                ///< for consent: "yes", "no", "forget", or empty to show the answer
     bool wants_json = false;
 };
 
-/// Would report, or done; would not report; wrong usage, or failed.
+/// would_report also means that a change succeeded, failed also means wrong usage.
 enum class exit_status_t { would_report = 0, would_not_report = 1, failed = 2 };
 
-/// What a command leads to.
+/// The result of a command.
 struct outcome_t {
     exit_status_t status;
     std::string text; ///< for standard output
-    std::string done; ///< what was changed, in case that the text cannot be written; empty if nothing
+    std::string done; ///< the change, for a message if the text cannot be written; empty if there is none
 };
 
-// Each throws std::exception with a message for people if it fails.
+// On failure, each throws a std::exception with a message for the user.
 outcome_t show_status(const request_t& request);
 outcome_t show_previews(const request_t& request);
 outcome_t show_or_change_consent(const request_t& request);

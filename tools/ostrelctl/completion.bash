@@ -2,7 +2,7 @@
 _ostrelctl() {
     local current=${COMP_WORDS[COMP_CWORD]} option=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
     local words='' i
-    # Behind "--", watch takes a command of any kind.
+    # After "--" of watch, completes a command and then files.
     for ((i = 2; i < COMP_CWORD; ++i)); do
         [[ $command == watch && ${COMP_WORDS[i]} == -- ]] || continue
         if ((i + 1 == COMP_CWORD)); then

@@ -1,4 +1,4 @@
-// The command that shows the shared answer, records another one or removes it.
+// The command that shows, records or removes the answer.
 #include "commands.h"
 
 #include "report.h"
@@ -16,15 +16,15 @@ namespace {
 using quillkit::strings::utf16_to_utf8;
 
 std::runtime_error cannot(const char* verb, const library::settings_paths_t& paths) {
-    return std::runtime_error(std::string("the answer cannot be ") + verb +
-                              "; see that this user may change " + utf16_to_utf8(paths.virk.as_string()));
+    return std::runtime_error(std::string("the answer cannot be ") + verb + "; check the permissions of " +
+                              utf16_to_utf8(paths.virk.as_string()));
 }
 
 void record(const library::settings_paths_t& paths, bool agrees) {
     try {
         kiln2::create_folders(paths.company_dir);
     } catch (const std::exception&) {
-        throw cannot("written", paths); // the exception's text names a function instead of the file
+        throw cannot("written", paths); // the exception's own text does not name the file
     }
     if (!library::write_consent(paths.virk.as_string(), agrees))
         throw cannot("written", paths);

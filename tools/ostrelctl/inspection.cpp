@@ -14,7 +14,7 @@ namespace {
 using quillkit::strings::utf16_to_utf8;
 using quillkit::strings::utf8_to_utf16;
 
-/// In the place of the host's configuration service, so that the library's own code lays out the paths.
+/// Replaces the host's configuration service, so that the library itself computes the paths.
 class service_t final : public settor2::IProductLocations {
 public:
     explicit service_t(const subject_t& subject)
@@ -73,7 +73,7 @@ delivery_t find_delivery(const std::string& endpoint) {
     const library::found_proxy_t of_libcurl = library::proxy_of_libcurl(endpoint);
     for (const library::found_proxy_t& found : library::discover_proxies(endpoint))
         delivery.proxies.push_back(found.text.empty() ? of_libcurl : found);
-    delivery.proxies.push_back(of_libcurl); // behind the others, the library leaves the choice to libcurl
+    delivery.proxies.push_back(of_libcurl); // the library's last candidate
     for (library::found_proxy_t& proxy : delivery.proxies)
         proxy.text = mask_password(proxy.text);
     for (const wchar_t* const variable : {L"no_proxy", L"NO_PROXY"})

@@ -1,4 +1,4 @@
-// The answers for programs.
+// The output for programs.
 #include "report.h"
 
 #include "terminal.h"
@@ -16,8 +16,8 @@ using quillkit::strings::utf16_to_utf8;
 
 constexpr int schema = 1;
 
-// Arguments and variables may hold anything. On a terminal only ASCII is written: beyond it there are control
-// characters too.
+// Arguments and variables may hold any bytes. On a terminal, everything except ASCII is escaped, because
+// Unicode has further control characters.
 std::string dump(const json_t& document, int indent) {
     return document.dump(indent, ' ', is_terminal(), json_t::error_handler_t::replace);
 }

@@ -1,4 +1,4 @@
-// Shows an administrator or a curious user what the library would do, and records the shared answer.
+// Shows an administrator or a curious user what the library would do, and records the answer.
 #include "command_line.h"
 #include "printable.h"
 #include "terminal.h"

@@ -29,7 +29,7 @@ std::vector<preview_t> preview(const inspection_t& found, const std::vector<std:
         if (!found.would_report())
             one.why_not = because(found.plan);
         else if (!route)
-            one.why_not = "the event filter does not list it, and it is not \"run.\" and one word";
+            one.why_not = "the event filter does not list it, and it does not have the form run.WORD";
         else
             one.body = library::compose_event_hit(prefix, *route, found.plan.days.is_regular_user);
     }

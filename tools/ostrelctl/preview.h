@@ -12,10 +12,10 @@ namespace ostrelctl {
 struct preview_t {
     std::string feature;
     std::optional<std::string> body; ///< the bytes that would be posted
-    std::string why_not;             ///< where nothing would be
+    std::string why_not;             ///< empty if there is a body
 };
 
-/// One for each feature, in their order. Sends nothing.
+/// @return one preview for each feature, in the same order
 std::vector<preview_t> preview(const inspection_t& found, const std::vector<std::string>& features);
 
 } // namespace ostrelctl

@@ -1,4 +1,4 @@
-// Text from outside made harmless for a terminal.
+// Makes untrusted text safe to print on a terminal.
 #include "printable.h"
 
 #include <boost/locale/utf.hpp>

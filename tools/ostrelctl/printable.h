@@ -1,4 +1,4 @@
-// Text from outside made harmless for a terminal.
+// Makes untrusted text safe to print on a terminal.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace ostrelctl {
 
-/// The text with control characters and malformed UTF-8 as escape sequences (\x1B), byte by byte. What could
-/// reorder the text of a line counts as a control character.
+/// Replaces each byte of control characters and of malformed UTF-8 by an escape sequence such as \x1B.
+/// Characters that change the direction of text count as control characters.
 std::string printable(std::string_view text);
 
 } // namespace ostrelctl

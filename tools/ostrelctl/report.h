@@ -1,4 +1,4 @@
-// The tool's answers, for people and for programs.
+// The tool's output, for people and for programs.
 #pragma once
 
 #include "inspection.h"
@@ -11,16 +11,16 @@
 
 namespace ostrelctl {
 
-/// The shared answer.
+/// The answer that all products of the maker share.
 struct consent_report_t {
     library::place_t file;
     std::string answer;        ///< "yes", "no" or "none", as products read it
-    std::string recorded;      ///< the answer that was written by this call; empty if none was
-    std::string overridden_by; ///< the variable that decides whatever the answer is; empty if none is set
+    std::string recorded;      ///< the answer that this command has written; empty if it wrote none
+    std::string overridden_by; ///< the variable that overrides the answer; empty if none is set
 };
 
-/// For people. Control characters are made visible, so that no file or variable can drive a terminal; only
-/// the body of a hit that goes elsewhere is given to the byte.
+/// The output for people. Control characters are escaped, so that no file or variable can control the
+/// terminal. One text is not escaped: the body of a hit, if standard output is not a terminal.
 class text_report_t {
 public:
     text_report_t(bool is_terminal, bool has_colours)
@@ -39,16 +39,16 @@ private:
     bool m_has_colours;
 };
 
-/// The report for standard output.
+/// The report in the form that suits the current standard output.
 text_report_t text_report();
 
-/// For programs: one JSON document.
+/// The output for programs: one JSON document.
 std::string status_json(const inspection_t& found);
 std::string preview_json(const inspection_t& found, const std::vector<preview_t>& previews);
 std::string consent_json(const consent_report_t& report);
 std::string products_json(const std::vector<library::stored_product_t>& products);
 
-/// One JSON object in one line. @param body may be null
+/// One JSON object on one line. @param body left out if null
 std::string hit_json(const collector::hit_t& hit, const std::string* body);
 std::string malformed_json(const std::string& reason, const std::string& body);
 

@@ -1,4 +1,4 @@
-// The answers for people.
+// The output for people.
 #include "report.h"
 
 #include "printable.h"
@@ -59,13 +59,13 @@ std::string events(const inspection_t& found) {
     for (const std::wstring_view event : found.plan.events.names())
         text += "   " + printable(utf16_to_utf8(event)) + "\n";
     if (found.plan.events.names().empty())
-        text += "   none: only \"run.\" and one word would be sent\n";
+        text += "   none: only names of the form run.WORD would be sent\n";
     if (found.subject.filter.empty() && found.subject.folder.empty())
-        text += "   (the host says where its filter is: --product-folder DIR or --filter FILE)\n";
+        text += "   (to name the product's filter: --product-folder DIR or --filter FILE)\n";
     return text;
 }
 
-// A host would say nothing, and send only the names that need no filter.
+// Without a filter, a product prints no message and sends only the names that need no filter.
 std::string fault_of_filter(const inspection_t& found) {
     const library::place_t* const filter = found.plan.find(library::place_role_t::event_filter);
     if (filter == nullptr || filter->state == library::place_state_t::readable)
@@ -73,7 +73,7 @@ std::string fault_of_filter(const inspection_t& found) {
     const std::string state =
         filter->state == library::place_state_t::device ? "a device" : words_of(code_of(filter->state));
     return "(The event filter is " + state +
-           ", so that it lists nothing: " + printable(utf16_to_utf8(filter->path.as_string())) + ")\n";
+           ", so it enables no feature: " + printable(utf16_to_utf8(filter->path.as_string())) + ")\n";
 }
 
 std::string answer_of(const inspection_t& found) {
@@ -130,7 +130,7 @@ std::string text_report_t::preview(const inspection_t& found, const std::vector<
                           : "nothing would be posted: " + one.why_not) +
                 "\n";
     if (found.plan.machine_id.needs_fresh_id() && found.would_report())
-        text += "(NEW-MACHINE-ID stands for the id that a host makes when it runs first.)\n";
+        text += "(NEW-MACHINE-ID stands for the id that the product creates at its next start.)\n";
     return text + fault_of_filter(found);
 }
 
@@ -140,7 +140,7 @@ std::string text_report_t::consent(const consent_report_t& report) const {
     if (!report.recorded.empty() && report.recorded != report.answer)
         text += "   " + report.recorded + " was written, but products cannot read it\n";
     if (!report.overridden_by.empty())
-        text += "   " + report.overridden_by + " is set here and decides all the same\n";
+        text += "   " + report.overridden_by + " is set here and overrides the answer\n";
     return text;
 }
 
@@ -149,7 +149,7 @@ std::string text_report_t::products(const std::vector<library::stored_product_t>
     for (const library::stored_product_t& product : products)
         text += paint(printable(utf16_to_utf8(product.name)), bold) + "\n   " +
                 printable(utf16_to_utf8(product.statistic_dir.as_string())) + "\n";
-    return products.empty() ? "No product keeps data for this user.\n" : text;
+    return products.empty() ? "No product stores data for this user.\n" : text;
 }
 
 text_report_t text_report() {

@@ -22,7 +22,7 @@ namespace {
 using quillkit::strings::utf16_to_utf8;
 
 constexpr std::uint64_t longest_body = std::uint64_t{64} << 10U;
-constexpr unsigned accepted = 200; // whatever the hit is, so that the command goes on
+constexpr unsigned accepted = 200; // for malformed hits too, or the command would stop posting
 
 struct counts_t {
     std::atomic<int> hits{0};
@@ -30,7 +30,7 @@ struct counts_t {
     std::atomic<int> foreign{0}; ///< requests to other paths
 };
 
-// Nobody else on this machine can post to a path that they cannot guess.
+// Other users of the machine cannot guess the path, so they cannot post to it.
 std::string random_target() {
     std::string target = "/";
     for (int i = 0; i < 4; ++i) {
@@ -41,13 +41,13 @@ std::string random_target() {
     return target + "/collect";
 }
 
-/// The value of one of the two variables with the collector's address in it. libcurl reads the second only if
-/// the first is not set, so each stands for the other.
+/// The new value of no_proxy or NO_PROXY, with the tool's address added. If the variable is not set, starts
+/// from the other one, because libcurl reads that one then.
 std::string exceptions_of(const wchar_t* variable, const wchar_t* other) {
     std::wstring value = kiln2::get_environ_value(variable);
     if (value.empty())
         value = kiln2::get_environ_value(other);
-    if (value.empty() || value == L"*") // which stands for all hosts only if it is alone
+    if (value.empty() || value == L"*") // libcurl takes it for all hosts only if it is the whole value
         return value.empty() ? "127.0.0.1" : "*";
     return utf16_to_utf8(value) + ",127.0.0.1";
 }
@@ -78,7 +78,7 @@ std::string line_of(const collector::request_t& request, const watch_t& how, cou
     }
 }
 
-/// Prints what came in. Called by one thread at a time.
+/// Prints what arrived. Called by one thread at a time.
 unsigned show(const collector::request_t& request, const std::string& target, const watch_t& how,
               counts_t& counts) {
     if (request.fault.empty() && (request.method != "POST" || request.target != target)) {

@@ -13,7 +13,8 @@ struct watch_t {
     bool wants_json = false;
 };
 
-/// Prints each hit as it arrives and a summary on standard error. Passes nothing on to another collector.
+/// Runs the command. Prints each hit when it arrives, and at the end a summary on standard error. Forwards
+/// nothing to another collector.
 /// @return the command's own exit status
 int watch(const watch_t& request);
 

@@ -1,4 +1,4 @@
-// The plan's findings in words: sentences for people, and codes that programs can rely on.
+// The library's findings as text: sentences for people, and codes that programs can rely on.
 #include "words.h"
 
 #include "terminal.h"
@@ -38,7 +38,7 @@ std::string describe_folders(const library::plan_t& plan) {
 std::string describe_network(const library::plan_t& plan) {
     using ostrel_platform::resolution_t;
     if (plan.addresses->outcome == resolution_t::unknown_host)
-        return plan.domain + " is not known here";
+        return plan.domain + " is unknown to the resolver";
     if (plan.addresses->outcome == resolution_t::failed)
         return "the resolver gives no answer for " + plan.domain;
     std::string text = plan.domain + " is";
@@ -50,13 +50,13 @@ std::string describe_network(const library::plan_t& plan) {
 
 std::string describe_answer(library::virk_state_t answer) {
     if (answer == library::vsUnknown)
-        return "no answer on file: a host would ask";
+        return "no answer is recorded: a product would ask";
     return answer == library::vsEnabled ? "the user has agreed" : "the user has refused";
 }
 
 std::string describe_switch(const library::step_t& step) {
     if (step.variable == nullptr)
-        return "collects whatever the user answered";
+        return "forces collection";
     return step.is_set ? "set" : "not set";
 }
 
@@ -101,17 +101,17 @@ std::string because(const library::plan_t& plan) {
 
 std::string describe_machine_id(const library::plan_t& plan) {
     const std::string makes = plan.keeps_machine_id
-                                  ? ": a host would make one"
-                                  : ": a host would make one for each run, for it cannot be stored";
+                                  ? ": a product would create one"
+                                  : ": a product would create one in each run, because it cannot be stored";
     switch (plan.machine_id.source) {
     case uuid_source_t::no_folder:
-        return "there is no folder to keep one in";
+        return "there is no folder to store an id in";
     case uuid_source_t::forced:
         return "from NORVANE_FORCE_UUID";
     case uuid_source_t::stored:
         return "from uuid.xml";
     case uuid_source_t::without_id:
-        return "uuid.xml holds none";
+        return "uuid.xml contains no id";
     case uuid_source_t::missing:
         return "none stored yet" + makes;
     case uuid_source_t::unreadable:
@@ -160,7 +160,7 @@ std::string why_not_counted(days_state_t state) {
     case days_state_t::not_lockable:
         return "the lock file cannot be created";
     case days_state_t::no_folder:
-        return "there is no folder for it";
+        return "there is no folder for the file";
     }
     return {};
 }

@@ -1,4 +1,4 @@
-// The plan's findings in words: sentences for people, and codes that programs can rely on.
+// The library's findings as text: sentences for people, and codes that programs can rely on.
 #pragma once
 
 #include "inspection.h"
@@ -7,7 +7,8 @@
 
 namespace ostrelctl {
 
-/// Codes are lower case with underscores; they stay as they are within a schema of the JSON output.
+/// Codes are lower case with underscores. They never change while the schema number of the JSON output is the
+/// same.
 const char* code_of(library::rule_t rule);
 const char* code_of(library::verdict_t verdict);
 const char* code_of(library::uuid_source_t source);
@@ -15,24 +16,24 @@ const char* code_of(library::place_role_t role);
 const char* code_of(library::place_state_t state);
 const char* code_of(library::days_state_t state);
 const char* code_of(library::folder_outcome_t outcome);
-/// "direct" for no proxy, the variable for one of the environment, otherwise the code of the system's
-/// setting.
+/// "direct" for a direct connection, the name of the variable for a proxy from the environment, otherwise the
+/// code of the system's setting.
 const char* source_of(const library::found_proxy_t& found);
 
-/// A code with blanks in the place of its underscores.
+/// The code with spaces instead of underscores.
 std::string words_of(const char* code);
 
-/// Why the plan's verdict is what it is, for example "the user has not agreed".
+/// The reason for the plan's verdict, for example "the user has not agreed".
 std::string because(const library::plan_t& plan);
 
-/// Where the machine id comes from.
+/// Where the machine id comes from, or why there is none.
 std::string describe_machine_id(const library::plan_t& plan);
 
-/// What a step of the decision is called, and what was found for it.
+/// The name of a step of the decision, and what the library finds there.
 std::string name_of(const library::step_t& step);
 std::string finding_of(const library::step_t& step, const library::plan_t& plan);
 
-/// Why a new object does not count the stored days; empty if it does or if there are none.
+/// Why a product does not count the stored days of use; empty if it counts them or if there are none.
 std::string why_not_counted(library::days_state_t state);
 
 } // namespace ostrelctl

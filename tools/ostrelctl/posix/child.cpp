@@ -1,4 +1,4 @@
-// The command that is watched, on POSIX.
+// The watched command, on POSIX.
 #include "child.h"
 
 #include "printable.h"
@@ -19,11 +19,11 @@ namespace ostrelctl {
 
 namespace {
 
-constexpr int signalled = 128; // as shells report it
+constexpr int signalled = 128; // added to the signal's number, as in shells
 
 sigset_t former_mask;
 
-// SIGPIPE among them: with its reader gone, the tool still has to wait for the command.
+// SIGPIPE too: if the reader of its output exits, the tool still has to wait for the command.
 sigset_t handled_signals() {
     sigset_t signals;
     ::sigemptyset(&signals);
@@ -37,7 +37,7 @@ std::vector<char*> pointers_to(const std::vector<std::string>& texts) {
     pointers.reserve(texts.size() + 1);
     for (const std::string& text : texts)
         pointers.push_back(
-            const_cast<char*>(text.c_str())); // NOLINT(cppcoreguidelines-pro-type-const-cast): exec's
+            const_cast<char*>(text.c_str())); // NOLINT(cppcoreguidelines-pro-type-const-cast): for exec
     pointers.push_back(nullptr);
     return pointers;
 }
@@ -55,7 +55,7 @@ std::vector<std::string> environment_with(const std::vector<std::pair<std::strin
     return texts;
 }
 
-/// @return an error number, 0 if the command runs
+/// @return 0 if the command was started, otherwise an error number
 int start(const command_line_t& command, pid_t& child) {
     posix_spawnattr_t attributes;
     posix_spawn_file_actions_t actions;
@@ -72,7 +72,7 @@ int start(const command_line_t& command, pid_t& child) {
     return error;
 }
 
-/// The terminal sends its signals to the command too; those of other processes are passed on.
+/// Forwards signals of other processes. The terminal sends its own signals to the command directly.
 void pass_on(const siginfo_t& signal, pid_t child) {
     if (signal.si_signo != SIGPIPE && signal.si_signo != SIGCHLD && signal.si_code <= 0)
         ::kill(child, signal.si_signo);
@@ -92,7 +92,7 @@ int wait_for(pid_t child) {
 } // namespace
 
 void leave_interrupts_to_command() {
-    std::signal(SIGCHLD, SIG_DFL); // ignored, it would take the command's exit status away
+    std::signal(SIGCHLD, SIG_DFL); // if it were ignored, the exit status would be lost
     const sigset_t signals = handled_signals();
     ::pthread_sigmask(SIG_BLOCK, &signals, &former_mask);
 }

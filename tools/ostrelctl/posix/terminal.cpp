@@ -1,4 +1,4 @@
-// What the tool needs of the system beyond what the library does, on POSIX.
+// Operations of the system that the tool needs and the library does not have, on POSIX.
 #include "terminal.h"
 
 #include "platform/environment.h"

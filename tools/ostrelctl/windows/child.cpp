@@ -1,4 +1,4 @@
-// The command that is watched, on Windows.
+// The watched command, on Windows.
 #include "child.h"
 
 #include "platform/utf.h"
@@ -20,7 +20,7 @@ using ostrel_platform::handle_t;
 using ostrel_platform::to_utf8;
 using ostrel_platform::to_wide;
 
-/// Why a command does not run.
+/// Why the command was not started.
 struct fault_t {
     int status;
     std::string reason;
@@ -29,7 +29,7 @@ struct fault_t {
 fault_t fault_of(DWORD error) {
     if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND)
         return {command_not_found, "command not found"};
-    return {command_not_started, "error " + std::to_string(error) + " of the system"};
+    return {command_not_started, "system error " + std::to_string(error)};
 }
 
 std::optional<std::wstring> find_program(const std::wstring& name) {
@@ -57,7 +57,7 @@ handle_t inheritable(DWORD stream) {
     return handle_t(copy);
 }
 
-/// The streams of the command, and the list that lets it inherit nothing else.
+/// The command's standard streams, and the list of handles that limits what it inherits to them.
 class streams_t {
 public:
     streams_t() : m_input(inheritable(STD_INPUT_HANDLE)), m_error(inheritable(STD_ERROR_HANDLE)) {
@@ -66,8 +66,7 @@ public:
                 m_inherited.push_back(stream->get());
         SIZE_T size = 0;
         ::InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
-        m_memory =
-            std::make_unique<char[]>(size); // NOLINT(cppcoreguidelines-avoid-c-arrays): of a size known now
+        m_memory = std::make_unique<char[]>(size); // NOLINT(cppcoreguidelines-avoid-c-arrays): dynamic size
         m_info.lpAttributeList = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.get());
         ::InitializeProcThreadAttributeList(m_info.lpAttributeList, 1, 0, &size);
         ::UpdateProcThreadAttribute(m_info.lpAttributeList, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST,
@@ -101,9 +100,9 @@ std::optional<fault_t> start(const command_line_t& command, handle_t& process) {
     if (is_batch_file(*program) && !are_safe_for_batch(command.words))
         return fault_t{
             command_not_started,
-            "a batch file takes arguments of letters, digits, blanks and -_.:/\\@+ alone, because the "
-            "command processor runs what it finds in others"};
-    // This process starts no other one, so the variables may be set in its own environment.
+            "the arguments of a batch file may only contain letters, digits, spaces and -_.:/\\@+, because "
+            "other characters could make the command processor run a command"};
+    // The command inherits the environment. The tool starts no other process, so it may change its own.
     for (const auto& [name, value] : command.variables)
         ::SetEnvironmentVariableW(to_wide(name).c_str(), to_wide(value).c_str());
     std::wstring line = join_quoted(command.words);
@@ -117,7 +116,7 @@ std::optional<fault_t> start(const command_line_t& command, handle_t& process) {
     return std::nullopt;
 }
 
-// The console tells the command too, which decides.
+// Ignored here: the console sends the event to the command too, and the command decides.
 BOOL WINAPI leave_it_to_the_command(DWORD event) {
     return event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT ? TRUE : FALSE;
 }

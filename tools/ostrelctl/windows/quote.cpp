@@ -1,4 +1,4 @@
-// Arguments in the one text that a program for Windows is started with.
+// Quotes arguments: Windows starts a program with one command-line text, not with a list.
 #include "quote.h"
 
 #include <algorithm>
@@ -21,7 +21,7 @@ std::wstring quoted_for_runtime(const std::wstring& argument) {
 }
 
 bool is_batch_file(std::wstring path) {
-    path.erase(path.find_last_not_of(L" .") + 1); // the system leaves them out
+    path.erase(path.find_last_not_of(L" .") + 1); // the system ignores trailing spaces and dots
     std::transform(path.begin(), path.end(), path.begin(), [](wchar_t unit) {
         return unit >= L'A' && unit <= L'Z' ? static_cast<wchar_t>(unit + 32) : unit;
     });

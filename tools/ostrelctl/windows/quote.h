@@ -1,4 +1,4 @@
-// Arguments in the one text that a program for Windows is started with.
+// Quotes arguments: Windows starts a program with one command-line text, not with a list.
 #pragma once
 
 #include <string>
@@ -6,15 +6,15 @@
 
 namespace ostrelctl {
 
-/// The argument in a form that the C runtime reads back unchanged: in quotes where it needs them, with quotes
-/// escaped and the backslashes before them doubled.
+/// The argument in a form that the C runtime reads back unchanged: in quotes if necessary, with inner quotes
+/// escaped and the backslashes before quotes doubled.
 std::wstring quoted_for_runtime(const std::wstring& argument);
 
-/// Whether the command processor runs the file.
+/// Whether the command processor (cmd.exe) runs the file.
 bool is_batch_file(std::wstring path);
 
-/// Whether the words (UTF-8) hold no character with a meaning for the command processor, which reads
-/// arguments by other rules than the runtime's. The first one, the program, does not count.
+/// Whether the arguments hold no character with a special meaning for the command processor, whose quoting
+/// rules differ from those of the C runtime. @param words UTF-8; the first one, the program, is not checked
 bool are_safe_for_batch(const std::vector<std::string>& words);
 
 } // namespace ostrelctl

@@ -1,4 +1,4 @@
-// What the tool needs of the system beyond what the library does, on Windows.
+// Operations of the system that the tool needs and the library does not have, on Windows.
 #include "terminal.h"
 
 #include "platform/environment.h"
@@ -17,14 +17,14 @@ namespace {
 using ostrel_platform::to_utf8;
 using ostrel_platform::to_wide;
 
-constexpr std::size_t console_step = 8192; // in units; consoles refuse long texts
+constexpr std::size_t console_step = 8192; // UTF-16 units; one write of a longer text may fail
 
 bool is_console(HANDLE stream) {
     DWORD mode = 0;
     return ::GetConsoleMode(stream, &mode) != 0;
 }
 
-// A console shows UTF-16 whatever its code page is.
+// A console shows UTF-16 correctly with every code page.
 bool write_to_console(HANDLE console, std::wstring_view text) {
     while (!text.empty()) {
         const auto step = static_cast<DWORD>(std::min(text.size(), console_step));
@@ -89,7 +89,7 @@ std::string why_no_folder() {
     return "the system names no folder for the data of this user";
 }
 
-// Permissions are lists of rights here, not digits.
+// Windows has access control lists, not octal modes.
 std::string mode_of(const std::wstring& /*path*/) {
     return {};
 }
