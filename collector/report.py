@@ -150,6 +150,8 @@ def main():
         write(folder, "index.html", make_page(report))
     except subprocess.CalledProcessError:
         sys.exit("report.py: the page stays as it is")
+    except OSError as error:
+        sys.exit(f"report.py: the page stays as it is: {error}")
 
 
 if __name__ == "__main__":
