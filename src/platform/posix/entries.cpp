@@ -1,4 +1,4 @@
-// What lies at a path, on POSIX.
+// Tells what a path names, on POSIX.
 #include "platform/entries.h"
 
 #include "platform/utf.h"
@@ -38,7 +38,7 @@ entry_t look_at(const std::wstring& path) {
 }
 
 bool may_create_in(const std::wstring& folder) {
-    // The effective user decides, as when a file is created.
+    // AT_EACCESS checks the effective user, as the creation of a file does.
     return ::faccessat(AT_FDCWD, to_utf8(folder).c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 

@@ -1,4 +1,4 @@
-// What lies at a path, on Windows.
+// Tells what a path names, on Windows.
 #include "platform/entries.h"
 
 #include "platform/windows/handle.h"
@@ -9,7 +9,7 @@ namespace {
 
 handle_t open_entry(const std::wstring& path, DWORD access) {
     constexpr DWORD deny_none = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    // With this flag folders can be opened too.
+    // FILE_FLAG_BACKUP_SEMANTICS is required to open a folder.
     return handle_t(::CreateFileW(path.c_str(), access, deny_none, nullptr, OPEN_EXISTING,
                                   FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
@@ -35,7 +35,7 @@ entry_t look_at(const std::wstring& path) {
 }
 
 bool may_create_in(const std::wstring& folder) {
-    // Only the rights are requested: nothing is created with them.
+    // Opening the folder with these rights checks them. It creates nothing.
     return open_entry(folder, FILE_ADD_FILE | FILE_ADD_SUBDIRECTORY).is_open();
 }
 
