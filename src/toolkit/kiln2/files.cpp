@@ -12,7 +12,7 @@ bool remove_file(const path_t& path) {
     return ostrel_platform::remove_file(path.as_string());
 }
 
-// Boost's own create_directories lets the umask decide who may enter the folders.
+// Boost's create_directories is not used, because the umask would decide who can access the folders.
 void create_folders(const path_t& path) {
     const boost::filesystem::path folder = to_native(path.as_string());
     boost::system::error_code ignored;

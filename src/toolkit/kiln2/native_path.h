@@ -1,4 +1,4 @@
-// Wide text to and from Boost.Filesystem's paths.
+// Conversion between wide text and Boost.Filesystem's paths.
 #pragma once
 
 #include "toolkit/quillkit/strings.h"
@@ -10,8 +10,8 @@
 
 namespace kiln2 {
 
-// On Linux Boost.Filesystem converts wide text with the C locale. That is ASCII unless the host sets another
-// locale.
+// On Linux Boost.Filesystem would convert wide text with the C locale, which is ASCII unless the host sets
+// another locale. So these functions convert to UTF-8 themselves.
 template <class Path = boost::filesystem::path>
 Path to_native(const std::wstring& text) {
     if constexpr (std::is_same_v<typename Path::value_type, wchar_t>)

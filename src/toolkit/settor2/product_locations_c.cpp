@@ -1,4 +1,4 @@
-// The configuration service of a host in C: its structure, copied into a service.
+// The configuration service for hosts in C: copies the host's structure into a service object.
 #include "settor2/product_locations_c.h"
 
 #include "settor2/product_locations.h"
