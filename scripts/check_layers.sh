@@ -25,7 +25,8 @@ layer() {
 
 readonly bare='ostrel/(export|version|cxx_interface)\.h'
 readonly public='ostrel/|kiln2/|settor2/'
-readonly platform="platform/|$bare"
+readonly text="text/|$bare"
+readonly platform="platform/|$text"
 readonly toolkit="toolkit/|kiln2/|settor2/|$platform"
 readonly foundations="foundations/|ostrel/(datetime|filelock)\.h|$toolkit"
 readonly policy="statistic_impl/|ostrel/statistic\.h|$foundations"
@@ -39,6 +40,7 @@ for folder in include/* src/*/; do
     case $folder in
     include/ostrel) layer "$folder" 'ostrel/|kiln2/' ;;
     include/kiln2 | include/settor2) layer "$folder" "${folder#include/}/|$bare" ;;
+    src/text/) layer "$folder" "$text" ;;
     src/platform/) layer "$folder" "$platform" ;;
     src/toolkit/) layer "$folder" "$toolkit" ;;
     src/foundations/) layer "$folder" "$foundations" ;;

@@ -2,7 +2,7 @@
 #include "platform/clock.h"
 
 #include "platform/posix/descriptor.h"
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
 // Tells what a path names, on POSIX.
 #include "platform/entries.h"
 
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -3,7 +3,7 @@
 
 #include "platform/entries.h"
 #include "platform/posix/descriptor.h"
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <array>
 #include <cerrno>

@@ -1,7 +1,7 @@
 // The folders that the system names, on POSIX: the XDG base directories and /opt.
 #include "platform/folders.h"
 
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <cstdlib>
 

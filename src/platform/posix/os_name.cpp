@@ -3,7 +3,7 @@
 
 #include "platform/files.h"
 #include "platform/posix/os_release.h"
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <algorithm>
 #include <array>

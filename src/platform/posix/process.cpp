@@ -4,7 +4,7 @@
 #include "platform/environment.h"
 #include "platform/posix/descriptor.h"
 #include "platform/signals.h"
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,7 +1,7 @@
 // The proxies that the system's settings name, on Windows: WinHTTP's three sources.
 #include "platform/proxies.h"
 
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <windows.h>
 
