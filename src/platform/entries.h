@@ -1,7 +1,8 @@
-// Tells what a path names. Changes no file.
+// Tells what a path names and what a folder contains. Changes no file.
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace ostrel_platform {
 
@@ -17,6 +18,10 @@ enum class entry_t {
 
 /// Tells what the path names. Follows symbolic links.
 entry_t look_at(const std::wstring& path);
+
+/// The names of the entries in @p folder, without "." and "..", in any order. Empty if the folder cannot be
+/// read.
+std::vector<std::wstring> entry_names(const std::wstring& folder);
 
 /// Whether this user may create files and folders in @p folder. False if the folder is missing.
 bool may_create_in(const std::wstring& folder);

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <system_error>
 #include <utility>
 
 namespace OSTREL_NAMESPACE {
@@ -41,16 +40,12 @@ std::optional<settings_paths_t> settings_of(const std::wstring& product_id) {
 }
 
 std::vector<stored_product_t> stored_products() {
-    namespace fs = std::filesystem;
     std::vector<stored_product_t> products;
     const auto local_app_data = ostrel_platform::local_app_data_folder();
     if (!local_app_data)
         return products;
     const kiln2::path_t company_dir = lay_out_settings(*local_app_data, {}).company_dir;
-    std::error_code end;
-    for (fs::directory_iterator entry(kiln2::to_native<fs::path>(company_dir.as_string()), end), none;
-         !end && entry != none; entry.increment(end)) {
-        std::wstring name = kiln2::from_native(entry->path().filename());
+    for (std::wstring& name : ostrel_platform::entry_names(company_dir.as_string())) {
         kiln2::path_t folder = lay_out_settings(*local_app_data, name).statistic_dir;
         if (ostrel_platform::look_at(folder.as_string()) == ostrel_platform::entry_t::folder)
             products.push_back({std::move(name), std::move(folder)});
