@@ -3,7 +3,7 @@
 
 #include "platform/process.h"
 #include "toolkit/brask/log.h"
-#include "toolkit/brask/tstring.h"
+#include "toolkit/quillkit/strings.h"
 
 #include <chrono>
 #include <thread>
@@ -42,12 +42,21 @@ struct closing_t {
 
 const closing_t closing;
 
+// UTF-8 for a narrow build of log4cplus, the unchanged text for a wide build.
+template <class Wide>
+log4cplus::tstring to_tstring(const Wide& text) {
+    if constexpr (std::is_same_v<log4cplus::tstring, std::wstring>)
+        return log4cplus::tstring(text);
+    else
+        return quillkit::strings::utf16_to_utf8(text);
+}
+
 // Creates missing ancestors. If the host configures an ancestor later, it configures the logger stored here.
 std::vector<log4cplus::Logger>& configured_loggers(std::wstring name) {
     brask_1::log::configureComponentLogger(name);
     auto& loggers = *new std::vector<log4cplus::Logger>;
     for (;;) {
-        loggers.push_back(log4cplus::Logger::getInstance(brask_1::log::to_tstring(name)));
+        loggers.push_back(log4cplus::Logger::getInstance(to_tstring(name)));
         const std::size_t dot = name.rfind(L'.');
         if (dot == std::wstring::npos)
             break;
@@ -76,7 +85,7 @@ void component_logger_t::write(log_level_t level, std::wstring_view message, con
                                int line) const {
     const writer_t writer;
     if (!is_log_closed)
-        m_loggers.front().forcedLog(static_cast<int>(level), brask_1::log::to_tstring(message), file, line);
+        m_loggers.front().forcedLog(static_cast<int>(level), to_tstring(message), file, line);
 }
 
 message_t& message_t::operator<<(std::wstring_view text) {

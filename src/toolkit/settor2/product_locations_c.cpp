@@ -3,7 +3,6 @@
 
 #include "settor2/product_locations.h"
 #include "toolkit/quillkit/strings.h"
-#include "toolkit/settor2/location_kind.h"
 
 #include <array>
 #include <forward_list>
@@ -12,6 +11,9 @@
 namespace settor2 {
 
 namespace {
+
+// The kind of location that is the name of the product's folder below the company folder.
+constexpr int product_folder_kind = 6;
 
 std::wstring to_wide(const char* text) {
     return text == nullptr ? std::wstring() : quillkit::strings::utf8_to_utf16(text);
