@@ -2,10 +2,10 @@
 // TARGET names the function that one executable runs; the tests hold the expected values.
 #include "ostrel/datetime.h"
 #include "pellar_accessor/exchange.h"
-#include "platform/utf.h"
 #include "statistic_impl/consent.h"
 #include "statistic_impl_ga/feature_route.h"
 #include "statistic_impl_ga/hit.h"
+#include "text/utf.h"
 #include "toolkit/kiln2/variant_bag.h"
 
 #include <algorithm>

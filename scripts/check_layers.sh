@@ -25,7 +25,8 @@ layer() {
 
 readonly bare='ostrel/(export|version|cxx_interface)\.h'
 readonly public='ostrel/|kiln2/|settor2/'
-readonly platform="platform/|$bare"
+readonly text="text/|$bare"
+readonly platform="platform/|$text"
 readonly toolkit="toolkit/|kiln2/|settor2/|$platform"
 readonly foundations="foundations/|ostrel/(datetime|filelock)\.h|$toolkit"
 readonly policy="statistic_impl/|ostrel/statistic\.h|$foundations"
@@ -39,6 +40,7 @@ for folder in include/* src/*/; do
     case $folder in
     include/ostrel) layer "$folder" 'ostrel/|kiln2/' ;;
     include/kiln2 | include/settor2) layer "$folder" "${folder#include/}/|$bare" ;;
+    src/text/) layer "$folder" "$text" ;;
     src/platform/) layer "$folder" "$platform" ;;
     src/toolkit/) layer "$folder" "$toolkit" ;;
     src/foundations/) layer "$folder" "$foundations" ;;
@@ -59,9 +61,10 @@ layer tests "$library|collector/|ostrelctl/|support/|$own"
 
 only_in 'src/http_connector/|bench/|tests/' 'include *<curl/' 'libcurl outside its layer'
 only_in 'src/toolkit/kiln2/variant_bag_xml\.cpp' 'include *<pugixml' 'pugixml outside its file'
-only_in 'src/toolkit/kiln2/' 'include *<boost/filesystem' 'Boost.Filesystem outside its layer'
-only_in 'src/foundations/trace\.|src/toolkit/brask/|tests/|examples/logging_host/|bench/' 'include *<log4cplus/' \
-    'log4cplus outside its layers'
+only_in 'src/toolkit/kiln2/path\.cpp|src/foundations/folders\.cpp' 'include *<boost/filesystem' \
+    'Boost.Filesystem outside its files'
+only_in 'src/foundations/trace\.|tests/|examples/logging_host/|bench/' 'include *<log4cplus/' \
+    'log4cplus outside its layer'
 # The benchmarks and the fuzz targets run on Linux alone. Windows has headers of some of these names too.
 only_in 'src/platform/(posix|windows)/|(tests|tools)/([a-z]+/)?(posix|windows)/|bench/|fuzz/' \
     'include *<((unistd|fcntl|dirent|netdb|poll|pwd|spawn|signal|pthread|dlfcn)\.h|(sys|netinet|arpa)/)' \

@@ -165,8 +165,10 @@ TEST_F(ostrelctl, commands_report_failures_and_change_the_answer_only) {
     }
     write_file(profile.statistic_dir("b") / "uuid.xml", "");
     fs::create_directories(profile.statistic_dir("a"));
+    fs::create_directories(profile.company() / "settings" / "statistic"); // as if a product were named "."
     EXPECT_EQ(run({"products"}), 0);
     EXPECT_LT(output.find("a\n   " + profile.statistic_dir("a").u8string()), output.find("b\n   "));
+    EXPECT_EQ(output.find(".\n"), std::string::npos) << output;
 }
 
 TEST_F(ostrelctl, the_manual_explains_each_json_field_and_code) {

@@ -30,7 +30,7 @@ datetime_t::fields_t to_fields(const std::tm& time) {
             time.tm_wday, time.tm_yday, 0};
 }
 
-// Systems check the range before they carry fields, or not at all.
+// Some systems check the range before they normalise the fields, others never. So the result is checked.
 bool is_in_range(std::int64_t seconds) {
     return seconds >= 0 && seconds <= last_second;
 }
@@ -63,7 +63,7 @@ datetime_t datetime_t::parse(const std::wstring& text) {
     if (text.size() > longest_text)
         return {};
     fields_t fields;
-    // Hosts rely on the leniency of scanf.
+    // Hosts rely on what scanf accepts, for example leading spaces and numbers with fewer digits.
     const int count = std::swscanf(text.c_str(), L"%4d-%2d-%2dT%2d:%2d:%2dZ", &fields.year, &fields.month,
                                    &fields.day, &fields.hour, &fields.minute, &fields.second);
     if (count != 6)

@@ -10,6 +10,6 @@
 /// A wide string literal, for example L"ostrel_1_2_3".
 #define OSTREL_NAMESPACE_TEXT OSTREL_DETAIL_WIDE_TEXT(OSTREL_NAMESPACE)
 
-/// The spelling of a wide string in signatures, the same with every compiler.
+/// The text for std::wstring in signatures. It does not depend on the compiler.
 #define OSTREL_WSTRING_TEXT                                                                                  \
     L"std::basic_string<__wchar_t, std::char_traits<__wchar_t>, std::allocator<__wchar_t>>"

@@ -1,9 +1,9 @@
-// Diagnostic lines on their way to log4cplus.
+// Writes diagnostic lines through log4cplus.
 #include "foundations/trace.h"
 
 #include "platform/process.h"
 #include "toolkit/brask/log.h"
-#include "toolkit/brask/tstring.h"
+#include "toolkit/quillkit/strings.h"
 
 #include <chrono>
 #include <thread>
@@ -23,9 +23,9 @@ struct writer_t {
 
 constexpr std::chrono::milliseconds longest_wait{50};
 
-// At process exit log4cplus destroys itself right after this library. A thread of the host that still writes
-// a line would then crash the process. So the log is closed, and lines that are being written get time to
-// finish. The time is limited because the thread that calls exit may be inside a log call itself.
+// At process exit, log4cplus destroys itself right after this library. A thread of the host that still writes
+// a line would then crash the process. So this destructor closes the log and waits for lines that are being
+// written. The wait has a timeout, because the thread that calls exit may be inside a log call itself.
 struct closing_t {
     closing_t() = default;
     closing_t(const closing_t&) = delete;
@@ -42,12 +42,21 @@ struct closing_t {
 
 const closing_t closing;
 
-// An ancestor that nobody has made yet is made here, so that it is the one that the host configures later.
+// UTF-8 for a narrow build of log4cplus, the unchanged text for a wide build.
+template <class Wide>
+log4cplus::tstring to_tstring(const Wide& text) {
+    if constexpr (std::is_same_v<log4cplus::tstring, std::wstring>)
+        return log4cplus::tstring(text);
+    else
+        return quillkit::strings::utf16_to_utf8(text);
+}
+
+// Creates missing ancestors. If the host configures an ancestor later, it configures the logger stored here.
 std::vector<log4cplus::Logger>& configured_loggers(std::wstring name) {
     brask_1::log::configureComponentLogger(name);
     auto& loggers = *new std::vector<log4cplus::Logger>;
     for (;;) {
-        loggers.push_back(log4cplus::Logger::getInstance(brask_1::log::to_tstring(name)));
+        loggers.push_back(log4cplus::Logger::getInstance(to_tstring(name)));
         const std::size_t dot = name.rfind(L'.');
         if (dot == std::wstring::npos)
             break;
@@ -61,7 +70,7 @@ std::vector<log4cplus::Logger>& configured_loggers(std::wstring name) {
 
 component_logger_t::component_logger_t(const wchar_t* name) : m_loggers(configured_loggers(name)) {}
 
-// Asked anew for every line or report, because a host may attach an appender at any time and from any thread.
+// The result is not cached, because a host may attach an appender at any time and from any thread.
 bool component_logger_t::has_listener() const {
     for (log4cplus::Logger& logger : m_loggers) {
         if (!logger.getAllAppenders().empty())
@@ -76,7 +85,7 @@ void component_logger_t::write(log_level_t level, std::wstring_view message, con
                                int line) const {
     const writer_t writer;
     if (!is_log_closed)
-        m_loggers.front().forcedLog(static_cast<int>(level), brask_1::log::to_tstring(message), file, line);
+        m_loggers.front().forcedLog(static_cast<int>(level), to_tstring(message), file, line);
 }
 
 message_t& message_t::operator<<(std::wstring_view text) {
@@ -101,7 +110,7 @@ call_tracer_t::~call_tracer_t() {
     if (!m_logger.is_enabled_for(log_level_t::trace))
         return;
     try {
-        // Two blanks, so that the signatures of entry and exit lines stand below each other.
+        // Two spaces align the signature with the one in the entry line.
         write(L"EXIT:  ");
     } catch (...) { // NOLINT(bugprone-empty-catch): a lost line is better than a host that is terminated
     }

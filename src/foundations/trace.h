@@ -19,11 +19,12 @@ enum class log_level_t : int {
     error = 40000,
 };
 
-/// True once the process destroys its static objects.
+/// True as soon as the process destroys its static objects.
 extern std::atomic<bool> is_log_closed;
 
-/// A module's logger. Created when the library is loaded, only read afterwards, and never destroyed: threads
-/// of the host may report until the process has ended. While it ends, nothing is logged.
+/// A module's logger. It is created when the library is loaded and is read-only afterwards. It is never
+/// destroyed, because threads of the host may report features until the process has ended. As soon as the
+/// process destroys its static objects, nothing is logged.
 class component_logger_t {
 public:
     /// Configures the component's logger first, then stores a reference to it.
@@ -42,10 +43,10 @@ public:
 private:
     bool has_listener() const;
 
-    std::vector<log4cplus::Logger>& m_loggers; ///< the component's, then its ancestors up to the root
+    std::vector<log4cplus::Logger>& m_loggers; ///< the component's logger, then its ancestors up to the root
 };
 
-/// Joins the pieces of a message: wide and narrow texts, and integers in plain decimal whatever the host's
+/// Joins the pieces of a message: wide texts, narrow texts and integers. Integers are plain decimal in every
 /// locale.
 class message_t {
 public:
@@ -66,9 +67,9 @@ private:
 };
 
 /// Writes a function's entry line on construction and its exit line on destruction, also if an exception
-/// leaves the function. Belongs to the calling thread.
+/// leaves the function. One object is used by one thread.
 ///
-/// Stores views: the logger and the texts must be static.
+/// Stores a reference and views: the logger and the texts must be static.
 class call_tracer_t {
 public:
     call_tracer_t(const component_logger_t& logger, std::wstring_view signature, const char* file, int line);
@@ -87,15 +88,15 @@ private:
 
 } // namespace OSTREL_NAMESPACE
 
-// Macros, because a line contains the source line of its call, and its text is built only if its level is on.
+// These are macros because a diagnostic line contains the source position of its call, and because its text
+// is built only if its level is on.
 
 /// The first statement of a traced function. The signature is a literal.
 #define OSTREL_TRACE_CALL(logger, signature)                                                                 \
     static constexpr std::wstring_view ostrel_signature = signature;                                         \
     const OSTREL_NAMESPACE::call_tracer_t ostrel_call_tracer((logger), ostrel_signature, __FILE__, __LINE__)
 
-// NOLINTBEGIN(bugprone-macro-parentheses): in parentheses the pieces would be joined before they reach the
-// message
+// NOLINTBEGIN(bugprone-macro-parentheses): with parentheses, << would first be applied to the pieces alone
 
 /// Writes the pieces, joined by <<, at a level of log_level_t.
 #define OSTREL_LOG(logger, level, pieces)                                                                    \

@@ -1,4 +1,4 @@
-// The environment variables that switch operations of the bridge off.
+// The environment variables that switch off operations of the bridge to the software manager.
 #include "pellar_accessor/disabling_switch.h"
 
 #include "pellar_accessor/log.h"

@@ -1,4 +1,4 @@
-// The environment variables that switch operations of the bridge off.
+// The environment variables that switch off operations of the bridge to the software manager.
 #pragma once
 
 #include "ostrel/version.h"
@@ -7,7 +7,8 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// @return false if the variable is set and not empty; traces the result
+/// Traces the result.
+/// @return false if the environment variable is set and not empty
 bool is_allowed_by(const std::wstring& variable);
 
 } // namespace OSTREL_NAMESPACE

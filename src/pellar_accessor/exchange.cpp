@@ -23,7 +23,7 @@ std::optional<std::string> read_first_line(const kiln2::path_t& path) {
         end = count == 0 ? 0 : bytes.find('\n');
         line += bytes.substr(0, end);
     }
-    // The tool may end its lines as Windows does.
+    // The tool may write Windows line ends (CR LF).
     if (!line.empty() && line.back() == '\r')
         line.pop_back();
     return line;
@@ -38,7 +38,7 @@ std::optional<std::wstring> exchange(const kiln2::path_t& path,
     const auto line = read_first_line(path);
     if (!line)
         return std::nullopt;
-    // Removed under the lock: the next holder's file has the same name.
+    // Removes the file before the lock is released, because the next holder of the lock uses the same file.
     kiln2::remove_file(path);
     std::wstring uuid = quillkit::strings::utf8_to_utf16(*line);
     OSTREL_LOG(bridge_log, info, L"return: uuid = " << uuid);

@@ -10,13 +10,13 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// The first line without its end (LF or CR LF); empty if the file has none. Nothing if the file cannot be
-/// opened.
+/// The first line without its line end (LF or CR LF).
+/// @return the empty text if the file is empty; nullopt if it cannot be opened
 std::optional<std::string> read_first_line(const kiln2::path_t& path);
 
-/// Creates the file under its lock, lets @p ask make the tool write into it, reads the answer, removes the
-/// file and logs the answer.
-/// @return nothing if the lock is held or the file cannot be opened
+/// Locks and creates the file, calls @p ask, reads the answer, removes the file and logs the answer.
+/// @param ask runs the tool, which writes its answer into the file
+/// @return nullopt if the lock is already held or the file cannot be created or opened
 std::optional<std::wstring> exchange(const kiln2::path_t& path,
                                      const std::function<void(const std::wstring& path)>& ask);
 

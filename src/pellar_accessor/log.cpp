@@ -1,4 +1,4 @@
-// The logger of the software-manager bridge.
+// The logger of the bridge to the software manager.
 #include "pellar_accessor/log.h"
 
 namespace OSTREL_NAMESPACE {

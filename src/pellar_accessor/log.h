@@ -1,9 +1,10 @@
-// The logger of the software-manager bridge, and the spelling of its signatures.
+// The logger of the bridge to the software manager, and the texts of its signatures.
 #pragma once
 
 #include "foundations/trace.h"
 
-/// The first part of the signatures of the bridge's members, and the spelling of a run's parameters.
+/// Parts of the traced signatures: the scope of the bridge's members, the type of an argument list, and the
+/// parameters of invoke_pellar.
 #define OSTREL_BRIDGE_TEXT OSTREL_NAMESPACE_TEXT L"::pellar_accessor_impl_t::"
 #define OSTREL_ARGUMENTS_TEXT                                                                                \
     L"std::vector<" OSTREL_WSTRING_TEXT L", std::allocator<" OSTREL_WSTRING_TEXT L">>"

@@ -20,7 +20,7 @@ std::vector<std::wstring> upload_arguments(const wchar_t* kind, const kiln2::pat
     return arguments;
 }
 
-// The tool deletes the file that it uploaded. Its exit code says less.
+// The tool deletes a file after uploading it. A deleted file is a better sign of success than the exit code.
 bool is_uploaded(int result, const kiln2::path_t& file) {
     return result != not_started && !kiln2::path_t::exists(file.as_string());
 }
@@ -43,7 +43,8 @@ bool pellar_accessor_impl_t::send_file(const kiln2::path_t& file, bool force) {
                        file);
 }
 
-// Any result except a refused start counts as sent. Hosts rely on it while the bridge is switched off.
+// Every result except not_started counts as sent. If the bridge is switched off, the result is 0, and hosts
+// rely on the return value true.
 bool pellar_accessor_impl_t::send_usage_package() {
     OSTREL_TRACE_CALL(bridge_log, L"bool " OSTREL_BRIDGE_TEXT L"send_usage_package()");
     return invoke_pellar(tool_remote_monitor, {L"-t", L"i", L"-b"}, true) != not_started;

@@ -12,7 +12,7 @@ namespace OSTREL_NAMESPACE {
 /// The unchanged element between double quotes.
 std::wstring quote(const std::wstring& element);
 
-/// The command of a tool: @p program, its path, then the arguments in order.
+/// The command of a tool. @p program is its path.
 ostrel_platform::command_t compose_command(const std::wstring& program,
                                            const std::vector<std::wstring>& arguments);
 

@@ -1,4 +1,4 @@
-// Runs a tool: whether it may run, where it lies, and its result.
+// Runs one of the software manager's tools.
 #include "pellar_accessor/run.h"
 
 #include "pellar_accessor/disabling_switch.h"
@@ -21,7 +21,7 @@ int run_and_wait(const ostrel_platform::command_t& command) {
     if (result.finished)
         OSTREL_LOG(bridge_log, info, L"pellar return code=" << result.code);
     else
-        // The same text on every system, so that a search of the logs finds it.
+        // The text is the same on every system, so that one search finds it in all logs.
         OSTREL_LOG_ERROR(bridge_log, L"CreateProcessW failed: " << result.code);
     return static_cast<int>(result.code);
 }
@@ -40,7 +40,7 @@ int run_tool(pellar_accessor_impl_t::pellar_tool_t tool, const std::vector<std::
     OSTREL_LOG(bridge_log, info, L"sync=" << sync);
     if (!is_call_allowed())
         return 0;
-    // Not logged: calls from remote sessions are normal.
+    // Logs no error, because calls in remote sessions are normal.
     if (ostrel_platform::is_remote_session())
         return not_started;
     const kiln2::path_t location = locate_tool(tool, program_files);

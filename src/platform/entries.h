@@ -1,7 +1,8 @@
-// What lies at a path, found out without opening or changing a file.
+// Tells what a path names and what a folder contains. Changes no file.
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace ostrel_platform {
 
@@ -12,13 +13,17 @@ enum class entry_t {
     stream,        ///< a device or a pipe
     dangling_link, ///< a symbolic link without a target
     other,         ///< for example a socket
-    unreachable,   ///< a folder on the way may not be searched
+    unreachable,   ///< this user lacks permission to search a folder of the path
 };
 
-/// What the path names. Symbolic links are followed.
+/// Tells what the path names. Follows symbolic links.
 entry_t look_at(const std::wstring& path);
 
-/// Whether this user may create files and folders in @p folder; false if it is missing.
+/// The names of the entries in @p folder, without "." and "..", in any order. Empty if the folder cannot be
+/// read.
+std::vector<std::wstring> entry_names(const std::wstring& folder);
+
+/// Whether this user may create files and folders in @p folder. False if the folder is missing.
 bool may_create_in(const std::wstring& folder);
 
 } // namespace ostrel_platform

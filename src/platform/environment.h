@@ -6,10 +6,10 @@
 
 namespace ostrel_platform {
 
-/// The value of a variable; nothing if it is unset. Each call reads it again.
+/// The value of an environment variable; nullopt if it is not set. Each call reads the environment again.
 std::optional<std::wstring> environment_variable(const std::wstring& name);
 
-/// Whether a variable is set and not empty. A value that is not valid text counts as set.
+/// Whether an environment variable is set and not empty. A value that is not valid text counts as set.
 bool is_variable_set(const std::wstring& name);
 
 } // namespace ostrel_platform

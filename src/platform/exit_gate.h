@@ -1,16 +1,18 @@
-// Keeps initialisations on the library's threads apart from the end of the process.
+// Delays process exit and forks while another library is being initialised.
 #pragma once
 
 namespace ostrel_platform {
 
-/// Lets the calling thread wait at the end of the process for a running initialisation. Called on threads of
-/// the host; a repeated call does nothing. No-op on systems that end all other threads first.
+/// From now on, if the calling thread ends or exits the process, it first waits for an existing exit_gate_t.
+/// Call it on threads of the host. A repeated call does nothing. No-op on systems that end all other threads
+/// before exit handlers run.
 void guard_exit_of_this_thread();
 
-/// Holds the end of the process, and forks, back until its destruction, at most one second.
+/// While an object exists, guarded threads that exit the process and threads that fork wait for its
+/// destruction. Each waits at most one second. Create it on the thread that initialises another library.
 ///
-/// Libraries such as OpenSSL register handlers that destroy their data when the process exits. An
-/// initialisation on another thread would then use destroyed data.
+/// Libraries such as OpenSSL register exit handlers that destroy their data. An initialisation that still
+/// runs on another thread would then use destroyed data.
 class exit_gate_t {
 public:
     exit_gate_t();
@@ -18,7 +20,7 @@ public:
     exit_gate_t(const exit_gate_t&) = delete;
     exit_gate_t& operator=(const exit_gate_t&) = delete;
 
-    /// False if the process already ends: then nothing may be initialised any more.
+    /// False if the process already exits. Then do not start an initialisation.
     bool is_open() const { return m_is_open; }
 
 private:

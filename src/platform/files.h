@@ -1,4 +1,4 @@
-// Files and folders as the library uses them: opened for sharing, created exclusively, or replaced whole.
+// File operations of the library: open for shared reading, create exclusively, replace atomically.
 #pragma once
 
 #include <cstddef>
@@ -10,15 +10,16 @@
 
 namespace ostrel_platform {
 
-/// An open regular file that other processes may read and write meanwhile.
+/// An open regular file that other processes may read and write concurrently.
 ///
-/// Devices, pipes and folders are refused, because reading them could block for ever.
+/// Devices, pipes and folders cannot be opened, because reading them could block for ever.
 class shared_file_t {
 public:
-    /// Nothing when the file is missing, is no regular file, or may not be read.
+    /// @return nullopt if the file is missing, is not a regular file or cannot be read
     static std::optional<shared_file_t> open_for_reading(const std::wstring& path);
 
-    /// Reads up to @p size bytes; 0 at the end of the file, nothing on an error.
+    /// Reads up to @p size bytes.
+    /// @return the number of bytes; 0 at the end of the file; nullopt on an error
     std::optional<std::size_t> read(char* buffer, std::size_t size);
 
     shared_file_t(shared_file_t&&) noexcept;
@@ -32,39 +33,45 @@ private:
     std::unique_ptr<handle_t> m_handle;
 };
 
-/// Creates an empty file; false if it exists already or cannot be created. Of several concurrent callers, in
-/// any process, exactly one succeeds. No handle stays open. Files created here and below belong to their user
-/// alone.
+/// Creates an empty file. Of several concurrent callers, in any process, exactly one succeeds. No handle
+/// stays open. On POSIX only their user can access the new files that these functions create.
+/// @return false if the file exists already or cannot be created
 bool create_exclusively(const std::wstring& path);
 
 /// Creates an empty file, or empties an existing one, in a folder that other users may share.
-/// @return false if the file may not be written; on POSIX also for a link and for another user's file, which
-///         stay as they are
+///
+/// On POSIX it refuses symbolic links, files with several hard links and files of other users, and does not
+/// change them.
+/// @return false if the file cannot be written or is refused
 bool create_empty(const std::wstring& path);
 
-/// Replaces the file's content whole or not at all: readers, and a kill at any instant, see the old file or
-/// the new one. The bytes are on the disk before they take the old file's place.
+/// Replaces the file atomically: readers see the old file or the new one, also if the process is killed. The
+/// bytes are flushed to the disk before the new file is renamed.
 ///
-/// On POSIX a symbolic link is kept and its target replaced, in the target's own folder and with its mode; a
-/// target that is missing is created.
-/// @return false if nothing was replaced: the user may not write the file or its folder, something other than
-///         a regular file has the name, the disk is full, or another process replaces the file concurrently
+/// On POSIX the new file has the owner and mode of the old one if possible. A symbolic link is kept: its
+/// target is replaced in the target's own folder, or created if it is missing.
+/// @return false if nothing was replaced: the user lacks permission to write the file or its folder, the path
+///         names something other than a regular file, the disk is full, or another process replaces the file
+///         concurrently
 bool replace_file(const std::wstring& path, std::string_view bytes);
 
-/// Replaces the file as above, or writes over an existing file, which stays the same file: then readers, and
-/// a kill at any instant, see of one byte written over another the old or the new one.
-/// @return false if the file may not be written or the disk is full; no new file is left behind then
+/// Like replace_file, but may also write an existing file in place, which needs no permission for the folder.
+/// Writing in place is atomic only if one byte replaces one byte: readers see the old byte or the new one,
+/// also if the process is killed.
+/// @return false if the file cannot be written or the disk is full; then no new file is left behind
 bool overwrite_file(const std::wstring& path, std::string_view bytes);
 
-/// Whether this user has the permissions that replace_file or overwrite_file needs. Change nothing.
+/// Whether this user has the permissions that replace_file or overwrite_file needs. Neither call changes a
+/// file.
 bool may_replace(const std::wstring& path);
 bool may_overwrite(const std::wstring& path);
 
-/// Deletes a file; false when that failed or there was none.
+/// Deletes a file.
+/// @return false if the file is missing or cannot be deleted
 bool remove_file(const std::wstring& path);
 
-/// Creates one folder, on POSIX with mode 0700 whatever the umask.
-/// @return the system's error; none on success
+/// Creates one folder. On POSIX its mode is 0700 for every umask.
+/// @return the system's error; an empty error code on success
 std::error_code create_folder(const std::wstring& path);
 
 } // namespace ostrel_platform

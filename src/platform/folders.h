@@ -6,15 +6,15 @@
 
 namespace ostrel_platform {
 
-/// The user's folder for application data that stays on this machine; nothing when the system names none.
-/// It need not exist yet.
+/// The user's folder for application data that stays on this machine. The folder itself can be missing.
+/// @return nullopt if the system names no folder
 std::optional<std::wstring> local_app_data_folder();
 
-/// The environment variable that leaves local_app_data_folder without a folder because its value is not
-/// UTF-8; nothing if there is none.
+/// If local_app_data_folder returns nullopt because the value of an environment variable is not UTF-8: the
+/// name of this variable. Otherwise nullopt.
 std::optional<std::wstring> malformed_folder_variable();
 
-/// The machine's folder for components that several programs share; nothing when the system names none.
+/// The machine's folder for components that several programs share; nullopt if the system names no folder.
 std::optional<std::wstring> common_program_files_folder();
 
 } // namespace ostrel_platform

@@ -5,8 +5,8 @@
 
 namespace ostrel_platform {
 
-/// One more in every forked child than in its parent; reading it costs one load. Constant on systems without
-/// fork.
+/// The number of forks between the process that loaded the library and this one. A call costs one atomic
+/// load. Always 0 on systems without fork.
 std::uint32_t fork_generation();
 
 } // namespace ostrel_platform

@@ -6,7 +6,7 @@
 
 namespace ostrel_platform {
 
-/// The product name of the running system; nothing if the system does not tell it.
+/// The product name of the running system; nullopt if the system does not tell it.
 std::optional<std::wstring> os_product_name();
 
 } // namespace ostrel_platform

@@ -7,13 +7,13 @@
 
 namespace ostrel_platform {
 
-/// A program with its arguments, in each form that a system needs.
+/// A program with its arguments, in the forms that the systems need.
 ///
-/// The first element is the program's path, which is never searched for. The arguments follow unchanged.
+/// The first element is the program's path. PATH is not searched. The unchanged arguments follow.
 struct command_t {
     std::vector<std::wstring> elements; ///< for systems that pass arguments one by one
     std::vector<std::wstring> quoted;   ///< the elements in quotes
-    std::wstring line;                  ///< the quoted elements joined by blanks
+    std::wstring line;                  ///< the quoted elements joined by spaces
 };
 
 /// The result of a run.
@@ -24,14 +24,14 @@ struct run_result_t {
 
 /// Runs a program without a window and waits for its end, without a timeout.
 ///
-/// On POSIX a program killed by a signal counts as finished with 128 plus the signal's number. If the host
-/// ignores SIGCHLD or waits for any child, the result is not finished, with ECHILD, although the program has
-/// run.
+/// On POSIX, if a signal kills the program, the run is finished and its code is 128 plus the signal's number.
+/// If the host ignores SIGCHLD or waits for any child, `finished` is false and the code is ECHILD, although
+/// the program has run.
 run_result_t run_process(const command_t& command);
 
-/// Starts a program that outlives this process and does not wait for it. On POSIX the program shares neither
-/// standard streams nor session nor parent with this process. On Windows it inherits every inheritable
-/// handle.
+/// Starts a program and does not wait for it. The program may outlive this process. On POSIX it has other
+/// standard streams, another session and another parent than this process. On Windows it inherits every
+/// inheritable handle.
 /// @return false if the program could not be started
 bool start_detached(const command_t& command);
 

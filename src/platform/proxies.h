@@ -11,7 +11,7 @@ enum class proxy_source_t {
     browser,     ///< the user's browser settings
     discovery,   ///< automatic discovery in the network
     machine,     ///< the machine's default
-    environment, ///< a variable, which is not looked at here
+    environment, ///< an environment variable; system_proxies does not read it
 };
 
 struct system_proxy_t {
@@ -19,8 +19,9 @@ struct system_proxy_t {
     std::string text; ///< as the system spells it (UTF-8, not parsed)
 };
 
-/// Every proxy that the system names for @p url, in the order of trial: the browser's, the discovered one,
-/// the machine's default. Never fails. May block while it asks the network for an automatic configuration.
+/// Every proxy that the system names for @p url, in the order in which they are tried: the browser's proxy,
+/// the discovered proxy, the machine's default. Never fails. Blocks while automatic discovery asks the
+/// network.
 std::vector<system_proxy_t> system_proxies(const std::string& url);
 
 } // namespace ostrel_platform

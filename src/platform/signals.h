@@ -1,12 +1,12 @@
-// Keeps the host's signal handlers off the library's threads.
+// Prevents the host's signal handlers from running on the library's threads.
 #pragma once
 
 #include <memory>
 
 namespace ostrel_platform {
 
-/// Blocks all signals on the calling thread until its destruction. Threads that are started meanwhile inherit
-/// the mask and keep it. No-op on systems without signal masks.
+/// While an object exists, all signals are blocked on the calling thread. Threads that this thread starts in
+/// the meantime inherit the mask and keep it. No-op on systems without signal masks.
 class signal_block_t {
 public:
     signal_block_t();

@@ -1,18 +1,22 @@
 // Where the per-user files lie.
 #include "statistic_impl/settings_paths.h"
 
+#include "foundations/folders.h"
 #include "platform/entries.h"
 #include "platform/folders.h"
 #include "settor2/product_locations.h"
-#include "toolkit/kiln2/native_path.h"
-#include "toolkit/settor2/location_kind.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 namespace OSTREL_NAMESPACE {
+
+namespace {
+
+// The kind of location that is the name of the product's folder below the company folder.
+constexpr int product_folder_kind = 6;
+
+} // namespace
 
 settings_paths_t lay_out_settings(const std::wstring& local_app_data, const std::wstring& product_folder) {
     settings_paths_t paths;
@@ -28,8 +32,7 @@ settings_paths_t lay_out_settings(const std::wstring& local_app_data, const std:
 
 std::wstring product_folder_name(const std::wstring& product_id) {
     const settor2::IProductLocations* const locations = settor2::IProductLocations::get();
-    std::wstring name =
-        locations == nullptr ? std::wstring() : locations->getLocation(settor2::product_folder_kind);
+    std::wstring name = locations == nullptr ? std::wstring() : locations->getLocation(product_folder_kind);
     return name.empty() ? product_id : name;
 }
 
@@ -41,16 +44,12 @@ std::optional<settings_paths_t> settings_of(const std::wstring& product_id) {
 }
 
 std::vector<stored_product_t> stored_products() {
-    namespace fs = std::filesystem;
     std::vector<stored_product_t> products;
     const auto local_app_data = ostrel_platform::local_app_data_folder();
     if (!local_app_data)
         return products;
     const kiln2::path_t company_dir = lay_out_settings(*local_app_data, {}).company_dir;
-    std::error_code end;
-    for (fs::directory_iterator entry(kiln2::to_native<fs::path>(company_dir.as_string()), end), none;
-         !end && entry != none; entry.increment(end)) {
-        std::wstring name = kiln2::from_native(entry->path().filename());
+    for (std::wstring& name : ostrel_platform::entry_names(company_dir.as_string())) {
         kiln2::path_t folder = lay_out_settings(*local_app_data, name).statistic_dir;
         if (ostrel_platform::look_at(folder.as_string()) == ostrel_platform::entry_t::folder)
             products.push_back({std::move(name), std::move(folder)});
@@ -62,15 +61,15 @@ std::vector<stored_product_t> stored_products() {
 
 folder_forecast_t forecast_folder(const kiln2::path_t& folder) {
     using ostrel_platform::entry_t;
-    auto rest = kiln2::to_native<std::filesystem::path>(folder.as_string());
     entry_t entry = ostrel_platform::look_at(folder.as_string());
     if (entry == entry_t::folder)
         return {folder_outcome_t::exists, {}};
-    while (entry == entry_t::missing && rest.has_relative_path()) {
-        rest = rest.parent_path();
-        entry = ostrel_platform::look_at(kiln2::from_native(rest));
+    kiln2::path_t last = folder;
+    for (auto parent = parent_folder(last); entry == entry_t::missing && !parent.is_empty();
+         parent = parent_folder(last)) {
+        last = std::move(parent);
+        entry = ostrel_platform::look_at(last.as_string());
     }
-    const kiln2::path_t last = kiln2::from_native(rest);
     if (entry == entry_t::folder && ostrel_platform::may_create_in(last.as_string()))
         return {folder_outcome_t::would_be_created, {}};
     const bool is_forbidden = entry == entry_t::folder || entry == entry_t::unreachable;

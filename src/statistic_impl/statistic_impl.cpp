@@ -1,6 +1,7 @@
 // The policy half of a statistic object.
 #include "statistic_impl/statistic_impl.h"
 
+#include "foundations/folders.h"
 #include "platform/environment.h"
 #include "statistic_impl/consent.h"
 #include "statistic_impl/decision.h"
@@ -9,7 +10,6 @@
 #include "statistic_impl/log.h"
 #include "statistic_impl/machine_id.h"
 #include "statistic_impl/settings_paths.h"
-#include "toolkit/kiln2/files.h"
 
 namespace OSTREL_NAMESPACE {
 
@@ -30,7 +30,7 @@ bool statistic_impl_t::init_settings_paths() {
     if (!paths)
         return false;
     for (const kiln2::path_t& folder : paths->folders())
-        kiln2::create_folders(folder);
+        create_folders(folder);
     m_virk_path = paths->virk.as_string();
     m_statistic_dir = paths->statistic_dir;
     m_uuid_path = paths->uuid.as_string();

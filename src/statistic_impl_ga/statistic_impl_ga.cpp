@@ -1,10 +1,10 @@
 // The concrete statistic object.
 #include "statistic_impl_ga/statistic_impl_ga.h"
 
-#include "platform/utf.h"
 #include "statistic_impl/deployment.h"
 #include "statistic_impl_ga/hit.h"
 #include "statistic_impl_ga/log.h"
+#include "text/utf.h"
 #include "toolkit/quillkit/strings.h"
 
 #include <array>

@@ -1,11 +1,11 @@
 // Kept files on POSIX: links, modes, owners, drafts, and the order of system calls.
+#include "foundations/folders.h"
 #include "platform/files.h"
 #include "statistic_impl/consent.h"
 #include "statistic_impl/last_active_dates.h"
 #include "statistic_impl/machine_id.h"
 #include "support/posix/user.h"
 #include "support/profile.h"
-#include "toolkit/kiln2/files.h"
 
 #include <cerrno>
 #include <csignal>
@@ -231,15 +231,15 @@ TEST_F(posix_files, new_folders_are_private_and_existing_ones_keep_their_mode) {
     ::chmod(folder.c_str(), 0755);
     as_ordinary_user(folder, [&] {
         const mode_t former = ::umask(0777);
-        kiln2::create_folders(wide(folder / "a" / "b" / ".." / "c"));
+        create_folders(wide(folder / "a" / "b" / ".." / "c"));
         ::umask(0);
-        kiln2::create_folders(wide(folder / "d"));
+        create_folders(wide(folder / "d"));
         ::umask(former);
         for (const char* const made : {"a", "a/b", "a/c", "d"})
             EXPECT_EQ(mode_of(folder / made), 0700U) << made;
         write_file(file, "");
-        EXPECT_THROW(kiln2::create_folders(wide(file / "inside")), std::exception);
-        EXPECT_THROW(kiln2::create_folders(wide(file)), std::exception);
+        EXPECT_THROW(create_folders(wide(file / "inside")), std::exception);
+        EXPECT_THROW(create_folders(wide(file)), std::exception);
     });
     EXPECT_EQ(mode_of(folder), 0755U);
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "foundations/namespace_text.h"
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <functional>
 #include <log4cplus/appender.h>

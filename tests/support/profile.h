@@ -2,9 +2,9 @@
 #pragma once
 
 #include "platform/process.h"
-#include "platform/utf.h"
 #include "settor2/product_locations.h"
 #include "support/system.h"
+#include "text/utf.h"
 
 #include <chrono>
 #include <fstream>

@@ -10,9 +10,9 @@
 #include "platform/network.h"
 #include "platform/os_name.h"
 #include "platform/proxies.h"
-#include "platform/utf.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
+#include "text/utf.h"
 
 #include <winsock2.h>
 

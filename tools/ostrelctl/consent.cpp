@@ -1,6 +1,7 @@
 // The command that shows, records or removes the answer.
 #include "commands.h"
 
+#include "foundations/folders.h"
 #include "report.h"
 #include "statistic_impl/consent.h"
 #include "terminal.h"
@@ -22,7 +23,7 @@ std::runtime_error cannot(const char* verb, const library::settings_paths_t& pat
 
 void record(const library::settings_paths_t& paths, bool agrees) {
     try {
-        kiln2::create_folders(paths.company_dir);
+        library::create_folders(paths.company_dir);
     } catch (const std::exception&) {
         throw cannot("written", paths); // the exception's own text does not name the file
     }

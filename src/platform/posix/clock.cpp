@@ -2,7 +2,7 @@
 #include "platform/clock.h"
 
 #include "platform/posix/descriptor.h"
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -34,8 +34,8 @@ std::int64_t utc_seconds(std::tm& fields) {
 }
 
 std::optional<std::tm> last_write_time(const std::wstring& path) {
-    // A file that cannot be read has no time, so the file is opened first. Folders have none on any system,
-    // because some systems cannot open them.
+    // Opens the file, because the result is nullopt for a file that cannot be read. Folders give nullopt too,
+    // as on systems that cannot open folders.
     const descriptor_t file(::open(to_utf8(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (!file.is_open() || ::fstat(file.get(), &status) != 0 || S_ISDIR(status.st_mode))

@@ -1,16 +1,23 @@
-// What lies at a path, on POSIX.
+// Tells what a path names and what a folder contains, on POSIX.
 #include "platform/entries.h"
 
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <cerrno>
+#include <dirent.h>
 #include <fcntl.h>
+#include <memory>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace ostrel_platform {
 
 namespace {
+
+struct close_folder_t {
+    void operator()(DIR* folder) const { ::closedir(folder); }
+};
 
 bool is_missing(int error) {
     return error == ENOENT || error == ENOTDIR;
@@ -37,8 +44,22 @@ entry_t look_at(const std::wstring& path) {
     return is_missing(error) ? entry_t::missing : entry_t::unreachable;
 }
 
+std::vector<std::wstring> entry_names(const std::wstring& folder) {
+    std::vector<std::wstring> names;
+    const std::unique_ptr<DIR, close_folder_t> opened(::opendir(to_utf8(folder).c_str()));
+    if (!opened)
+        return names;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread uses this stream
+    while (const dirent* const entry = ::readdir(opened.get())) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..")
+            names.push_back(to_wide(name));
+    }
+    return names;
+}
+
 bool may_create_in(const std::wstring& folder) {
-    // The effective user decides, as when a file is created.
+    // AT_EACCESS checks the effective user, as the creation of a file does.
     return ::faccessat(AT_FDCWD, to_utf8(folder).c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 

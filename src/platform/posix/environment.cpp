@@ -1,7 +1,7 @@
 // The environment of the process, on POSIX.
 #include "platform/environment.h"
 
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-// Keeps initialisations on the library's threads apart from the end of the process and from forks, on POSIX.
+// Delays process exit and forks while another library is being initialised, on POSIX.
 #include "platform/exit_gate.h"
 
 #include <chrono>
@@ -26,7 +26,7 @@ gate_t& gate() {
     return *never_destroyed;
 }
 
-// Sanitizers do not know the timed operations of a mutex.
+// Polls, because sanitizers do not support the timed operations of a mutex.
 bool lock_in_time(std::mutex& mutex) {
     const auto deadline = std::chrono::steady_clock::now() + longest_wait;
     while (!mutex.try_lock()) {
@@ -41,8 +41,8 @@ bool is_main_thread() {
     return ::syscall(SYS_gettid) == ::getpid();
 }
 
-/// exit() destroys the thread-local objects of its thread before it calls any exit handler. No other hook
-/// runs before the handlers that a library registers during its initialisation.
+/// A thread-local object, because exit() destroys the thread-local objects of its thread before it calls exit
+/// handlers. An exit handler of our own would be too late: handlers that are registered later run first.
 struct closer_t {
     closer_t() = default;
     closer_t(const closer_t&) = delete;
@@ -50,7 +50,7 @@ struct closer_t {
     ~closer_t() {
         if (!lock_in_time(gate().mutex))
             return;
-        // Other threads may end without the process.
+        // The end of another thread need not be the end of the process.
         gate().is_closed = gate().is_closed || is_main_thread();
         gate().mutex.unlock();
     }
@@ -58,7 +58,8 @@ struct closer_t {
 
 thread_local bool is_held_for_fork = false;
 
-// A fork waits for a running initialisation too: in the child its locks would stay taken for ever.
+// A fork also waits for a running initialisation. In the child, the locks that the initialisation holds would
+// never be released.
 void hold_for_fork() {
     is_held_for_fork = lock_in_time(gate().mutex);
 }

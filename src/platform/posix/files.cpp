@@ -1,9 +1,9 @@
-// Files as the library uses them, on POSIX.
+// File operations of the library, on POSIX.
 #include "platform/files.h"
 
 #include "platform/entries.h"
 #include "platform/posix/descriptor.h"
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <array>
 #include <cerrno>
@@ -21,7 +21,7 @@ namespace {
 
 constexpr mode_t user_only = S_IRUSR | S_IWUSR;
 constexpr mode_t all_permissions = S_IRWXU | S_IRWXG | S_IRWXO;
-constexpr int most_links = 40; // as many as the kernel follows
+constexpr int most_links = 40; // the kernel's limit
 constexpr int writer_attempts = 100;
 constexpr std::chrono::milliseconds writer_pause{10};
 
@@ -38,7 +38,7 @@ bool is_regular(const descriptor_t& file) {
     return ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-// Without O_NONBLOCK the opening of a pipe would wait for its other end.
+// Without O_NONBLOCK, opening a pipe would wait until another process opens its other end.
 descriptor_t open_regular(const std::string& path, int flags) {
     descriptor_t file = open_file(path, flags | O_NONBLOCK);
     return file.is_open() && is_regular(file) ? std::move(file) : descriptor_t(-1);
@@ -61,13 +61,13 @@ bool is_still_at(const descriptor_t& file, const std::string& path) {
            held.st_ino == named.st_ino && held.st_dev == named.st_dev;
 }
 
-/// The file that a name stands for, symbolic links followed.
+/// The file that a path names after following symbolic links.
 struct target_t {
     std::string path;
     descriptor_t file; ///< open for writing; closed if the file does not exist yet
 };
 
-// realpath(3) finds no target that does not exist yet.
+// Replaces realpath(3), which fails if the target is missing.
 std::optional<std::string> follow_links(std::string path) {
     std::array<char, PATH_MAX> text{};
     for (int links = 0; links < most_links; ++links) {
@@ -80,8 +80,9 @@ std::optional<std::string> follow_links(std::string path) {
     return std::nullopt;
 }
 
-// Opened, not only asked for by name: renaming needs the folder's permission alone, so it would replace files
-// that the user may not write. The kernel also decides here whether a link may be followed.
+// Opens the file to check permissions. A rename needs permission for the folder only, so it would also
+// replace a file that the user lacks permission to write. When opening, the kernel also refuses links that it
+// protects.
 std::optional<target_t> find_target(const std::string& path) {
     descriptor_t file = open_file(path, O_WRONLY | O_NONBLOCK);
     if (file.is_open() ? !is_regular(file) : errno != ENOENT)
@@ -96,24 +97,24 @@ bool has_writable_folder(const target_t& target) {
     return may_create_in(to_wide(target.path.substr(0, target.path.rfind('/'))));
 }
 
-// One name for all writers, so that killed ones leave one file behind and not many.
+// All writers use the same temporary file (the draft). So killed writers leave at most one file behind.
 descriptor_t open_draft(const std::string& draft) {
     constexpr int flags = O_WRONLY | O_CREAT | O_NOFOLLOW;
     descriptor_t file = open_regular(draft, flags);
-    // A draft that cannot be opened, such as one that root left, would block saving for ever.
+    // A draft that cannot be opened, for example one that root left, would prevent saving for ever.
     if (!file.is_open() && ::unlink(draft.c_str()) == 0)
         file = open_regular(draft, flags);
     return file;
 }
 
-// The lock keeps two writers apart. A writer that opened the draft before another one renamed it holds the
-// finished file, and must not touch it. Some file systems know no locks.
+// The lock excludes other writers. If another writer has renamed the draft since it was opened, @p file is
+// the finished file and must not be changed. On a file system without locks, only the second check remains.
 bool is_own_draft(const descriptor_t& file, const std::string& draft) {
     return (::flock(file.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) && is_still_at(file, draft);
 }
 
-// Some file systems know neither owners nor modes, so failures do not count. If the owner cannot be kept, the
-// mode is not either: it would open the file to another group.
+// Failures are ignored, because some file systems have neither owners nor modes. If the owner or group cannot
+// be kept, the mode is 0600: the former mode could give access to another group.
 void take_over_rights(const descriptor_t& file, const descriptor_t& former) {
     struct stat status {};
     const bool is_same_owner = former.is_open() && ::fstat(former.get(), &status) == 0 &&
@@ -124,7 +125,7 @@ void take_over_rights(const descriptor_t& file, const descriptor_t& former) {
 enum class replaced_t {
     yes,
     no,
-    busy, ///< another writer has the draft
+    busy, ///< another writer uses the draft
 };
 
 replaced_t replace(const target_t& target, std::string_view bytes) {
@@ -154,7 +155,7 @@ bool overwrite(const std::string& path, std::string_view bytes, int attempts) {
     const replaced_t replaced = replace(*target, bytes);
     if (replaced == replaced_t::yes || write_in_place(target->file, bytes))
         return true;
-    // Another writer creates the file at this moment. Its file is written over as soon as it exists.
+    // Another writer is creating the file. Try again, to write the file in place as soon as it exists.
     if (replaced != replaced_t::busy || attempts == 1)
         return false;
     std::this_thread::sleep_for(writer_pause);
@@ -227,7 +228,7 @@ bool remove_file(const std::wstring& path) {
 
 std::error_code create_folder(const std::wstring& path) {
     const std::string folder = to_utf8(path);
-    // The mode is set again, since the umask may have taken the user's own permissions away.
+    // Sets the mode again, because the umask may have removed the user's own permissions.
     if (::mkdir(folder.c_str(), S_IRWXU) != 0 || ::chmod(folder.c_str(), S_IRWXU) != 0)
         return {errno, std::system_category()};
     return {};

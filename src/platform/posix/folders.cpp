@@ -1,7 +1,7 @@
 // The folders that the system names, on POSIX: the XDG base directories and /opt.
 #include "platform/folders.h"
 
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <cstdlib>
 
@@ -17,15 +17,15 @@ struct lookup_t {
 constexpr std::pair<const char*, const wchar_t*> places[] = {{"XDG_DATA_HOME", L""},
                                                              {"HOME", L"/.local/share"}};
 
-// The XDG Base Directory rules: a relative path is invalid and has to be ignored. The password database is
-// not asked if HOME is missing: it may be on another machine.
+// By the XDG Base Directory rules, relative paths are invalid and ignored. If HOME is missing, the password
+// database is not asked, because the database may be on another machine.
 lookup_t look_up() {
     for (const auto& [variable, below] : places) {
         const char* const value = std::getenv(variable); // NOLINT(concurrency-mt-unsafe): only read
         if (value == nullptr || *value != '/')
             continue;
         const std::wstring text = to_wide(value);
-        // Conversion drops malformed bytes: what is left may be another user's folder.
+        // Conversion leaves malformed bytes out. The remaining path could name another user's folder.
         if (to_utf8(text) != value)
             return {std::nullopt, to_wide(variable)};
         return {text + below, std::nullopt};

@@ -19,8 +19,7 @@ int look_up(const std::string& name, address_list_t& list) {
     hints.ai_protocol = IPPROTO_UDP;
     addrinfo* found = nullptr;
     int error = ::getaddrinfo(name.c_str(), "domain", &hints, &found);
-    // A minimal system has no services database to look the DNS port up in; the host can be asked for all the
-    // same.
+    // A minimal system has no services database, so the service "domain" is unknown. Try the port number.
     if (error == EAI_SERVICE)
         error = ::getaddrinfo(name.c_str(), "53", &hints, &found);
     list = address_list_t(error == 0 ? found : nullptr, [](addrinfo* first) {

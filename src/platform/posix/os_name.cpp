@@ -3,7 +3,7 @@
 
 #include "platform/files.h"
 #include "platform/posix/os_release.h"
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <algorithm>
 #include <array>
@@ -21,7 +21,7 @@ std::optional<std::string> read_small_file(const std::wstring& path) {
     if (!file)
         return std::nullopt;
     std::string content;
-    std::array<char, 4096> block; // not initialised: most files are far smaller
+    std::array<char, 4096> block; // not initialised, because most files are far smaller
     while (content.size() < largest_file) {
         const auto count = file->read(block.data(), block.size());
         if (!count || *count == 0)
@@ -31,7 +31,7 @@ std::optional<std::string> read_small_file(const std::wstring& path) {
     return content;
 }
 
-// The value has a shell's syntax: bare, or in quotes with backslash escapes.
+// The value has shell syntax: without quotes, or in quotes with backslash escapes.
 std::string unquote(std::string_view value) {
     std::string result;
     char quote = '\0';

@@ -7,7 +7,7 @@
 
 namespace ostrel_platform {
 
-/// The first PRETTY_NAME that is not empty, without quotes and escapes; nothing if there is none.
+/// The first PRETTY_NAME that is not empty, without quotes and escapes; nullopt if the text has none.
 std::optional<std::wstring> pretty_name(std::string_view content);
 
 } // namespace ostrel_platform

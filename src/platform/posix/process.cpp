@@ -4,7 +4,7 @@
 #include "platform/environment.h"
 #include "platform/posix/descriptor.h"
 #include "platform/signals.h"
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <cerrno>
 #include <csignal>
@@ -18,7 +18,7 @@ namespace ostrel_platform {
 namespace {
 
 constexpr int first_private_descriptor = 3;
-constexpr std::uint32_t killed = 128; // shells report a signal so
+constexpr std::uint32_t killed = 128; // plus the signal's number, as in shells
 
 /// The arguments in the form that exec takes.
 class arguments_t {
@@ -39,8 +39,8 @@ private:
     std::vector<char*> m_pointers;
 };
 
-/// A child's initial state: default signal dispositions, an empty signal mask and none of the host's private
-/// descriptors, close-on-exec or not.
+/// A child's initial state: default signal dispositions, an empty signal mask, and no open descriptors except
+/// the standard streams. Descriptors that the host opened without close-on-exec are closed too.
 class launch_t {
 public:
     explicit launch_t(const command_t& command) : m_arguments(command.elements) {
@@ -110,8 +110,9 @@ pipe_t open_pipe() {
     return {descriptor_t(ends[0]), descriptor_t(ends[1])};
 }
 
-// Runs on the host's stack while the host's thread is suspended. It must not return, run destructors,
-// allocate memory or take a lock. The C library's spawn keeps these rules.
+// Runs in the starter, a short-lived process between this one and the program. The starter uses the host's
+// stack while the host's thread is suspended. So this function must not return, run destructors, allocate
+// memory or take a lock. The C library's posix_spawn follows these rules too.
 [[noreturn]] void start_and_report(const launch_t& launch, const descriptor_t& report) {
     pid_t child = -1;
     const int error = launch.spawn(child);
@@ -119,8 +120,8 @@ pipe_t open_pipe() {
     ::_exit(written == static_cast<ssize_t>(sizeof error) ? 0 : 1);
 }
 
-// vfork, because fork copies the host's page tables: 345 ms against 15 ms in a host of 1 GB. Signals stay
-// blocked in the starter, because the host's handlers must not run there.
+// Calls vfork, because fork copies the host's page tables: in a host of 1 GB, fork takes 345 ms and vfork
+// 15 ms. Signals are blocked, because the host's handlers must not run in the starter.
 pid_t fork_starter(const launch_t& launch, const descriptor_t& report) {
     const signal_block_t block;
     const pid_t starter = ::vfork(); // NOLINT(clang-analyzer-security.insecureAPI.vfork)
@@ -129,9 +130,9 @@ pid_t fork_starter(const launch_t& launch, const descriptor_t& report) {
     return starter;
 }
 
-// A pipe instead of the memory that vfork shares, because sanitizers and emulators replace vfork by fork. One
-// number is read instead of waiting for the end of the pipe, because a process that the host forks meanwhile
-// keeps it open.
+// The starter reports through a pipe. Shared memory would not do, because sanitizers and emulators replace
+// vfork by fork. The report is one number: if the host forks another process in the meantime, that process
+// keeps the pipe open, so waiting for the end of the pipe could block.
 bool read_report(const descriptor_t& report) {
     int error = -1;
     ssize_t count = -1;
@@ -151,8 +152,8 @@ run_result_t run_process(const command_t& command) {
     return wait_for(child);
 }
 
-// The program is the child of a starter that exits immediately. The system therefore collects the program,
-// and the host never has to.
+// The starter starts the program and exits immediately. The init process then becomes the parent of the
+// program, so the host need not wait for the program.
 bool start_detached(const command_t& command) {
     launch_t launch(command);
     launch.leave_the_session();
@@ -172,11 +173,11 @@ std::uint32_t process_id() {
     return static_cast<std::uint32_t>(::getpid());
 }
 
-// xrdp sets the variable in the sessions that it serves.
 bool do_threads_run_at_exit() {
     return true;
 }
 
+// The remote-desktop server xrdp sets the variable in its sessions.
 bool is_remote_session() {
     return !environment_variable(L"XRDP_SESSION").value_or(std::wstring()).empty();
 }

@@ -1,4 +1,4 @@
-// The proxies that the system's settings name: POSIX has no such settings beside the environment.
+// The proxies that the system's settings name: POSIX has none except environment variables.
 #include "platform/proxies.h"
 
 namespace ostrel_platform {

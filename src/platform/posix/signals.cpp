@@ -1,4 +1,4 @@
-// Keeps the host's signal handlers off the library's threads, on POSIX.
+// Prevents the host's signal handlers from running on the library's threads, on POSIX.
 #include "platform/signals.h"
 
 #include <csignal>

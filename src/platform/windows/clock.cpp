@@ -7,8 +7,8 @@ namespace ostrel_platform {
 
 namespace {
 
-constexpr std::int64_t ticks_of_a_day = 864'000'000'000; // of 100 nanoseconds
-constexpr std::int64_t days_before_1970 = 134'774;       // since 1601, where file times begin
+constexpr std::int64_t ticks_of_a_day = 864'000'000'000; // one tick is 100 nanoseconds
+constexpr std::int64_t days_before_1970 = 134'774;       // file times begin in 1601
 
 std::tm calendar_fields(const SYSTEMTIME& time) {
     std::tm fields{};
@@ -43,7 +43,7 @@ std::int64_t utc_seconds(std::tm& fields) {
 }
 
 std::optional<std::tm> last_write_time(const std::wstring& path) {
-    // Writing is not shared: the time of a file that somebody is still writing means nothing yet.
+    // Without FILE_SHARE_WRITE this fails while the file is open for writing: its time is not final yet.
     const handle_t file(
         ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
     FILETIME written{};

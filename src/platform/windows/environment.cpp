@@ -6,7 +6,7 @@
 namespace ostrel_platform {
 
 std::optional<std::wstring> environment_variable(const std::wstring& name) {
-    // Another thread may change the variable between asking for its size and for its text.
+    // Another thread may change the variable between the call for its size and the call for its text.
     std::wstring value;
     DWORD needed = ::GetEnvironmentVariableW(name.c_str(), nullptr, 0);
     while (needed > value.size()) {
@@ -21,7 +21,7 @@ std::optional<std::wstring> environment_variable(const std::wstring& name) {
 }
 
 bool is_variable_set(const std::wstring& name) {
-    // The size asked for holds the terminating zero, which an empty value has too.
+    // The result includes the terminating zero, so it is 1 for an empty value.
     return ::GetEnvironmentVariableW(name.c_str(), nullptr, 0) > 1;
 }
 

@@ -1,5 +1,4 @@
-// Keeps initialisations on the library's threads apart from the end of the process, on Windows: the system
-// ends all other threads before it calls any exit handler.
+// The exit gate does nothing on Windows: the system ends all other threads before it calls exit handlers.
 #include "platform/exit_gate.h"
 
 namespace ostrel_platform {

@@ -1,4 +1,4 @@
-// Files as the library uses them, on Windows.
+// File operations of the library, on Windows.
 #include "platform/files.h"
 
 #include "platform/entries.h"
@@ -14,8 +14,8 @@ namespace ostrel_platform {
 
 namespace {
 
-// Not inherited: a child process that starts before the handle is closed would keep it open, and the lock
-// file could not be deleted.
+// _O_NOINHERIT: if a child process inherited the handle, it would keep it open, and the lock file could not
+// be deleted.
 constexpr int create_new_only = _O_CREAT | _O_EXCL | _O_NOINHERIT;
 constexpr int creation_attempts = 100;
 constexpr std::size_t largest_step = std::size_t{1} << 30U;
@@ -50,8 +50,8 @@ bool write_all(HANDLE file, std::string_view bytes) {
     return true;
 }
 
-// Ends the file behind its first @p size bytes, where the last write ended. Not asked of the system if the
-// file ends there already: Wine then adds a byte for an instant, which readers see.
+// Truncates the file to @p size bytes. The file pointer must be at @p size. If the file already has this
+// size, SetEndOfFile is not called: under Wine it would add a byte for a moment, and readers would see it.
 bool end_file(HANDLE file, std::size_t size) {
     LARGE_INTEGER present{};
     if (!::GetFileSizeEx(file, &present))
@@ -63,7 +63,7 @@ bool may_write(const std::wstring& path) {
     return disk_file_t(path, GENERIC_WRITE, OPEN_EXISTING).is_on_disk();
 }
 
-// Renamed while it is still open: no other writer can come between the last byte and the new name.
+// Renames the file while it is open, so no other writer can change it between the last write and the rename.
 bool rename_open_file(HANDLE file, const std::wstring& path) {
     const std::size_t name_bytes = path.size() * sizeof(wchar_t);
     std::string buffer(sizeof(FILE_RENAME_INFO) + name_bytes, '\0');
@@ -113,9 +113,9 @@ bool create_empty(const std::wstring& path) {
 }
 
 bool replace_file(const std::wstring& path, std::string_view bytes) {
-    // One name for all writers, so that killed ones leave one file behind and not many.
+    // All writers use the same temporary file (the draft). So killed writers leave at most one file behind.
     const std::wstring draft = path + L".tmp";
-    // Shared with readers, for they may open it under its new name before it is closed here.
+    // FILE_SHARE_READ: readers may open the renamed file before this handle is closed.
     const open_file_t file(::CreateFileW(draft.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ, nullptr,
                                          CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file.is_open())
@@ -128,8 +128,8 @@ bool replace_file(const std::wstring& path, std::string_view bytes) {
 }
 
 bool overwrite_file(const std::wstring& path, std::string_view bytes) {
-    // A new file is renamed into its place, so that nobody reads it empty. While another process creates it
-    // in the same way, the draft cannot be opened; soon the file exists.
+    // A new file is written as a draft and renamed, so that readers never see it empty. If another process is
+    // creating the file, the draft cannot be opened. Then try again, until the file exists.
     for (int attempt = 0; attempt < creation_attempts && is_missing(path); ++attempt) {
         if (replace_file(path, bytes))
             return true;

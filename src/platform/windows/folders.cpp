@@ -28,7 +28,7 @@ std::optional<std::wstring> malformed_folder_variable() {
     return std::nullopt;
 }
 
-// The software manager is a 32-bit program.
+// The folder for 32-bit programs is first, because the software manager is a 32-bit program.
 std::optional<std::wstring> common_program_files_folder() {
     if (auto folder = shell_folder(CSIDL_PROGRAM_FILES_COMMONX86))
         return folder;

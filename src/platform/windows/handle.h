@@ -7,7 +7,8 @@
 
 namespace ostrel_platform {
 
-/// Closes its handle when it goes; movable, not copyable. Null and INVALID_HANDLE_VALUE are none.
+/// Closes its handle on destruction; movable, not copyable. Null and INVALID_HANDLE_VALUE stand for no
+/// handle.
 class handle_t {
 public:
     explicit handle_t(HANDLE handle) : m_handle(handle) {}

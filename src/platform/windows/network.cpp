@@ -10,7 +10,7 @@ namespace ostrel_platform {
 
 namespace {
 
-/// One share in the socket library.
+/// Initialises the socket library until destruction. WSAStartup counts its callers.
 class sockets_t {
 public:
     sockets_t() : m_started(::WSAStartup(0x0101, &m_data) == 0) {}

@@ -1,4 +1,4 @@
-// What the operating system calls itself, on Windows: the registry's ProductName.
+// The operating system's name, on Windows: ProductName in the registry.
 #include "platform/os_name.h"
 
 #include <windows.h>
@@ -20,7 +20,7 @@ std::optional<std::wstring> os_product_name() {
     ::RegCloseKey(key);
     if (status != ERROR_SUCCESS || type != REG_SZ)
         return std::nullopt;
-    // A stored text may lack its terminating zero: only what came back counts.
+    // The stored text may lack its terminating zero, so the returned size limits it.
     const std::wstring value(text.data(), bytes / sizeof(wchar_t));
     return value.substr(0, value.find(L'\0'));
 }

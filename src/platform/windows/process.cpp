@@ -1,4 +1,4 @@
-// Child processes, and what the system tells of this one, on Windows.
+// Child processes, and facts about this process, on Windows.
 #include "platform/process.h"
 
 #include "platform/windows/handle.h"
@@ -8,7 +8,7 @@
 namespace ostrel_platform {
 
 run_result_t run_process(const command_t& command) {
-    std::wstring line = command.line; // the system writes into it
+    std::wstring line = command.line; // CreateProcessW may write into it
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESHOWWINDOW;
@@ -30,7 +30,7 @@ bool start_detached(const command_t& command) {
     for (const std::wstring& element : command.quoted)
         arguments.push_back(element.c_str());
     arguments.push_back(nullptr);
-    // The runtime quotes nothing by itself: the program is named bare, its arguments as they are to arrive.
+    // _wspawnv adds no quotes. The arguments need them, the path of the program must not have them.
     return ::_wspawnv(_P_DETACH, command.elements.front().c_str(), arguments.data()) == 0;
 }
 
@@ -38,13 +38,13 @@ std::uint32_t process_id() {
     return ::GetCurrentProcessId();
 }
 
-// The system ends all other threads before it detaches the libraries of an exiting process.
+// When a process exits, the system ends all other threads before it detaches the libraries.
 bool do_threads_run_at_exit() {
     return false;
 }
 
 bool is_remote_session() {
-    // The constant is 0x1000. The value 0x2000 means another thing: that the session is shutting down.
+    // SM_REMOTESESSION is 0x1000. The value 0x2000 is SM_SHUTTINGDOWN.
     return ::GetSystemMetrics(SM_REMOTESESSION) != 0;
 }
 

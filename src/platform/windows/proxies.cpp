@@ -1,7 +1,7 @@
 // The proxies that the system's settings name, on Windows: WinHTTP's three sources.
 #include "platform/proxies.h"
 
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <windows.h>
 
@@ -18,7 +18,7 @@ struct release_t {
 };
 using winhttp_text_t = std::unique_ptr<wchar_t, release_t>;
 
-/// Releases the strings of an answer and keeps its proxy if it names one.
+/// Appends the proxy if @p info names one. Frees the strings of @p info.
 void append_named_proxy(const WINHTTP_PROXY_INFO& info, proxy_source_t source,
                         std::vector<system_proxy_t>& proxies) {
     const winhttp_text_t proxy(info.lpszProxy);

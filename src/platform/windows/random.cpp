@@ -1,5 +1,5 @@
 // The system's cryptographic random source, on Windows.
-#define _CRT_RAND_S // NOLINT(bugprone-reserved-identifier): the runtime declares rand_s only then
+#define _CRT_RAND_S // NOLINT(bugprone-reserved-identifier): without it the runtime does not declare rand_s
 
 #include "platform/random.h"
 

@@ -1,4 +1,4 @@
-// Windows delivers no signals to threads that did not ask for them: there is nothing to keep off.
+// The signal block does nothing on Windows: the system interrupts no thread to run a signal handler.
 #include "platform/signals.h"
 
 namespace ostrel_platform {

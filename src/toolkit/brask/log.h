@@ -5,8 +5,8 @@
 
 namespace brask_1::log {
 
-/// Configures the log4cplus logger of that name for a component. This stand-in leaves the configuration to
-/// the host.
+/// Configures the log4cplus logger of a component. This stand-in does nothing: the host configures the
+/// logger.
 void configureComponentLogger(const std::wstring& name);
 
 } // namespace brask_1::log

@@ -5,7 +5,7 @@
 
 namespace kiln2 {
 
-/// The value of an environment variable; empty if it is unset. Each call reads it again.
+/// The value of an environment variable; empty if it is not set. Each call reads the environment again.
 std::wstring get_environ_value(const std::wstring& name);
 
 } // namespace kiln2

@@ -5,11 +5,8 @@
 
 namespace kiln2 {
 
-/// Deletes a file; false when that failed or there was none.
+/// Deletes a file.
+/// @return false if the file is missing or cannot be deleted
 bool remove_file(const path_t& path);
-
-/// Creates a folder with every missing parent, each for its user alone; existing ones keep their mode. Throws
-/// boost::filesystem::filesystem_error if one cannot be created.
-void create_folders(const path_t& path);
 
 } // namespace kiln2

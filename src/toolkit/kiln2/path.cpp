@@ -1,13 +1,22 @@
 // Stand-in for the host toolkit's path value.
 #include "kiln2/path.h"
 
-#include "toolkit/kiln2/native_path.h"
-
-#include <boost/filesystem/operations.hpp>
+#include "text/native_path.h"
 
 #include <algorithm>
+#include <boost/filesystem/operations.hpp>
 
 namespace kiln2 {
+
+namespace {
+
+boost::filesystem::path to_native(const std::wstring& text) {
+    return ostrel_platform::to_native<boost::filesystem::path>(text);
+}
+
+} // namespace
+
+using ostrel_platform::from_native;
 
 path_t::path_t() = default;
 path_t::path_t(const std::wstring& text) : m_text(text) {

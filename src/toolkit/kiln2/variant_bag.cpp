@@ -1,4 +1,4 @@
-// Stand-in for the host toolkit's bag; variant_bag_xml.cpp has its XML form.
+// Stand-in for the host toolkit's bag. variant_bag_xml.cpp reads and writes it.
 #include "toolkit/kiln2/variant_bag.h"
 
 #include "toolkit/quillkit/strings.h"

@@ -17,31 +17,31 @@
 
 namespace kiln2 {
 
-/// A typed value; std::monostate is the empty one.
+/// A typed value; std::monostate is the empty value.
 using variant_t = std::variant<std::monostate, std::int32_t, std::wstring>;
 
 /// Named values, and nested bags. Nested bags may share a name and keep their order.
 class variant_bag_t { // NOLINT(bugprone-exception-escape): moving strings and numbers throws nothing
 public:
-    // Names in UTF-8, as in the document. Most names, and a single value, need no heap of their own.
+    // Names are UTF-8, as in the document. Short names, and a map with one value, need no heap allocation.
     using nested_t = std::vector<std::pair<std::string, variant_bag_t>>;
     using values_t = boost::container::small_flat_map<std::string, variant_t, 1, std::less<>>;
 
-    /// Sets a value and replaces an earlier one of that name.
+    /// Sets a value. A value that already has this name is replaced.
     void put(std::wstring_view name, variant_t value);
 
-    /// The value of that name; the empty value if there is none.
+    /// The value with this name; the empty value if there is none.
     const variant_t& get(std::wstring_view name) const;
 
-    /// Adds an empty nested bag. The reference is valid until the next bag is added to this one.
+    /// Adds an empty nested bag. The reference is valid until the next nested bag is added.
     variant_bag_t& add_bag(std::wstring_view name);
 
-    /// The same with a name in UTF-8.
+    /// Like the functions above, with names in UTF-8.
     void put_utf8(std::string name, variant_t value);
     const variant_t& get_utf8(std::string_view name) const;
     variant_bag_t& add_bag_utf8(std::string name);
 
-    /// Makes room for so many nested bags.
+    /// Reserves memory for @p count nested bags.
     void reserve_bags(std::size_t count) { m_bags.reserve(count); }
 
     const values_t& values() const { return m_values; }
@@ -54,18 +54,17 @@ private:
 
 /// Reads a bag from an XML document.
 ///
-/// A value is an element whose name is its key: `<Y type="int">2014</Y>` or `<name
-/// type="string">build</name>`. An element with text alone and without a type is a string too. Every other
-/// element is a nested bag. Files of more than 64 MiB and trees deeper than 64 bags count as malformed.
+/// A value is an element that has a type or text and no nested elements: `<Y type="int">2014</Y>`. Its name
+/// is the key. Without a type it is a string. Every other element is a nested bag. Files larger than 64 MiB
+/// and trees deeper than 64 bags are malformed.
 /// @param root     the required name of the document's root element
-/// @param optional a missing file counts as an empty bag
-/// @return 1 if @p bag was filled. Otherwise @p bag is empty: 0 if the file is missing or cannot be read, -1
-/// if
-///         it is malformed
+/// @param optional whether a missing file counts as an empty bag
+/// @return 1 on success; 0 if the file is missing or cannot be read; -1 if it is malformed. On failure @p bag
+///         is empty.
 int load_variant_bag2(variant_bag_t& bag, const path_t& path, const std::wstring& root, bool optional);
 
-/// Writes a bag whole or not at all, see ostrel_platform::replace_file.
-/// @return false if nothing was written: the file cannot be replaced, or XML cannot hold a name or a text
+/// Writes a bag atomically, see ostrel_platform::replace_file.
+/// @return false if nothing was written: the file cannot be replaced, or XML cannot contain a name or a text
 bool save_variant_bag2(const variant_bag_t& bag, const path_t& path, const std::wstring& root);
 
 } // namespace kiln2

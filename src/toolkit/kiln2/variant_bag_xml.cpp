@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t largest_file = std::size_t{64} << 20;
 constexpr std::size_t block_size = 8192; // most files are smaller
 constexpr int deepest_bag = 64;
-// Texts are read back unchanged: no line end is converted and no blank is trimmed.
+// Texts are read back unchanged: no line end is converted and no space is trimmed.
 constexpr unsigned parse_flags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_ws_pcdata_single;
 
 using quillkit::strings::utf16_to_utf8;
@@ -52,7 +52,7 @@ std::optional<std::int32_t> parse_integer(std::string_view text) {
     return number;
 }
 
-// An element with a type or with text alone.
+// A value is an element without nested elements that has a type or text.
 bool is_value(const pugi::xml_node& element) {
     bool has_text = false;
     for (auto child = element.first_child(); child; child = child.next_sibling()) {
@@ -97,7 +97,7 @@ bool fill(variant_bag_t& bag, const pugi::xml_node& element, int depth) {
             bag.put_utf8(child.name(), to_value(child));
             continue;
         }
-        // Most bags hold either values or bags alone, so that this is the room for the rest.
+        // Reserves memory for all remaining siblings: few bags contain both values and nested bags.
         if (bag.bags().empty())
             bag.reserve_bags(count_from(child));
         if (!fill(bag.add_bag_utf8(child.name()), child, depth + 1))
@@ -115,7 +115,7 @@ bool parse(variant_bag_t& bag, std::string& content, const std::wstring& root) {
     return utf8_to_utf16(element.name()) == root && fill(bag, element, 1);
 }
 
-// Names that XML takes without escaping. All names of the library are plain.
+// A plain name needs no escaping in XML. All names that the library uses are plain.
 bool is_plain_name(const std::string& name) {
     const auto is_letter = [](char c) {
         return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';

@@ -1,7 +1,7 @@
-// Stand-in for the host's portability library: text conversion at the library's borders.
+// Stand-in for the host's portability library: conversion between UTF-8 and wide text.
 #include "toolkit/quillkit/strings.h"
 
-#include "platform/utf.h"
+#include "text/utf.h"
 
 namespace quillkit::strings {
 

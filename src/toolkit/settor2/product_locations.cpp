@@ -1,4 +1,4 @@
-// Stand-in for the host's configuration service: the place where a host installs its own.
+// Stand-in for the library of the host's configuration service: stores the service that a host installs.
 #include "settor2/product_locations.h"
 
 #include <atomic>

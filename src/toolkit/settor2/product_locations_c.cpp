@@ -1,9 +1,8 @@
-// The configuration service of a host in C: its structure, copied into a service.
+// The configuration service for hosts in C: copies the host's structure into a service object.
 #include "settor2/product_locations_c.h"
 
 #include "settor2/product_locations.h"
 #include "toolkit/quillkit/strings.h"
-#include "toolkit/settor2/location_kind.h"
 
 #include <array>
 #include <forward_list>
@@ -12,6 +11,9 @@
 namespace settor2 {
 
 namespace {
+
+// The kind of location that is the name of the product's folder below the company folder.
+constexpr int product_folder_kind = 6;
 
 std::wstring to_wide(const char* text) {
     return text == nullptr ? std::wstring() : quillkit::strings::utf8_to_utf16(text);

@@ -2,7 +2,7 @@
 #include "support/programs.h"
 
 #include "ostrelctl/windows/quote.h"
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <windows.h>
 

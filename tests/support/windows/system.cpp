@@ -1,7 +1,7 @@
 // What tests need of the system, on Windows.
 #include "support/system.h"
 
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <windows.h>
 

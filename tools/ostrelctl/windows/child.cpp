@@ -1,11 +1,11 @@
 // The watched command, on Windows.
 #include "child.h"
 
-#include "platform/utf.h"
 #include "platform/windows/handle.h"
 #include "printable.h"
 #include "quote.h"
 #include "terminal.h"
+#include "text/utf.h"
 
 #include <windows.h>
 

@@ -2,7 +2,7 @@
 #include "terminal.h"
 
 #include "platform/environment.h"
-#include "platform/utf.h"
+#include "text/utf.h"
 
 #include <windows.h>
 

@@ -1,4 +1,4 @@
-// UTF conversion for every layer, platform code included. Malformed input is left out and never an error.
+// UTF conversion for all layers. Malformed parts of the input are left out. They are never an error.
 #pragma once
 
 #include <boost/locale/utf.hpp>
@@ -9,8 +9,8 @@
 
 namespace ostrel_platform {
 
-/// Whether every code unit is ASCII, which is the same in every encoding. The loop has no branch, so that
-/// compilers vectorise it.
+/// Whether all code units are ASCII. ASCII text has equal code units in all three encodings. The loop has no
+/// branch, so compilers can vectorise it.
 template <class Char>
 bool is_ascii(std::basic_string_view<Char> text) {
     std::make_unsigned_t<Char> bits = 0;
@@ -19,10 +19,10 @@ bool is_ascii(std::basic_string_view<Char> text) {
     return bits < 0x80;
 }
 
-/// Converts between UTF-8, UTF-16 and UTF-32, told apart by the size of the character type.
+/// Converts between UTF-8, UTF-16 and UTF-32. The size of the character type selects the encoding.
 ///
-/// A code unit that begins no well-formed sequence is left out alone, so that the text after a malformed
-/// sequence is kept.
+/// If a code unit begins no well-formed sequence, only this unit is left out. Decoding continues with the
+/// next unit.
 /// @return the end of the output
 template <class To, class From, class Output>
 Output transcode(std::basic_string_view<From> text, Output output) {
@@ -45,8 +45,8 @@ template <class To, class From>
 std::basic_string<To> convert_utf(std::basic_string_view<From> text) {
     if (is_ascii(text))
         return std::basic_string<To>(text.begin(), text.end());
-    // No character takes more units than this. Writing to memory is several times faster than appending.
-    constexpr std::size_t most_units = sizeof(To) == 1 && sizeof(From) != 1 ? 4 : 1;
+    // Writing into a string of the largest possible size is several times faster than appending.
+    constexpr std::size_t most_units = sizeof(To) == 1 && sizeof(From) != 1 ? 4 : 1; // for one input unit
     std::basic_string<To> result(text.size() * most_units, To());
     result.resize(static_cast<std::size_t>(transcode<To>(text, result.data()) - result.data()));
     return result;
@@ -56,7 +56,7 @@ inline std::string to_utf8(std::wstring_view text) {
     return convert_utf<char>(text);
 }
 
-/// Writes at most as many units as @p text has bytes.
+/// Converts UTF-8 to wide text. @p units has room for as many units as @p text has bytes.
 /// @return the end of the output
 inline wchar_t* to_wide(std::string_view text, wchar_t* units) {
     // Most text is ASCII: copy it in one pass. If a non-ASCII byte was seen, convert properly.
