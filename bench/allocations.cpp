@@ -1,4 +1,4 @@
-// Counts what the calling thread asks of the heap, by standing before the C library's own functions.
+// Counts heap allocations for each thread, by replacing malloc, calloc and realloc of the C library.
 #include "allocations.h"
 
 extern "C" {

@@ -1,11 +1,11 @@
-// Counts what the calling thread asks of the heap.
+// Counts heap allocations for each thread.
 #pragma once
 
 #include <cstddef>
 
 namespace bench {
 
-/// Calls of malloc, calloc and realloc by this thread so far.
+/// @return how often the calling thread has called malloc, calloc and realloc
 std::size_t allocations();
 
 } // namespace bench

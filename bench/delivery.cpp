@@ -1,4 +1,4 @@
-// How fast hits leave, beside a bare loop over one libcurl handle: the same body, server and processor.
+// Compares the delivery of hits with a bare loop over one libcurl handle: same body, server and processor.
 #include "parts.h"
 
 #include "http_connector/http_connector.h"
@@ -22,10 +22,10 @@ double seconds_since(clock_type::time_point start) {
     return std::chrono::duration<double>(clock_type::now() - start).count();
 }
 
-/// Of a round: what passed on the clock, and what all threads of this process worked.
+/// Durations of one round, in seconds.
 struct times_t {
-    double real = 0;
-    double worked = 0;
+    double real = 0;   ///< elapsed time
+    double worked = 0; ///< processor time of all threads of this process
 };
 
 class stop_watch_t {
@@ -63,8 +63,8 @@ times_t bare_round(const std::string& url, const std::string& hit) {
     return times;
 }
 
-/// From the first push until the last response: pushing is faster than posting, so the queue is full
-/// throughout.
+/// Measures from the first push to the last response. Pushing is faster than posting, so the sending thread
+/// never waits for a hit.
 times_t connector_round(const std::string& url, const std::string& hit) {
     auto connector = std::make_unique<http_connector_t>(url.c_str());
     const stop_watch_t watch;
@@ -86,7 +86,8 @@ times_t chain_round(const std::string& url, const std::string& /*hit*/) {
     return times;
 }
 
-/// Paired rounds that take turns in going first. The ratio is of rates: 1 is as fast as the bare loop.
+/// Measures pairs of rounds. The bare loop runs first in every second pair. A ratio of 1 means: as fast as
+/// the bare loop.
 template <class Round>
 void paired(benchmark::State& state, Round ours) {
     const bench::pinned_t pinned(bench::delivery_cpu);
@@ -125,7 +126,8 @@ void chain(benchmark::State& state) {
     paired(state, chain_round);
 }
 
-/// Heap that a hit of 230 bytes takes while it waits behind one that is not answered.
+/// Heap memory of one queued hit of 230 bytes. The server never answers the first hit, so the others stay
+/// in the queue.
 void queued_hit(benchmark::State& state) {
     constexpr int count = 100'000;
     const std::string hit = bench::routed_hit();

@@ -1,1 +1,1 @@
-// A library that costs nothing but its dependencies, to be loaded beside ours.
+// A library without code. Loading it shows the cost of the dependencies alone.

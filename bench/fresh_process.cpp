@@ -1,5 +1,4 @@
-// What can be measured only once in a process: loading a library, and making the first object. Prints a
-// figure.
+// Measures what a process can do only once: load a library, or create its first object. Prints one figure.
 #include "workspace.h"
 
 #include "settor2/product_locations_c.h"
@@ -16,7 +15,7 @@
 
 namespace {
 
-/// Processor time of the calling thread: what others do on the machine meanwhile is no part of it.
+/// Measures processor time of the calling thread, so that other programs hardly change the result.
 class stop_watch_t {
 public:
     double microseconds() const { return now() - m_start; }
@@ -50,7 +49,7 @@ Function symbol(void* library, const char* name) {
     return reinterpret_cast<Function>(::dlsym(library, name));
 }
 
-/// In the workspace of the process that started this one, which has made an object before.
+/// Uses the data folder of the parent process, which has already created an object there.
 double create(void* library) {
     settor2_product_locations_t locations{};
     locations.folder = std::getenv("XDG_DATA_HOME");
@@ -92,5 +91,5 @@ int main(int count, char** arguments) {
         figure = init_and_thread(library);
     std::printf("%.1f\n", figure);
     std::fflush(stdout);
-    ::_exit(0); // with threads about, nothing is to be torn down
+    ::_exit(0); // threads are still running, so no destructor may run
 }

@@ -1,4 +1,4 @@
-// A host for callgrind, which counts instructions between the marks.
+// A host that runs under callgrind. Callgrind counts the instructions between START and STOP.
 #include "server.h"
 #include "workspace.h"
 
@@ -26,7 +26,7 @@ void install(const bench::workspace_t& workspace, int names, bool collecting) {
     bench::collect(collecting);
 }
 
-/// The first object of a process, in a folder where an earlier process has left its files.
+/// Creates the first object of a process, in a data folder with the files of an earlier process.
 void create(int names, bool collecting) {
     const bench::workspace_t workspace;
     install(workspace, names, collecting);
@@ -63,7 +63,7 @@ std::size_t discard(const char* /*data*/, std::size_t size, std::size_t count, v
     return size * count;
 }
 
-/// The bare loop, with a body as long as the library's.
+/// Runs the bare loop, with a body of @p length bytes.
 void bare(const char* url, int length, int calls) {
     const std::string hit(static_cast<std::size_t>(length), 'x');
     curl_global_init(CURL_GLOBAL_ALL);
@@ -82,7 +82,7 @@ void bare(const char* url, int length, int calls) {
     curl_global_cleanup();
 }
 
-/// Prints its address and serves until standard input ends.
+/// Prints the server's URL and serves until standard input is closed.
 void serve() {
     const bench::server_t server(0);
     std::printf("%s\n", server.url().c_str());
@@ -91,7 +91,7 @@ void serve() {
     }
 }
 
-/// Takes the prefix of a measurement off. @return whether it was there
+/// Removes the prefix from @p what. @return false if there is no such prefix
 bool take_prefix(std::string& what, const std::string& prefix) {
     if (what.compare(0, prefix.size(), prefix) != 0)
         return false;

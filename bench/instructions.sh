@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Counts the instructions of a notification and of a delivery, and fails when one of bench/limits.txt is passed.
+# Counts the instructions of a notification, a delivery and an object. Fails if a count exceeds its limit.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -9,10 +9,10 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--limits FILE]
 
-Installs what is missing, builds, counts with callgrind, and prints a table in
-Markdown. Fails when a limit is passed.
+Installs missing packages, builds, counts instructions with callgrind, and prints
+a table in Markdown. Fails if a count exceeds its limit.
 
-  --limits FILE  compare with FILE instead of bench/limits.txt
+  --limits FILE  read the limits from FILE (bench/limits.txt)
   --help         print this text
 END
 }
@@ -31,22 +31,22 @@ readonly host=$root/build/bench/bench/instructions
 work=$(mktemp -d)
 trap 'rm -rf "$work"; [[ -z ${server-} ]] || exec {server}>&-' EXIT
 
-# count OUT ARGUMENT...: runs the host; the counts stand in OUT-01, OUT-02, ... afterwards, a file for each thread.
+# count OUT ARGUMENT...: runs the host under callgrind, which writes one file for each thread: OUT-01, OUT-02, ...
 count() {
     valgrind --tool=callgrind --instr-atstart=no --separate-threads=yes --callgrind-out-file="$work/$1" \
         "$host" "${@:2}" >"$work/log" 2>&1 || { cat "$work/log" >&2; die "callgrind failed"; }
 }
 
-# total FILE...: the largest count among the files.
+# total FILE...: prints the largest count in the files.
 total() { sed -n 's/^totals: //p' "$@" | sort -n | tail -n 1; }
 
-# The caller's thread alone.
+# a_call WHAT NAMES: prints the instructions of one call in the calling thread.
 a_call() {
     count "$1-$2" "$1" "$2" "$calls"
     echo $(($(total "$work/$1-$2-01") / calls))
 }
 
-# What the sending thread does for a hit, in per cent of the bare loop.
+# Prints the instructions of the sending thread for each hit, in per cent of the bare loop.
 delivery() {
     local ours bare url
     coproc serve { exec "$host" serve; }
@@ -58,7 +58,7 @@ delivery() {
     exec {server}>&-
     server=
     ours=$(total "$work"/sent-*) bare=$(total "$work"/bare-*)
-    echo "sending thread $((ours / hits)) a hit, bare loop $((bare / hits))" >&2
+    echo "instructions per hit: sending thread $((ours / hits)), bare loop $((bare / hits))" >&2
     echo $((100 * ours / bare))
 }
 
@@ -69,7 +69,7 @@ step "configure bench" cmake -G Ninja -B build/bench -DCMAKE_BUILD_TYPE=Release 
     -DOSTREL_BUILD_TESTS=OFF -DOSTREL_BUILD_EXAMPLES=OFF
 step "build bench (log in $log)" cmake --build build/bench --target instructions
 
-# The first object of a process, made and destroyed.
+# an_object WHAT NAMES: prints the instructions to create and destroy the first object of a process.
 an_object() {
     count "$1-$2" "$1" "$2" 1
     total "$work/$1-$2-01"
@@ -93,16 +93,16 @@ declare -rA titles=(
     [missed]="name not in the filter" [off]="collection off, the day of use recorded"
     [silenced-routed]="logger off: enabled and routed" [silenced-escaped]="logger off: a name that needs escaping"
     [silenced-missed]="logger off: name not in the filter" [silenced-off]="logger off: collection off, no lock"
-    [names]="1,000 names in the filter against 1, more" [delivery]="delivery, per cent of a bare loop"
+    [names]="increase from 1 to 1,000 names in the filter" [delivery]="delivery, per cent of a bare loop"
     [create-off]="create and destroy, collection off, 100 names" [create]="create and destroy, collecting, 100 names"
-    [filter]="100 names in the filter against 1 at create, more"
+    [filter]="create, increase from 1 to 100 names in the filter"
 )
-printf '\n| instructions a call | goal | limit | counted | |\n|---|---|---|---|---|\n'
+printf '\n| instructions per call | goal | limit | counted | |\n|---|---|---|---|---|\n'
 status=0
 while read -r what limit goal; do
     verdict=met
     ((${counted[$what]} <= goal)) || verdict=missed
-    ((${counted[$what]} <= limit)) || { verdict="limit passed" && status=1; }
+    ((${counted[$what]} <= limit)) || { verdict="limit exceeded" && status=1; }
     printf '| %s | ≤ %d | %d | %d | %s |\n' "${titles[$what]}" "$goal" "$limit" "${counted[$what]}" "$verdict"
 done < <(grep -v '^#' "$limits")
 exit $status

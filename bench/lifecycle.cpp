@@ -1,4 +1,4 @@
-// What loading the library, making an object and letting it go cost.
+// Measures the cost of loading the library, and of creating and destroying an object.
 #include "parts.h"
 
 #include <benchmark/benchmark.h>
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// What a process of its own printed.
+/// Starts a new process and returns the figure that it prints.
 double fresh(const std::string& what, const std::string& library) {
     const std::string command = std::string(FRESH_PROCESS) + " " + what + " " + library;
     std::FILE* const output = ::popen(command.c_str(), "r");
@@ -25,7 +25,7 @@ struct measured_t {
     std::string library;
 };
 
-/// Rounds in which either goes first in turn, each in a process of its own.
+/// Measures pairs, each measurement in a new process. @p other runs first in every second pair.
 void paired(benchmark::State& state, const measured_t& ours, const measured_t& other) {
     std::array<std::vector<double>, 3> figures;
     bool first = true;
@@ -54,7 +54,7 @@ void resident(benchmark::State& state) {
 }
 
 void create(benchmark::State& state) {
-    // As at every start but the first: folders and days of use are there.
+    // Creates the folders and the days of use, which exist at every start except the first.
     ostrel_notify_feature_usage(bench::make_handle(100).get(), bench::routed_name);
     paired(state, {"create", OSTREL_LIBRARY}, {"init", OSTREL_LIBRARY});
 }

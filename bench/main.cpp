@@ -1,4 +1,4 @@
-// Runs the benchmarks and ends with a table in Markdown: each row with its goal and whether it is met.
+// Runs the benchmarks, then prints tables in Markdown: each figure, its goal, and whether the goal is met.
 #include "parts.h"
 
 #include "platform/os_name.h"
@@ -54,7 +54,7 @@ double thread_seconds() {
 
 namespace {
 
-/// Shows runs as they end, and keeps their figures for the tables.
+/// Prints each finished benchmark and stores its figures for the tables.
 class keeper_t : public benchmark::ConsoleReporter {
 public:
     keeper_t() : ConsoleReporter(OO_None) {}
@@ -71,7 +71,7 @@ public:
         }
     }
 
-    /// Nothing for a benchmark that did not run.
+    /// @return null if the benchmark did not run
     const double* find(const std::string& name, const std::string& figure) const {
         const auto run = m_figures.find(name);
         if (run == m_figures.end() || run->second.count(figure) == 0)
@@ -96,15 +96,15 @@ constexpr row_t rows[] = {
     {"allocations, routed", "notify/routed/100", "allocations", "", 1.1},
     {"allocations, not in the filter", "notify/missed/100", "allocations", "", 1},
     {"allocations, collection off", "notify/off/100", "allocations", "", 1},
-    {"two threads at once, processor time a call against one", "threads/2", "ratio", "", 2},
+    {"two threads concurrently, processor time per call against one", "threads/2", "ratio", "", 2},
     {"delivery, rate against a bare loop", "delivery", "ratio", "", 0.95, true},
     {"whole chain, rate against a bare loop", "chain", "ratio", "", 0.92, true},
-    {"delivery, processor time a hit against a bare loop", "delivery", "work", "", 1.10},
-    {"whole chain, processor time a hit against a bare loop", "chain", "work", "", 1.10},
+    {"delivery, processor time per hit against a bare loop", "delivery", "work", "", 1.10},
+    {"whole chain, processor time per hit against a bare loop", "chain", "work", "", 1.10},
     {"loading, processor time against an empty library", "load", "ratio", "", 1.05},
     {"create, processor time against curl_global_init and one thread", "create", "ratio", "", 0.4},
     {"destroy, idle", "destroy", "ms", " ms", 1},
-    {"memory a queued hit of 230 bytes", "queued_hit", "bytes", " bytes", 300},
+    {"memory for each queued hit of 230 bytes", "queued_hit", "bytes", " bytes", 300},
 };
 
 void print_row(const row_t& row, double value) {
@@ -135,7 +135,7 @@ void print_ratios(const keeper_t& runs) {
         {"collection off", "notify/off/100", "off_parts"},
         {"collection off, logger off", "notify_silenced/off/100", "off_parts"},
     };
-    std::printf("\n| notification | ns | its parts, written plainly | ratio |\n|---|---|---|---|\n");
+    std::printf("\n| notification | ns | its parts in plain code | ratio |\n|---|---|---|---|\n");
     for (const auto& [what, run, parts] : pairs)
         if (const double* const ours = runs.find(run, "ns"))
             if (const double* const base = runs.find(parts, "ns"))
@@ -150,8 +150,8 @@ int main(int count, char** arguments) {
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments))
         return 1;
-    // Before the rest of the machine where that is allowed, for both sides of every comparison: children
-    // inherit it.
+    // Raises the priority if the system allows it. Child processes inherit the priority, so it is the same on
+    // both sides of a comparison.
     static_cast<void>(::setpriority(PRIO_PROCESS, 0, -19));
     const bench::workspace_t workspace;
     const bench::server_t server(bench::delivery_cpu);

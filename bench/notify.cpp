@@ -1,4 +1,4 @@
-// What a notification costs its caller, beside the parts that it cannot do without.
+// Measures what a notification costs the caller, and compares it with its necessary parts.
 #include "allocations.h"
 #include "parts.h"
 
@@ -18,7 +18,7 @@ namespace {
 
 using namespace OSTREL_NAMESPACE;
 
-/// Calls that are measured as one: what the first hits after a start cost is spread over them.
+/// Measures the average of all calls. It includes the higher cost of the first hits after a start.
 void report(benchmark::State& state, statistic_handle_t* handle, const char* name) {
     ostrel_notify_feature_usage(handle, name);
     const std::size_t before = bench::allocations();
@@ -40,7 +40,7 @@ void notify_silenced(benchmark::State& state, const char* name, bool collecting)
     bench::silence(false);
 }
 
-/// The same with nothing left out that the result needs, and nothing added: no views, no clever search.
+/// The necessary parts of a notification in plain code, without string views and without a special search.
 void notify_parts(benchmark::State& state, const char* name) {
     bench::environment().workspace.set_filter(static_cast<int>(state.range(0)));
     const event_filter_t filter = load_enabled_events(event_filter_path());
@@ -73,7 +73,8 @@ double seconds_a_call(statistic_handle_t* handle, int calls) {
     return (bench::thread_seconds() - start) / calls;
 }
 
-/// Processor time a call and thread, in paired rounds: alone, then @p state.range(0) threads on one object.
+/// Measures the processor time of a call in each thread. A round measures one thread alone, then
+/// state.range(0) threads on the same object.
 void threads(benchmark::State& state) {
     constexpr int calls = 50'000;
     std::vector<double> ratios;
@@ -96,7 +97,7 @@ void threads(benchmark::State& state) {
     state.counters["ns"] = total / static_cast<double>(ratios.size()) * 1e9;
 }
 
-/// Processor time of the caller, a call, for as many hits in one go.
+/// Measures the processor time of the calling thread for each of state.range(0) calls in a row.
 void hits(benchmark::State& state) {
     for (auto _ : state) {
         const auto handle = bench::make_handle(100);

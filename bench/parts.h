@@ -1,4 +1,4 @@
-// What the benchmarks share: handles of measured hosts, and the hit that they send.
+// Shared by the benchmarks: handles of measured hosts, and the hit that they send.
 #pragma once
 
 #include "server.h"
@@ -15,10 +15,11 @@ namespace bench {
 
 using handle_t = std::unique_ptr<statistic_handle_t, decltype(&ostrel_destroy_statistic)>;
 
-/// An object made with @p names in the filter, which the switch lets collect or not.
+/// Creates an object with @p names names in the filter. An environment variable switches collection on or
+/// off.
 handle_t make_handle(int names, bool collecting = true);
 
-/// The body that routed_name becomes, byte for byte.
+/// The body of the hit for routed_name, byte for byte.
 std::string routed_hit();
 
 struct environment_t {
@@ -29,7 +30,7 @@ struct environment_t {
 /// Set by main before any benchmark runs.
 const environment_t& environment();
 
-/// The middle one of an odd number of values; of the two in the middle the greater one.
+/// If the number of values is even, returns the greater of the two in the middle.
 double median(std::vector<double> values);
 
 /// Processor time of the calling thread, in seconds.

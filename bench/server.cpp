@@ -1,4 +1,4 @@
-// A plain HTTP server on the loopback interface, the other end of every measured delivery.
+// A simple HTTP server on the loopback interface, which receives the hits of the benchmarks.
 #include "server.h"
 
 #include <cstdlib>
@@ -25,7 +25,7 @@ void pin(int cpu) {
     ::sched_setaffinity(0, sizeof set, &set);
 }
 
-/// The length of the first whole request in @p text, nothing when more has to be read.
+/// @return the length of the first request in @p text, or 0 if the request is incomplete
 std::size_t request_length(std::string_view text) {
     constexpr std::string_view field = "Content-Length: ";
     const std::size_t end = text.find("\r\n\r\n");

@@ -1,4 +1,4 @@
-// A plain HTTP server on the loopback interface, the other end of every measured delivery.
+// A simple HTTP server on the loopback interface, which receives the hits of the benchmarks.
 #pragma once
 
 #include <cstdint>
@@ -6,10 +6,10 @@
 
 namespace bench {
 
-/// A process of its own, forked before the caller has threads; ends with the object.
+/// Runs in a child process. Construct it before the caller starts threads. The destructor kills the process.
 ///
-/// Every request is read whole and answered with 200 and no body, over one connection as long as the client
-/// likes. A request for the path /hang is kept waiting for three seconds and never answered.
+/// Reads every request completely and answers it with 200 and no body. The connection stays open until the
+/// client closes it. For the path /hang, waits three seconds and closes the connection without an answer.
 class server_t {
 public:
     /// @param cpu the processor that the server is pinned to
@@ -25,7 +25,7 @@ private:
     std::uint16_t m_port = 0;
 };
 
-/// Keeps the calling thread, and threads that it starts meanwhile, on one processor.
+/// Pins the calling thread to one processor until destruction. Threads that it starts inherit this.
 class pinned_t {
 public:
     explicit pinned_t(int cpu);

@@ -1,4 +1,4 @@
-// The host that is measured: its folders, its event filter, its switches and the names that it reports.
+// The measured host: its folders, its event filter, its environment variables and the names that it reports.
 #include "workspace.h"
 
 #include <log4cplus/logger.h>
@@ -9,7 +9,7 @@
 namespace bench {
 
 workspace_t::workspace_t() {
-    // In memory where there is such a folder: disks differ more than what is measured here.
+    // Uses memory if possible, because the speed of a disk varies more than the measured values.
     const std::filesystem::path memory = "/dev/shm";
     const auto parent =
         std::filesystem::is_directory(memory) ? memory : std::filesystem::temp_directory_path();
@@ -39,7 +39,7 @@ void workspace_t::set_filter(int names) const {
     add(routed_name);
     if (names > 1)
         add(escaped_name);
-    // Half of them share their first segment with the names that are reported.
+    // Half of these names share their first segment with the reported names.
     for (int number = 2; number < names; ++number) {
         const std::string digits = std::to_string(10'000'000 + number * 7);
         add((number % 2 == 0 ? "editor.item." : "menu.action.") + digits);

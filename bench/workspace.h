@@ -1,4 +1,4 @@
-// The host that is measured: its folders, its event filter, its switches and the names that it reports.
+// The measured host: its folders, its event filter, its environment variables and the names that it reports.
 #pragma once
 
 #include <filesystem>
@@ -6,7 +6,7 @@
 
 namespace bench {
 
-// 20 characters each, as is every name in the filter.
+// Each has 20 characters, like every name in the filter.
 constexpr const char* routed_name = "editor.file.openfile";
 constexpr const char* escaped_name = "editor.f\xC3\xADle.open fil";
 constexpr const char* missed_name = "editor.mile.openfile";
@@ -15,8 +15,8 @@ constexpr const char* machine_id = "3F2A0C91-7B44-E012-9C5D-0A1B2C3D4E5F";
 constexpr const char* product = "vemtra";
 constexpr const char* version = "7.1.312";
 
-/// A data folder and an environment of our own; the destructor removes the folder. Logging is as in a host
-/// that never touches log4cplus.
+/// A temporary data folder, and the environment variables of a host that never uses log4cplus. The destructor
+/// removes the folder.
 class workspace_t {
 public:
     workspace_t();
@@ -24,8 +24,8 @@ public:
     workspace_t(const workspace_t&) = delete;
     workspace_t& operator=(const workspace_t&) = delete;
 
-    /// Writes the filter that objects made from now on read: @p names in all, routed_name and escaped_name
-    /// among them.
+    /// Writes the filter for objects that are created later. It has @p names names. The first
+    /// two are routed_name and escaped_name.
     void set_filter(int names) const;
     std::string folder() const { return m_folder.string(); }
 
@@ -33,14 +33,13 @@ private:
     std::filesystem::path m_folder;
 };
 
-/// Switches the library's logger off, or back to how log4cplus makes it.
+/// Switches the library's logger off, or back to the default of log4cplus.
 void silence(bool is_silent);
-/// Sets the switch for objects made from now on.
+/// Switches collection on or off for objects that are created later.
 void collect(bool enabled);
-/// Where objects made from now on post to.
+/// Sets the endpoint of objects that are created later.
 void post_to(const std::string& url);
-/// A port where nobody listens: the first hit fails, and from then on the sending thread only empties the
-/// queue.
+/// No program listens on this port. So the first hit fails, and the sending thread drops all later hits.
 constexpr const char* nowhere = "http://127.0.0.1:9/collect";
 
 } // namespace bench

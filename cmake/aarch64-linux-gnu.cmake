@@ -1,4 +1,4 @@
-# Tells CMake to build for 64-bit Arm with the libraries that scripts/arm64-deps.sh has unpacked, and to run under QEMU.
+# Toolchain for 64-bit Arm. It uses the libraries that scripts/arm64-deps.sh unpacks, and runs programs under QEMU.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
@@ -13,7 +13,7 @@ endif()
 set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L "${CMAKE_SYSROOT}")
 
-# Of the build machine CMake may find programs alone.
+# CMake may use programs of the build machine, but none of its libraries, headers and packages.
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)

@@ -1,16 +1,16 @@
-# Tells CMake to build for 64-bit Windows with the libraries that
-# scripts/windows-deps.sh has built, because Debian has no packages of them.
+# Toolchain for 64-bit Windows. It uses the libraries that
+# scripts/windows-deps.sh builds, because Debian has no packages of them.
 
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
-# The -posix thread model: the other one has no std::thread and no std::mutex.
+# The -posix thread model, because the -win32 model has no std::thread and no std::mutex.
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
 # A prefix from the environment is stored in the cache, because the build tool
-# runs CMake again without that variable. Otherwise CMake asks the script each
-# time, because the folder changes with the script.
+# can run CMake again without that variable. Without it, CMake asks the script on
+# each run, because the folder's name changes with the script.
 if(NOT OSTREL_WINDOWS_PREFIX AND DEFINED ENV{OSTREL_WINDOWS_PREFIX})
   set(OSTREL_WINDOWS_PREFIX "$ENV{OSTREL_WINDOWS_PREFIX}" CACHE PATH
       "The folder with the libraries for Windows")
@@ -24,10 +24,10 @@ if(NOT IS_DIRECTORY "${OSTREL_WINDOWS_PREFIX}")
   message(FATAL_ERROR "There are no libraries for Windows in "
                       "'${OSTREL_WINDOWS_PREFIX}': run scripts/windows-deps.sh first")
 endif()
-# The small projects of try_compile read this file too.
+# The test projects of try_compile read this file too, and need the variable.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES OSTREL_WINDOWS_PREFIX)
 
-# Of the build machine CMake may find programs alone.
+# CMake may use programs of the build machine, but none of its libraries, headers and packages.
 set(CMAKE_FIND_ROOT_PATH "${OSTREL_WINDOWS_PREFIX}" /usr/x86_64-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

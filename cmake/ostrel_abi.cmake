@@ -9,7 +9,7 @@ list(TRANSFORM interface PREPEND ${src}/)
 add_library(ostrel_abi SHARED ${interface})
 target_compile_options(ostrel_abi PRIVATE -g -O0 -U_FORTIFY_SOURCE)
 set_target_properties(ostrel_abi PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
-                                            EXPORT_COMPILE_COMMANDS OFF) # clang-tidy sees these files once
+                                            EXPORT_COMPILE_COMMANDS OFF) # clang-tidy checks these files only once
 target_compile_definitions(ostrel_abi PRIVATE OSTREL_BUILDING)
 target_include_directories(ostrel_abi PRIVATE ${src} ${PROJECT_SOURCE_DIR}/include)
 target_link_libraries(ostrel_abi PRIVATE Boost::headers log4cplus::log4cplus ostrel_flags)

@@ -1,5 +1,5 @@
-# Compresses a file in the way that Debian requires, into NAME.gz in the build folder. The result is reproducible, because
-# gzip stores neither name nor time.
+# Compresses a file as Debian requires, into NAME.gz in the build folder. The result is reproducible, because gzip
+# stores neither name nor time.
 function(ostrel_compress file)
   cmake_path(ABSOLUTE_PATH file BASE_DIRECTORY ${PROJECT_SOURCE_DIR})
   cmake_path(GET file FILENAME name)

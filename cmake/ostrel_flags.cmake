@@ -1,4 +1,4 @@
-# Compiler options of our code. Only exported symbols are visible. The result contains no path of the build machine.
+# Compiler options of our code. The result contains no path of the build machine.
 add_library(ostrel_flags INTERFACE)
 target_compile_options(
   ostrel_flags
@@ -11,14 +11,14 @@ if(PROJECT_IS_TOP_LEVEL) # a parent project chooses its warnings itself
 endif()
 
 # A sanitizer must instrument every object of a program, so it is switched on for all targets.
-set(OSTREL_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
+set(OSTREL_SANITIZE "" CACHE STRING "Sanitizers to build with: the value of -fsanitize")
 if(OSTREL_SANITIZE)
   add_compile_options(-fsanitize=${OSTREL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   if(OSTREL_SANITIZE STREQUAL "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    add_compile_options(-Wno-tsan) # Asio's fences, in the tests' servers only
+    add_compile_options(-Wno-tsan) # for Asio's fences, in the servers of the tests only
   endif()
   if(OSTREL_SANITIZE MATCHES "address" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    add_compile_options(-Wno-maybe-uninitialized) # Boost.Beast, in the tests' servers only
+    add_compile_options(-Wno-maybe-uninitialized) # for Boost.Beast, in the servers of the tests only
   endif()
   add_link_options(-fsanitize=${OSTREL_SANITIZE})
 endif()
@@ -28,7 +28,7 @@ add_library(ostrel_hardening INTERFACE)
 if(NOT WIN32)
   target_compile_options(ostrel_hardening INTERFACE -fstack-protector-strong)
   target_link_options(ostrel_hardening INTERFACE LINKER:-z,relro,-z,now)
-  if(NOT OSTREL_SANITIZE) # which has its own checks
+  if(NOT OSTREL_SANITIZE) # a sanitizer has its own checks
     target_compile_options(ostrel_hardening INTERFACE $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
                                                       $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
   endif()

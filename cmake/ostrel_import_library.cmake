@@ -1,5 +1,5 @@
-# An import library of the C functions for the linkers of Microsoft and LLVM. The C functions are the names in the reviewed
-# list of exports that are not mangled.
+# Creates an import library of the C functions for the linkers of Microsoft and LLVM. The C functions are the names
+# without C++ mangling in the reviewed list of exports.
 set(exports ${PROJECT_SOURCE_DIR}/cmake/exports-windows.txt)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${exports})
 file(STRINGS ${exports} functions REGEX "^[a-z]")

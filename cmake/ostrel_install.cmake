@@ -1,7 +1,7 @@
 # The installed files, and the package for a consumer's find_package(ostrel CONFIG).
 
-# An installed host of a parent project finds the library from bin/ in lib/, whatever the prefix. The linker option is in a
-# file, because CMake quotes its dollar sign wrongly for Ninja.
+# If a parent project builds the library, its installed host in bin/ finds the library in lib/ by a relative path, under
+# any prefix. The linker option is in a file, because CMake quotes its dollar sign wrongly for Ninja.
 if(NOT PROJECT_IS_TOP_LEVEL AND NOT WIN32 AND NOT CMAKE_SKIP_RPATH AND NOT CMAKE_SKIP_INSTALL_RPATH)
   file(RELATIVE_PATH from_host_to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   file(WRITE ${PROJECT_BINARY_DIR}/host_options "-rpath=$ORIGIN/${from_host_to_library}\n")
@@ -18,7 +18,7 @@ install(
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime ${for_builders})
 
-# On Windows the DLLs that ours needs are installed beside it: the host shares the loggers and the runtime.
+# On Windows, the DLLs that ours needs are installed beside it. The host uses the same log4cplus and C++ runtime.
 if(WIN32)
   foreach(library liblog4cplusU libstdc++-6 libgcc_s_seh-1 libwinpthread-1)
     install(FILES ${OSTREL_WINDOWS_PREFIX}/bin/${library}.dll DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
@@ -49,12 +49,12 @@ install(
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ostrelConfig.cmake.in
                               ${PROJECT_BINARY_DIR}/ostrelConfig.cmake INSTALL_DESTINATION ${package_dir}
                               PATH_VARS CMAKE_INSTALL_LIBDIR)
-# The C++ namespace contains the whole version, so another version is another interface.
+# The C++ namespace contains the full version, so no other version is compatible.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake COMPATIBILITY ExactVersion)
 # CMake prints the version when it refuses a package.
 file(APPEND ${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake [[
 if(PACKAGE_FIND_VERSION AND NOT PACKAGE_VERSION_COMPATIBLE)
-  string(APPEND PACKAGE_VERSION " (each version is a different interface: name all three numbers, or none)")
+  string(APPEND PACKAGE_VERSION " (no other version is compatible: name all three numbers, or none)")
 endif()
 ]])
 install(
@@ -70,7 +70,7 @@ install(
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
 
-if(PROJECT_IS_TOP_LEVEL) # another project's tree keeps its own record of what it installed
+if(PROJECT_IS_TOP_LEVEL) # a parent project has its own manifest of installed files
   add_custom_target(uninstall COMMAND ${PROJECT_SOURCE_DIR}/scripts/uninstall.sh ${PROJECT_BINARY_DIR} VERBATIM)
 endif()
 
@@ -78,7 +78,7 @@ if(WIN32)
   include(${PROJECT_SOURCE_DIR}/cmake/ostrel_import_library.cmake)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/windows-hosts.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 endif()
-if(WIN32 AND PROJECT_IS_TOP_LEVEL) # a parent project packs itself
+if(WIN32 AND PROJECT_IS_TOP_LEVEL) # a parent project creates its own packages
   set(CPACK_GENERATOR ZIP)
   set(CPACK_PACKAGE_FILE_NAME ostrel-${PROJECT_VERSION}-windows-x86_64)
   set(CPACK_STRIP_FILES ON)

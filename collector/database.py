@@ -1,4 +1,4 @@
-"""The way to the database, through psql and its standard variables (PGHOST, ...), and the lists of counted names."""
+"""Access to the database through psql, which reads PGHOST and similar variables, and to the event filters."""
 import subprocess
 import xml.etree.ElementTree as xml
 
@@ -11,13 +11,13 @@ def variables(values):
 
 
 def query(sql, **values):
-    """What psql prints for the statements. In them :'name' is the value of that name, as a literal."""
+    """Runs the statements and returns the output of psql. In SQL, :'name' is the value of the argument name, quoted."""
     return subprocess.run(PSQL + variables(values), input=SESSION + sql, text=True, check=True,
                           stdout=subprocess.PIPE).stdout
 
 
 def listed_names(path):
-    """The names that an event filter lists. A file that is no filter is an error here, unlike in the library."""
+    """Returns the names in an event filter. Unlike the library, raises an error if the file is not a filter."""
     root = xml.parse(path).getroot()
     if root.tag != "bag":
         raise ValueError(f"{path}: not an event filter")
@@ -27,7 +27,7 @@ def listed_names(path):
 
 
 def read_filters(arguments):
-    """Product to listed names, from arguments FILE or PRODUCT=FILE. The key None holds for every product."""
+    """Maps each product to its listed names. Arguments: FILE or PRODUCT=FILE. The key None is for all products."""
     filters = {}
     for argument in arguments:
         product, _, path = argument.rpartition("=")

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Loads rotated log files of the receiver into the database, one transaction a file, and deletes them.
 
-What arrives is strangers' text: a line that is no hit is counted as refused, and stops nothing.
+Anyone can post to the receiver. A line that is not a valid hit is counted as refused and does not stop the load.
 """
 import argparse
 import collections
@@ -19,8 +19,8 @@ import urllib.parse
 from database import PSQL, SESSION, query, read_filters, variables
 
 ESCAPED = rb"[\w.~-]*(?:%[0-9A-Fa-f]{2}[\w.~-]*)*"
-# Machine id and version are free text, so both ends are anchored. The atomic group takes the first product and keeps
-# it: without that, matching takes quadratic time on a hostile body.
+# Machine id and version are free text, so the whole body must match. The atomic group matches the first product and
+# never backtracks. Otherwise a hostile body could make matching take quadratic time.
 HIT = re.compile(
     rb"(?>v=1&tid=UA-40271936-07&cid=(.*?)&an=(" + ESCAPED + rb")&av=)(.*)&cd1=win32&cd2=(" + ESCAPED +
     rb")&t=event&ec=(" + ESCAPED + rb")(?:&el=(" + ESCAPED + rb"))?&cd3=([yn])", re.DOTALL)
@@ -29,7 +29,7 @@ Hit = collections.namedtuple("Hit", "machine_id product version os category labe
 JSON_ESCAPE = re.compile(rb"\\(u[0-9A-Fa-f]{4}|.)", re.DOTALL)
 JSON_LETTERS = {b"n": b"\n", b"r": b"\r", b"t": b"\t", b"b": b"\b", b"f": b"\f"}
 COPY_ESCAPES = str.maketrans({"\\": "\\\\", "\t": "\\t", "\n": "\\n", "\r": "\\r", "\0": "\ufffd"})
-LONGEST_TEXT = 400  # bytes; four of them fit into a row of an index
+LONGEST_TEXT = 400  # bytes; an index row has space for four such texts
 NOT_A_HIT, NOT_LISTED, WRONG_TIME = "not a hit", "not listed", "wrong time"
 
 
@@ -41,7 +41,7 @@ def unescape_json(text):
 
 
 def decode(parts):
-    """A hit from the matched bytes; raises UnicodeDecodeError."""
+    """Returns a hit from the matched bytes, or raises UnicodeDecodeError."""
     machine_id, product, version, system, category, label, regular = parts
     unquote = urllib.parse.unquote_to_bytes
     return Hit(machine_id.decode(), unquote(product).decode(), version.decode(), unquote(system).decode(),
@@ -49,7 +49,7 @@ def decode(parts):
 
 
 def parse_hit(body):
-    """The meaning of a posted body, or None if it is not a hit."""
+    """Parses a posted body. Returns None if it is not a hit."""
     match = HIT.fullmatch(body)
     try:
         return match and decode(match.groups())
@@ -69,9 +69,9 @@ def copy_row(*texts):
 
 
 class Reader:
-    """Turns the lines of one file into rows. Hits that differ in machine and regular user alone are of one kind.
+    """Converts the lines of one file to rows. Hits are of the same kind if only machine and regular user differ.
 
-    rows() streams the hits; kinds and refusals are complete when it has ended."""
+    The kinds and refusals are complete after the last row of rows()."""
 
     def __init__(self, filters, key, today):
         self.filters, self.key = filters, key
@@ -101,7 +101,7 @@ class Reader:
         return int(seconds) // 86400 + 719163 if len(seconds) < 12 and seconds.isdigit() else 0
 
     def kind_of(self, day, body):
-        """The number of the hit's kind and the match, or the reason to refuse and None."""
+        """Returns (number of the kind, match) for a counted hit, and (reason, None) for a refused hit."""
         match = HIT.fullmatch(unescape_json(body))
         if not match:
             return NOT_A_HIT, None
@@ -123,7 +123,7 @@ class Reader:
         if parts in self.numbers:
             return self.numbers[parts]
         if len(self.numbers) >= 100_000:
-            self.numbers.clear()  # the same kind under two numbers does no harm
+            self.numbers.clear()  # a kind may then get a second number; merge adds both
         self.count += 1
         self.numbers[parts] = self.count
         date = datetime.date.fromordinal(parts[0]).isoformat()
@@ -142,7 +142,7 @@ def content_hash(path):
 
 
 def open_paths():
-    """The files that any process of this user has open."""
+    """Returns all files that processes of this user have open."""
     paths = set()
     for link in glob.iglob("/proc/[0-9]*/fd/*"):
         try:
@@ -153,7 +153,7 @@ def open_paths():
 
 
 def closed_files(folder, patience=3):
-    """Rotated files that nobody writes to any more. nginx needs a moment to leave one after a rotation."""
+    """Returns the rotated files that no process has open. nginx closes a file shortly after its rotation."""
     deadline = time.monotonic() + patience
     while True:
         files = sorted(glob.glob(os.path.join(os.path.realpath(folder), "hits-*.log")))
@@ -180,7 +180,7 @@ class Loader:
             try:
                 self.load(path)
             except OSError as error:
-                print(f"load.py: left for the next time: {error}", file=sys.stderr)
+                print(f"load.py: not loaded, the next load tries again: {error}", file=sys.stderr)
 
     def load(self, path):
         content = content_hash(path)
@@ -194,7 +194,7 @@ class Loader:
         started = time.monotonic()
         reader = Reader(self.filters, self.key, datetime.datetime.now(datetime.timezone.utc).date())
         values = variables({"rate": self.sample, **identity, "fingerprint": self.fingerprint})
-        # Without "COMMIT" nothing counts: psql reads it last, whatever kills this process before.
+        # The last line that psql reads is "COMMIT". If this process is killed earlier, nothing is counted.
         with subprocess.Popen(PSQL + values, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True,
                               encoding="utf-8") as psql:
             with open(path, "rb") as file, reader.kinds:
@@ -224,10 +224,10 @@ def copy(psql, table, rows):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.partition("\n")[0])
-    parser.add_argument("--data", required=True, help="the collector's folder")
-    parser.add_argument("--key", help="file with the key that machine ids are hashed with (DATA/key)")
-    parser.add_argument("--filter", action="append", default=[], metavar="[PRODUCT=]FILE", help="names that count")
-    parser.add_argument("--sample", type=float, default=1, help="share of machines that the receiver keeps")
+    parser.add_argument("--data", required=True, help="data folder of the collector")
+    parser.add_argument("--key", help="file with the key for hashing machine ids (DATA/key)")
+    parser.add_argument("--filter", action="append", default=[], metavar="[PRODUCT=]FILE", help="event filter")
+    parser.add_argument("--sample", type=float, default=1, help="share of the machines whose hits the receiver stores")
     arguments = parser.parse_args()
     arguments.key = arguments.key or os.path.join(arguments.data, "key")
     try:

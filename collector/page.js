@@ -1,5 +1,5 @@
-// Makes the page's tables searchable and sortable, and draws the charts. Names are strangers' text: they get into the
-// page as text content alone.
+// Makes the tables of the page searchable and sortable, and draws the charts. Anyone can send names, so names are added
+// to the page as text only, never as HTML.
 "use strict";
 (() => {
     const report = JSON.parse(document.getElementById("data").textContent);
@@ -43,7 +43,7 @@
         return features.get(keyOf(feature))?.machines ?? null;
     }
 
-    // The features of the chosen product and period, with what the table adds to them.
+    // The features of the chosen product and period, with the calculated columns of the table.
     function rows() {
         const before = periods[element("period").selectedIndex + 1];
         const earlier = new Map((before?.features ?? []).map(feature => [keyOf(feature), feature]));
@@ -90,7 +90,7 @@
         });
         element("features").caption.textContent =
             `From ${period().from} to ${period().to}: ${shown.length} features. ` +
-            "“Before”: machines in the 30 days before. “–”: fewer than the threshold.";
+            "“Before”: machines in the 30 days before. “–”: no number, or too few machines to show it.";
     }
 
     function showOthers() {
@@ -134,7 +134,7 @@
         const top = rows().sort((a, b) => b.machines - a.machines).slice(0, 15);
         draw("most", "bar", top.map(feature => shorten(feature.name)),
              [line("machines", top.map(feature => feature.machines), "accent")], {indexAxis: "y"},
-             "Bars: machines of the 15 most used features. The table below has the figures.");
+             "Bar chart: machines for each of the 15 most used features. The table below has the figures.");
     }
 
     function showDetail() {
@@ -150,10 +150,10 @@
         draw("days", "line", days.map(day => day[0]),
              [line("machines", days.map(day => day[2]), "accent"),
               line("hits", days.map(day => day[1]), "second", {yAxisID: "hits", borderDash: [5, 3]})], {},
-             "Lines: machines and hits of each of the last 30 days. The table of figures has them.");
+             "Line chart: machines and hits on each of the last 30 days. The table of figures has the values.");
         draw("months", "bar", months.map(month => month[0].slice(0, 10)),
              [line("machines", months.map(month => month[1]?.machines ?? null), "accent")], {},
-             "Bars: machines in each 30 days, labelled by the first of them. The table of figures has them.");
+             "Bar chart: machines in each period of 30 days, labelled with its first day. The table of figures has them.");
         fill("versions", feature.versions.map(item => [cell(item.version), cell(item.machines)]));
         fill("figures", [...(latest?.days ?? []).map(day => [cell(day[0]), cell(day[2]), cell(day[1])]),
                          ...months.map(([name, item]) => [cell(name), cell(item?.machines), cell(item?.hits)])]);
@@ -210,11 +210,11 @@
     function showFreshness() {
         const warnings = [];
         if (Date.now() - Date.parse(report.generated) > (3 * report.interval + 60) * 1000)
-            warnings.push(`This page was made ${age(report.generated)}: is the collector running?`);
+            warnings.push(`This page was updated ${age(report.generated)}: is the collector running?`);
         if (report.backlog_files > 2)
-            warnings.push(`${report.backlog_files} log files wait: the database is away or too slow.`);
+            warnings.push(`${report.backlog_files} log files are not loaded yet: the database is unavailable or too slow.`);
         if (report.disk.free < report.disk.total / 10)
-            warnings.push("The disk is more than 90 % full.");
+            warnings.push("The disk is more than 90 % full. If it is full, hits are lost.");
         element("warnings").textContent = warnings.join(" ");
         element("warnings").hidden = !warnings.length;
         element("generated").textContent = age(report.generated);

@@ -23,8 +23,8 @@ PERIODS, DAYS = 13, 30
 
 
 def read_counts(threshold):
-    """The periods, the latest first, and what else the database knows. Periods do not overlap: if one held another,
-    the difference of two shown numbers could stand for less than the threshold's machines."""
+    """Returns the periods, latest first, the refused hits, the last load and the sample rate. Periods must not overlap:
+    the difference of their numbers could stand for fewer machines than the threshold."""
     periods = "".join(f"SELECT period(current_date - {DAYS * (n + 1) - 1}, current_date - {DAYS * n}, :threshold);\n"
                       for n in range(PERIODS))
     *lines, refused, last_load, sample = query(periods + f"""
@@ -57,7 +57,7 @@ def make_report(arguments):
 
 
 def spreadsheet_text(text):
-    """Strangers' text that a spreadsheet would take for a formula gets an apostrophe in front."""
+    """Puts an apostrophe before text that a spreadsheet would read as a formula. Anyone can send such text."""
     return "'" + text if text[:1] in ("=", "+", "-", "@", "\t", "\r") else text
 
 
@@ -78,7 +78,7 @@ def feature_name(feature):
 
 
 def table_rows(rows):
-    """Table rows; a cell that is a number is aligned as one, None is a number that is not shown."""
+    """Returns the rows of a table in HTML. None is a number that is not shown."""
     def cell(value):
         if isinstance(value, str):
             return f"<td><bdi>{html.escape(value)}</bdi></td>"
@@ -88,7 +88,7 @@ def table_rows(rows):
 
 
 def static_tables(report):
-    """What the page shows without scripts; page.js replaces it."""
+    """Returns the tables for a browser without scripts. Otherwise page.js replaces them."""
     machines = {product["product"]: product["machines"] for product in report["products"]}
     before = {(f["product"], f["category"], f["label"]): f["machines"] for f in report["earlier"][0]["features"]}
     features = ((f["product"], feature_name(f), f["machines"],
@@ -113,7 +113,7 @@ def read(*path):
 
 
 def make_page(report):
-    """One file with everything in it. Its policy allows the scripts and the style below, and nothing from elsewhere."""
+    """Returns the page as one file. Its security policy allows only the scripts and the style in this file."""
     template, charts, script = read(HERE, "page.html"), read(CHARTS), read(HERE, "page.js")
     style = re.search(r"<style>(.*?)</style>", template, re.DOTALL)[1]
     fields = {
@@ -137,10 +137,10 @@ def write(folder, name, text):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--data", required=True, help="the collector's folder; the files go into its folder page")
-    parser.add_argument("--threshold", type=int, default=20, help="fewest machines that a shown number stands for")
-    parser.add_argument("--filter", action="append", default=[], metavar="[PRODUCT=]FILE", help="names that count")
-    parser.add_argument("--interval", type=int, default=60, help="seconds between two reports")
+    parser.add_argument("--data", required=True, help="data folder of the collector; writes to its folder page")
+    parser.add_argument("--threshold", type=int, default=20, help="fewest machines for which a number is shown")
+    parser.add_argument("--filter", action="append", default=[], metavar="[PRODUCT=]FILE", help="event filter")
+    parser.add_argument("--interval", type=int, default=60, help="seconds between two loads")
     arguments = parser.parse_args()
     try:
         report = make_report(arguments)
@@ -149,9 +149,9 @@ def main():
         write(folder, "report.csv", make_csv(report))
         write(folder, "index.html", make_page(report))
     except subprocess.CalledProcessError:
-        sys.exit("report.py: the page stays as it is")
+        sys.exit("report.py: the database failed, so the page was not updated")
     except OSError as error:
-        sys.exit(f"report.py: the page stays as it is: {error}")
+        sys.exit(f"report.py: the page was not updated: {error}")
 
 
 if __name__ == "__main__":

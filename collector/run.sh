@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, prepares the data folder, gives up root's rights and starts the collector.
+# Installs missing packages, prepares the data folder, drops root privileges and starts the collector.
 set -euo pipefail
 
 here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
@@ -12,25 +12,26 @@ usage() {
 Usage: ${0##*/} --data DIR [OPTION]...
 
 Receives hits, counts them in PostgreSQL, and shows the counts on a page, until
-Ctrl-C or SIGTERM. As root it runs everything as the owner of DIR, or if DIR is
-new, as the system user "$account".
+Ctrl-C or SIGTERM. If root starts it, all processes run as the owner of DIR, or
+as the system user "$account" if DIR is new or belongs to root.
 
-  --data DIR           folder for everything that is kept
-  --listen ADDRESS     where hits are taken (127.0.0.1)
-  --port N             ... and the port (8089): POST http://ADDRESS:N/collect
+  --data DIR           folder for all data
+  --listen ADDRESS     address that receives hits (127.0.0.1)
+  --port N             port that receives hits (8089): http://ADDRESS:N/collect
   --page-port N        port of the page on 127.0.0.1 (8090)
   --interval SECONDS   time between two loads (60)
-  --threshold N        fewest machines that a shown number stands for (20)
-  --filter FILE        event filter: its names count for every product
-  --filter PRODUCT=FILE  ... for one product; may be repeated
-  --key FILE           key for machine ids, shared by all receivers of a
-                       database; kept as DIR/key (default: a random one)
-  --sample SHARE       keep this share of the machines, such as 0.1 (1)
+  --threshold N        fewest machines for which a number is shown (20)
+  --filter FILE        event filter: its names are counted for every product
+  --filter PRODUCT=FILE  event filter for one product; repeat it for others
+  --key FILE           key for hashing machine ids; copied to DIR/key. All
+                       receivers of a database need the same key. Without
+                       FILE, a random key is created.
+  --sample SHARE       count only this share of the machines, such as 0.1 (1)
   --help               print this text
 
-With PGHOST, PGHOSTADDR or PGSERVICE set, hits are counted in that server, which
-the other variables of libpq describe. Otherwise the collector creates a cluster
-in DIR.
+If PGHOST, PGHOSTADDR or PGSERVICE is set, hits are counted in that PostgreSQL
+server, with the other variables of libpq. Otherwise the collector creates a
+database cluster in DIR.
 END
 }
 
@@ -58,19 +59,19 @@ while (($#)); do
 done
 [[ -n $data ]] || die "--data is missing (see --help)"
 [[ $LISTEN != *:* || $LISTEN == \[* ]] || LISTEN="[$LISTEN]"
-[[ -z $key || -s $key ]] || die "no key in $key"
+[[ -z $key || -s $key ]] || die "the key file $key is missing or empty"
 
-# as_user COMMAND...: with the rights that the collector will have.
+# as_user COMMAND...: runs the command as the user of the collector.
 as_user() {
     if ((EUID)); then "$@"; else setpriv --reuid="$user" --regid="$group" --clear-groups -- "$@"; fi
 }
 
-# A folder with other things in it is refused: its mode and owner are not ours to change.
+# Refuses a folder with foreign files, because this script changes the folder's mode and owner.
 prepare_folder() {
-    [[ $data != *[[:space:]\;\{\}\"\'\\@\|\$]* ]] || die "nginx's configuration cannot hold a folder with this name"
+    [[ $data != *[[:space:]\;\{\}\"\'\\@\|\$]* ]] || die "--data must not contain spaces or any of ; { } \" ' \\ @ | \$"
     mkdir -p -- "$data"
     data=$(realpath -- "$data")
-    [[ -e $data/receiver || -z $(ls -A -- "$data") ]] || die "$data is neither empty nor a collector's"
+    [[ -e $data/receiver || -z $(ls -A -- "$data") ]] || die "$data is neither empty nor a data folder of a collector"
     user=$(stat -c %u -- "$data")
     if ((EUID == 0 && user == 0)); then
         id "$account" &>/dev/null || useradd --system --user-group --no-create-home --shell /usr/sbin/nologin "$account"
@@ -79,17 +80,17 @@ prepare_folder() {
     fi
     group=$(stat -c %g -- "$data")
     chmod 0700 -- "$data"
-    as_user test -w "$data" || die "user $user cannot write to $data: look at the folders above it"
+    as_user test -w "$data" || die "user $user cannot write to $data: check the permissions of its parent folders"
 }
 
-# write NAME: standard input becomes that file of the data folder, completely or not at all.
+# write NAME: writes standard input to a temporary file and renames it to NAME in the data folder.
 # shellcheck disable=SC2016 # the inner shell expands it
 write() { as_user bash -c 'umask 077 && cat >"$1.tmp" && mv -- "$1.tmp" "$1"' bash "$data/$1"; }
 
 prepare_identity() {
     [[ -s $data/receiver ]] || od -An -N16 -tx1 /dev/urandom | tr -d ' \n' | write receiver
     if [[ -s $data/key ]]; then
-        [[ -z $key ]] || cmp -s -- "$key" "$data/key" || die "$data/key is another key than $key"
+        [[ -z $key ]] || cmp -s -- "$key" "$data/key" || die "$data/key and $key contain different keys"
     elif [[ -n $key ]]; then
         write key <"$key"
     else
@@ -97,8 +98,8 @@ prepare_identity() {
     fi
 }
 
-# The unprivileged user may not be able to read this folder or the filters, so they are copied. In /tmp, because the
-# path of a socket has at most 107 bytes.
+# The user of the collector may lack permission to read this folder or the filters, so they are copied. The copies are
+# in /tmp, because the path of a socket has at most 107 bytes.
 copy_program() {
     local number filter
     run=$(mktemp -d /tmp/ostrel-collector.XXXXXX)

@@ -1,16 +1,16 @@
--- Counts and sketches for each day, and the functions that add a log file to them.
--- Run by psql at every start: creates what is missing and brings an older schema up to date.
+-- Tables with counts and HyperLogLog sketches for each day, and the functions that add a log file to them.
+-- psql runs this file at every start. It creates missing tables and upgrades an older schema.
 \set ON_ERROR_STOP on
 BEGIN;
 SET LOCAL client_min_messages = warning;
-SET LOCAL check_function_bodies = off; -- some read temporary tables
+SET LOCAL check_function_bodies = off; -- some functions read temporary tables
 SELECT pg_advisory_xact_lock(hashtext('collector.schema'));
 CREATE EXTENSION IF NOT EXISTS hll;
 CREATE SCHEMA IF NOT EXISTS collector;
 SET LOCAL search_path = collector, public;
 CREATE TABLE IF NOT EXISTS setting (name text PRIMARY KEY, value text NOT NULL);
 
--- Upgrade steps: "IF stored < 2 THEN ..." follows the first one, and "newest" becomes 2.
+-- To change the tables, add the step "IF stored < 2 THEN ..." after the first step and set "newest" to 2.
 DO $$
 DECLARE
     newest CONSTANT int := 1;
@@ -44,7 +44,7 @@ BEGIN
     INSERT INTO setting VALUES ('schema', newest) ON CONFLICT (name) DO UPDATE SET value = excluded.value;
 END $$;
 
--- One machine hashed with two keys would count as two.
+-- A machine that is hashed with two keys would be counted twice.
 CREATE OR REPLACE FUNCTION check_key(fingerprint text) RETURNS void LANGUAGE plpgsql AS $$
 BEGIN
     INSERT INTO setting VALUES ('key', fingerprint) ON CONFLICT DO NOTHING;
@@ -53,7 +53,7 @@ BEGIN
     END IF;
 END $$;
 
--- Temporary tables are not in the write-ahead log, so no machine's hash gets there.
+-- Temporary tables are not written to the write-ahead log, so the log contains no hashes of machines.
 CREATE OR REPLACE FUNCTION stage() RETURNS void LANGUAGE plpgsql AS $$
 BEGIN
     CREATE TEMP TABLE staged_hit (kind int, machine bigint, regular boolean) ON COMMIT DROP;
@@ -62,8 +62,8 @@ BEGIN
     CREATE TEMP TABLE staged_refusal (day date, reason text, hits bigint) ON COMMIT DROP;
 END $$;
 
--- Keeps 1,000 different texts of a column for each combination of the scope's columns: those that the table of the
--- day knows, then those with most hits. The others become "(other)".
+-- Keeps 1,000 different texts of the column target for each combination of the columns in scope. Texts that the table
+-- known_in already has on that day come first, then texts with most hits. All others become "(other)".
 CREATE OR REPLACE FUNCTION cap(target text, scope text[], known_in regclass) RETURNS void LANGUAGE plpgsql AS $$
 DECLARE
     columns text := array_to_string(scope, ', ');
@@ -81,8 +81,8 @@ BEGIN
         ) AS r WHERE r.place > 1000 AND %4$s $sql$, target, columns, known_in, same);
 END $$;
 
--- Adds the staged rows to the tables. Receivers take turns, so no two of them wait for each other's rows.
--- Grouping sorts: a hash table would hold a sketch of full size for every group.
+-- Adds the staged rows to the tables. The lock lets one receiver merge at a time, which prevents deadlocks.
+-- Hash aggregation is off: it would keep a sketch of full size for every group in memory.
 CREATE OR REPLACE FUNCTION merge(rate real) RETURNS void LANGUAGE plpgsql
 SET enable_hashagg = off SET work_mem = '64MB' AS $$
 BEGIN
@@ -120,7 +120,7 @@ BEGIN
         ON CONFLICT (day) DO UPDATE SET rate = least(t.rate, excluded.rate);
 END $$;
 
--- The first day that is kept. Days are those of UTC.
+-- The first day that is stored. Days are in UTC.
 CREATE OR REPLACE FUNCTION first_day() RETURNS date LANGUAGE sql STABLE AS
     $$ SELECT (current_date - interval '13 months')::date $$;
 
@@ -135,8 +135,9 @@ BEGIN
     DELETE FROM period_cache WHERE (current_date - last) % 30 <> 0 OR last < first_day();
 END $$;
 
--- Which cells of each group may be shown: those with fewer machines than the threshold become "(other)". If these
--- together stay below it, the next smallest join them until they reach it. So no shown sum gives a hidden cell away.
+-- Folds small cells: in each group, cells with fewer machines than the threshold become "(other)". If "(other)" has
+-- fewer machines than the threshold too, the next smallest cells are added until it reaches the threshold. Otherwise a
+-- reader could compute a hidden cell from a shown sum.
 CREATE OR REPLACE FUNCTION fold(threshold int)
 RETURNS TABLE (grp text[], name text[], shown text[], hits bigint, machines hll, regular hll) LANGUAGE sql AS $$
     WITH sized AS (SELECT *, hll_cardinality(c.machines) AS size FROM cell c),
@@ -152,7 +153,7 @@ RETURNS TABLE (grp text[], name text[], shown text[], hits bigint, machines hll,
     FROM judged j
 $$;
 
--- The folded cells, each with at least the threshold's machines.
+-- The cells after folding. Each has at least as many machines as the threshold.
 CREATE OR REPLACE FUNCTION shown(threshold int)
 RETURNS TABLE (grp text[], name text[], hits bigint, machines bigint, regular bigint) LANGUAGE sql AS $$
     SELECT grp, shown, hits, round(machines)::bigint,
@@ -163,8 +164,8 @@ RETURNS TABLE (grp text[], name text[], hits bigint, machines bigint, regular bi
     WHERE machines >= threshold
 $$;
 
--- What is shown of the days from first to last, and of each day if the last one is today. "used" is for finding listed
--- names that nobody uses.
+-- The report for the days from first to last. If last is today, it also has figures for each day. report.py uses "used"
+-- to find listed names that nobody uses.
 CREATE OR REPLACE FUNCTION compute_period(first date, last date, threshold int) RETURNS json LANGUAGE plpgsql
 SET enable_hashagg = off SET work_mem = '64MB' AS $$
 DECLARE
@@ -201,7 +202,8 @@ BEGIN
         FROM feature f LEFT JOIN feature_days d ON d.grp = f.grp || f.name
                        LEFT JOIN feature_versions v ON v.grp = f.grp || f.name));
 
-    -- A product's regular users are shown too, so those of its systems are shown all or not at all.
+    -- Regular users are shown for all systems of a product or for none. Otherwise a reader could compute a hidden
+    -- number from the product's total.
     TRUNCATE cell;
     INSERT INTO cell SELECT ARRAY[product], ARRAY[os, ''], 0, hll_union_agg(machines), hll_union_agg(regular)
         FROM installation_day WHERE day BETWEEN first AND last GROUP BY product, os;
@@ -220,10 +222,10 @@ BEGIN
     RETURN body;
 END $$;
 
--- The same from the cache, which the merge of an earlier day clears.
+-- compute_period with a cache. A merge deletes the cached periods that are not older than its first day.
 CREATE OR REPLACE FUNCTION period(first_day date, last_day date, least_machines int) RETURNS json LANGUAGE plpgsql AS $$
 BEGIN
-    PERFORM pg_advisory_xact_lock_shared(hashtext('collector.merge')); -- or an old result could follow a new merge
+    PERFORM pg_advisory_xact_lock_shared(hashtext('collector.merge')); -- else a result from before a merge could be cached after it
     INSERT INTO period_cache
         SELECT first_day, last_day, least_machines, compute_period(first_day, last_day, least_machines)
         WHERE NOT EXISTS (SELECT FROM period_cache

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Keeps nginx and the database running and loads what arrived, until it is interrupted. Started by run.sh, as the user
-# who owns the data folder, with the settings in the environment and the filters as arguments.
+# Runs nginx and the database, and loads the received hits, until it is interrupted. run.sh starts this script as the
+# owner of the data folder. Settings are environment variables, filters are arguments.
 set -euo pipefail
-# Every background process leads its own process group: Ctrl-C reaches this script alone, and a group can be killed.
+# Every background process leads its own process group. So only this script receives Ctrl-C, and it can kill a group.
 set -m
 umask 077
 
@@ -17,14 +17,14 @@ readonly report=(python3 "$RUN/report.py" --data "$DATA" --threshold "$THRESHOLD
 say() { echo "collector: $*" >&2; }
 running() { [[ -n $1 ]] && kill -0 "$1" 2>/dev/null; }
 
-# start SIGNAL COMMAND...: in the background; the kernel sends it SIGNAL if this script is killed.
+# start SIGNAL COMMAND...: runs the command in the background. If this script is killed, the kernel sends it SIGNAL.
 start() {
     local signal=$1
     shift
     setpriv --pdeathsig "$signal" -- "$@" </dev/null &
 }
 
-# finish COMMAND...: runs it to its end, or until the collector has to stop.
+# finish COMMAND...: runs the command and waits for it. Kills it if the collector must stop.
 finish() {
     "$@" </dev/null &
     local child=$! status=0
@@ -38,7 +38,7 @@ pause() {
     wait $! || true
 }
 
-# wait_for SECONDS PID: false if the process is still there.
+# wait_for SECONDS PID: waits until the process has exited. Fails after SECONDS.
 wait_for() {
     local tenths
     for ((tenths = $1 * 10; tenths; --tenths)); do
@@ -57,14 +57,14 @@ start_nginx() {
     nginx=$!
 }
 
-# Workers of a killed nginx go on with the old file and keep the port.
+# After a kill of nginx, its workers still write to the old log file and use the port, so they are killed too.
 restart_nginx() {
     [[ -z $nginx ]] || { say "nginx has ended: starting it again"; kill -KILL -- "-$nginx" 2>/dev/null || true; }
     rotate
     start_nginx
 }
 
-# Gives the current log file to the loader. Without nginx the signal goes nowhere.
+# Renames the current log file for the loader. The signal tells nginx to open a new one.
 rotate() {
     [[ -s $DATA/hits/hits.log ]] || return 0
     mv -- "$DATA/hits/hits.log" "$DATA/hits/hits-$(date +%s%N).log"
@@ -88,7 +88,7 @@ prepare_database() {
     mv -- "$DATA/database.new" "$DATA/database"
 }
 
-# A restarted database needs a moment; a remote one may be away for longer. Hits are taken all the while.
+# Waits up to ten seconds for the database and creates the schema. Hits are received meanwhile, and also if this fails.
 apply_schema() {
     local tries
     for ((tries = 0; tries < 100; ++tries)); do
@@ -113,11 +113,11 @@ count() {
     announced=yes
 }
 
-# nginx answers and writes what it has taken; what is counted within 30 s is counted, the rest waits for the next start.
+# nginx answers its open requests and writes its log. Hits that are not loaded within 30 s are loaded at the next start.
 stop() {
     trap '' TERM INT HUP
     stopping=''
-    # The group, too: workers outlive a killed master.
+    # Also kills the group, because workers stay alive if the master process was killed.
     [[ -z $nginx ]] || { kill -QUIT "$nginx" && wait_for 10 "$nginx"; kill -KILL -- "-$nginx"; } 2>/dev/null || true
     nginx=''
     rotate
@@ -126,11 +126,11 @@ stop() {
     rm -rf -- "$RUN" "$DATA/run"
 }
 
-# All children inherit it: a process that holds it after a kill still uses the folder.
+# All child processes inherit the lock. If this script is killed, the folder stays locked until they have exited.
 exec {lock}>"$DATA/lock"
 flock -w 20 "$lock" || { say "another collector runs in $DATA"; rm -rf -- "$RUN"; exit 1; }
 trap stop EXIT
-# What a killed collector left behind. The link also shows others the way to the database's socket.
+# Removes the files of a killed collector. DATA/run is a link to the folder with the database's socket.
 previous=$(readlink "$DATA/run" || true)
 [[ $previous != /tmp/ostrel-collector.* ]] || rm -rf -- "$previous"
 ln -sfn -- "$RUN" "$DATA/run"

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the log file of a simulated fleet, to try reports and to measure."""
+"""Writes a log file with the hits of simulated machines, to test reports and to measure."""
 import argparse
 import bisect
 import datetime
@@ -28,7 +28,7 @@ class Fleet:
         self.options = options
         self.features = feature_names(options.features)
         weights = [1 / (rank + 1) ** 0.9 for rank in range(len(self.features))]
-        # Every fifth feature grows over the time, every seventh fades.
+        # The use of every fifth feature grows over time, the use of every seventh feature falls.
         self.growth = [2 if rank % 5 == 3 else -1 if rank % 7 == 6 else 0 for rank in range(len(weights))]
         self.weights = weights
         self.machines = [self.machine(number) for number in range(options.machines)]
@@ -37,7 +37,7 @@ class Fleet:
         rng = self.random
         identity = "%08X-%04X-%04X-%04X-%012X" % (number, *(rng.getrandbits(16) for _ in range(3)), rng.getrandbits(48))
         system = urllib.parse.quote(SYSTEMS[min(int(rng.expovariate(0.6)), len(SYSTEMS) - 1)], safe="")
-        return identity, system, rng.random(), rng.random()  # how late it upgrades, how often it is used
+        return identity, system, rng.random(), rng.random()  # how late it upgrades, and how often it is used
 
     def version(self, lag, progress):
         newest = progress * self.options.versions - lag * 2
@@ -65,12 +65,12 @@ def main():
     parser.add_argument("--last", type=datetime.date.fromisoformat,
                         default=datetime.datetime.now(datetime.timezone.utc).date(), help="last day (today, in UTC)")
     parser.add_argument("--machines", type=int, default=1000)
-    parser.add_argument("--hits", type=float, default=5, help="mean of an active machine's hits a day")
+    parser.add_argument("--hits", type=float, default=5, help="mean number of hits per day of an active machine")
     parser.add_argument("--features", type=int, default=200)
     parser.add_argument("--versions", type=int, default=5)
     parser.add_argument("--product", default="my_host")
     parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--print-filter", action="store_true", help="print the event filter instead, and end")
+    parser.add_argument("--print-filter", action="store_true", help="print the event filter and exit")
     options = parser.parse_args()
     if options.print_filter:
         names = AREAS + ("macro", "plugin.install", "editor.dictation")

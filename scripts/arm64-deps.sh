@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Unpacks Debian's arm64 libraries into a separate folder. Installing them would replace some of this machine's libraries.
+# Unpacks Debian's arm64 libraries into a separate folder. Installing them would replace libraries of this machine.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -18,17 +18,18 @@ Usage: ${0##*/} [--print-prefix]
 Installs the cross compiler and the emulator (as root, if they are missing),
 downloads Debian's packages for arm64 and unpacks them in
   $sysroot
-which is used again until this script changes. Neither the packages of this
-machine nor its list of architectures change.
+If that folder exists, nothing is downloaded. The folder's name depends on the
+content of this script. The packages of this machine and its list of
+architectures do not change.
 
   --print-prefix  print that folder and do nothing else
   --help          print this text
 
-OSTREL_CACHE names another folder to unpack in.
+OSTREL_CACHE  another folder for the unpacked packages
 END
 }
 
-# An apt whose only architecture is arm64, and which believes that nothing is installed.
+# Runs apt-get for arm64 alone, with an empty list of installed packages, so that all dependencies are downloaded.
 foreign_apt() {
     apt-get -o APT::Architecture=arm64 -o APT::Architectures=arm64 -o APT::Sandbox::User="$(id -un)" -o Dir::State="$work" \
         -o Dir::State::status="$work/status" -o Dir::Cache="$work" "$@"
@@ -41,7 +42,7 @@ download() {
     foreign_apt install -y --no-install-recommends --download-only "${packages[@]}"
 }
 
-# Debian's layout, in which /lib lies in /usr. Absolute paths are moved below the folder.
+# Creates Debian's layout, in which /lib is a link to /usr/lib. Absolute links become relative links into the folder.
 unpack() {
     local package link
     mkdir -p "$work/sysroot/usr/lib"

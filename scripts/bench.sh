@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures the library's promises about speed and memory, and prints the results as Markdown.
+# Measures speed and memory against the library's goals and prints the results as Markdown.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -9,9 +9,10 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--plot]
 
-Installs what is missing, builds, measures for some minutes, and prints tables
-with the goal and the verdict of every row. Times depend on what else the
-machine does; instructions and ratios of paired rounds hardly do.
+Installs missing packages, builds, measures for some minutes, and prints tables.
+Each row has a figure, its goal, and whether the goal is met. Other programs on
+the machine change the times, but hardly the numbers of instructions or the
+ratios of two measurements.
 
   --plot  also measure growth with names, threads and hits, and draw it to
           docs/growth.svg

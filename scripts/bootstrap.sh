@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, testing and checking this tree need.
+# Installs the Debian packages that are needed to build, test and check this tree.
 set -euo pipefail
 
 # shellcheck source=scripts/common.sh
@@ -25,30 +25,30 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--list] [GROUP...]
 
-Installs the Debian packages that are missing, as root (through sudo when that
-is there). Nothing missing: nothing is done, and no network is used.
+Installs the missing Debian packages of the groups, as root. Another user needs
+sudo. If no package is missing, the network is not used.
 
-Groups (without any: build test lint):
-  build   compiler, CMake and the libraries that ostrel links
-  test    GoogleTest, and what looks at packages, documents and the border
-  package what CPack needs to make Debian packages
-  collector  nginx, PostgreSQL and what else collector/run.sh runs
-  collector-test  load generator and browser that its tests use
-  lint    clang-format and clang-tidy
-  clang   the second compiler that the tree has to build with
-  trust   collectors, proxies and tracers that scripts/trust/ tries hosts with
-  bench   Google Benchmark and valgrind
-  arm64   compiler for 64-bit Arm, and an emulator
-  wine    names of network services, which Wine takes from the system, and the
-          tools that build a Windows host with another compiler
+Groups (default: build test lint):
+  build      compiler, CMake and the libraries that ostrel links
+  test       GoogleTest, and the tools that check the documents and the exported
+             interface
+  package    tools that build and check Debian packages
+  collector  nginx, PostgreSQL and the other programs of collector/run.sh
+  collector-test  load generator and browser for the tests of the collector
+  lint       clang-format and clang-tidy
+  clang      Clang, the second supported compiler, with its sanitizers
+  trust      web server, proxy and tracer for the tests in scripts/trust/
+  bench      Google Benchmark and valgrind
+  arm64      compiler for 64-bit Arm, and an emulator
+  wine       /etc/services for Wine, and Clang to build a Windows host
 
-  --list  print what is missing and install nothing
+  --list  print the missing packages and install nothing
   --help  print this text
 END
 }
 
-# Our scripts start daemons themselves, in separate folders. So the system must not start the installed services, now or
-# after a reboot, and PostgreSQL must not create the database cluster "main". Existing files and services stay.
+# Our scripts start daemons themselves, in separate folders. So the system must not start the newly installed services,
+# now or after a reboot, and PostgreSQL must not create the cluster "main". Existing files and services do not change.
 install_packages() {
     local created=() added=() service
     for service in nginx postgresql; do
@@ -65,11 +65,11 @@ install_packages() {
     done
 }
 
-# forbid FILE TEXT: creates FILE during the installation.
+# forbid FILE TEXT: creates a FILE that forbids an action during the installation. An existing FILE is kept.
 forbid() {
     [[ ! -e $1 ]] || return 0
     mkdir -p "${1%/*}"
-    # shellcheck disable=SC2059 # a constant of ours, with line ends
+    # shellcheck disable=SC2059 # the text is ours and contains \n
     printf "$2" >"$1" && chmod 0755 "$1"
     created+=("$1")
 }

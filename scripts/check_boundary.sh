@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks the library's boundary: its exports, its ABI, its hardening, and that each public header compiles alone.
+# Checks the library's exports, its ABI and its hardening, and that each public header compiles alone.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -10,21 +10,25 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--update] [--build-dir DIR]
 
-Compares DIR/src/libostrel.so (DIR: build/linux) with cmake/exports-linux.txt, and
-DIR/tests/trust/libostrel_abi.so, the same interface with debugging information,
-with cmake/abi-linux.xml. Looks at how the library and ostrelctl are hardened.
+Checks four things:
+  exports    of DIR/src/libostrel.so, against cmake/exports-linux.txt
+  ABI        of DIR/tests/trust/libostrel_abi.so, which has the same interface
+             with debugging information, against cmake/abi-linux.xml
+  hardening  of the library and of ostrelctl
+  headers    each public header compiles alone
 
-  --update  write those two files again, to be reviewed like any other change
-  --help    print this text
+  --update         overwrite the two files in cmake/; review the differences
+  --build-dir DIR  check what is built in DIR (build/linux)
+  --help           print this text
 END
 }
 
-# Kind and name of every exported symbol.
+# Prints the name and kind of every exported symbol.
 exported() {
     nm -D --defined-only --format=posix "$1" | cut -d' ' -f1,2 | sed -E 's/@@?[^ ]*//' | LC_ALL=C sort
 }
 
-# The types of the public headers alone, without private member functions and without paths of this machine.
+# Prints the ABI: only types of the public headers, no private member functions, no paths of this machine.
 abi_of() {
     abidw --no-corpus-path --no-comp-dir-path --no-show-locs --no-elf-needed --drop-private-types \
         --exported-interfaces-only --type-id-style hash --short-locs --headers-dir "$root/include" "$1"
@@ -35,14 +39,14 @@ check_hardening() {
     segments=$(readelf -lW "$1")
     entries=$(readelf -dW "$1")
     symbols=$(nm -D "$1")
-    grep -qE 'Elf file type is DYN' <<<"$segments" || echo "loaded at a fixed address"
+    grep -qE 'Elf file type is DYN' <<<"$segments" || echo "it is loaded at a fixed address"
     grep -q GNU_RELRO <<<"$segments" || echo "no RELRO"
-    grep -q BIND_NOW <<<"$entries" || echo "RELRO is not full: symbols are bound late"
+    grep -q BIND_NOW <<<"$entries" || echo "RELRO is only partial: symbols are bound lazily"
     grep -q 'GNU_STACK.*RWE' <<<"$segments" && echo "the stack is executable"
-    grep -q TEXTREL <<<"$entries" && echo "text relocations"
-    grep -qE 'RPATH|RUNPATH' <<<"$entries" && echo "a built-in search path"
+    grep -q TEXTREL <<<"$entries" && echo "it has text relocations"
+    grep -qE 'RPATH|RUNPATH' <<<"$entries" && echo "it has a built-in library search path"
     grep -q __stack_chk_fail <<<"$symbols" || echo "no stack protector"
-    grep -qE ' U __[a-z]+_chk(@|$)' <<<"$symbols" || echo "no checked function (_FORTIFY_SOURCE)"
+    grep -qE ' U __[a-z]+_chk(@|$)' <<<"$symbols" || echo "it calls no checked function (_FORTIFY_SOURCE)"
     return 0
 }
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks a built DLL: its exports, its hardening, the DLLs that it needs, and that it contains no folder name of the build
+# Checks a built DLL: its exports, its hardening, the DLLs that it needs, and that it contains no path of the build
 # machine.
 set -euo pipefail
 
@@ -7,10 +7,10 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--update] DLL [FOLDER...]
 
-Checks the exports, the hardening and the needs of DLL, and that it names none
-of the folders.
+Checks the exports and the hardening of DLL and which DLLs it needs. DLL must not
+contain the path of any FOLDER.
 
-  --update  write the reviewed list, cmake/exports-windows.txt, anew
+  --update  overwrite cmake/exports-windows.txt; review the differences
   --help    print this text
 END
 }
@@ -37,16 +37,16 @@ exports() { sed -n '/^\[Ordinal\/Name Pointer\] Table/,/^$/s/^\t\[ *[0-9]*\] //p
 if [[ $update == yes ]]; then
     exports >"$list"
 fi
-diff -u "$list" <(exports) || fault "the exports (+) are not those reviewed (-)"
+diff -u "$list" <(exports) || fault "the exports (lines with +) differ from the reviewed list (lines with -)"
 for flag in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
     grep -q "^\s*$flag\$" <<<"$dump" || fault "$flag is off"
 done
-grep -qE '^Time/Date\s+Thu Jan  1 00:00:00 1970$' <<<"$dump" || fault "it contains its build time"
-# DLLs of Windows, and DLLs that are shipped beside ours.
+grep -qE '^Time/Date\s+Thu Jan  1 00:00:00 1970$' <<<"$dump" || fault "the DLL contains its build time"
+# Allowed are DLLs of Windows and the DLLs that are installed beside ours.
 system='(advapi32|bcrypt|crypt32|kernel32|msvcrt|secur32|shell32|user32|winhttp|ws2_32)\.dll'
 beside='(liblog4cplusu|libgcc_s_seh-1|libstdc\+\+-6|libwinpthread-1)\.dll'
-sed -n 's/^\tDLL Name: //p' <<<"$dump" | grep -viE "^($system|$beside)\$" && fault "it needs other DLLs"
+sed -n 's/^\tDLL Name: //p' <<<"$dump" | grep -viE "^($system|$beside)\$" && fault "the DLLs above are not allowed"
 for folder in "$@"; do
-    ! grep -qaF "$folder" "$dll" || fault "it names $folder"
+    ! grep -qaF "$folder" "$dll" || fault "the DLL contains the path $folder"
 done
 exit $faults

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds and runs the programs in the documents, creates the reference without a warning, and looks for omissions.
+# Checks the documents: their programs run, their tables are complete, and the reference has no warnings.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -9,12 +9,15 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--build-dir DIR]
 
-Makes the reference of the public headers with Doxygen, looks for each CMake
-option in docs/host-guide.md, asks each script for its help, compares the tables
-of parameters with a hit, and builds and runs the programs in README.md and
-docs/, with the library and ostrelctl in DIR (build/linux).
+Checks the documents:
+  - Doxygen creates the reference of the public headers without warnings.
+  - The table in docs/host-guide.md lists all CMake options.
+  - Each script has a --help text.
+  - The tables of hit parameters agree with a hit.
+  - The programs in README.md and docs/ compile, run and send the shown hits.
 
-  --help  print this text
+  --build-dir DIR  use the library and ostrelctl in DIR (build/linux)
+  --help           print this text
 END
 }
 
@@ -31,7 +34,7 @@ done
 folder=$(mktemp -d)
 trap 'rm -rf -- "$folder"' EXIT
 
-# In a copy without a build folder, as in a fresh clone.
+# Runs Doxygen in a copy without a build folder, because a fresh clone has none.
 reference() {
     mkdir "$folder/clone"
     cp -r "$root/docs" "$root/include" "$folder/clone"
@@ -40,14 +43,14 @@ reference() {
     grep 'All rights reserved' build/api/index.html
 }
 
-# Each CMake option has a row in the guide, and each row an option.
+# Fails if the CMake options and the rows of the guide's table differ.
 options() {
     diff <(cat "$root"/CMakeLists.txt "$root"/cmake/*.cmake | tr -s '\n ' ' ' |
         grep -oE 'option\(OSTREL_[A-Z_]+|set\(OSTREL_[A-Z_]+ [^ ]+ CACHE' | grep -oE 'OSTREL_[A-Z_]+' | sort -u) \
         <(sed -n '/^### CMake options/,/^## /s/^| `\(OSTREL_[A-Z_]*\)` .*/\1/p' "$root/docs/host-guide.md" | sort)
 }
 
-# The tables of parameters list those of a composed hit, in its order.
+# Fails if a table of parameters does not list exactly the parameters of a hit, in the hit's order.
 parameters() {
     local body document
     body=$(NORVANE_FORCE_FEEDBACK=1 "$build_dir/tools/ostrelctl/ostrelctl" preview run.build | sed -n 's/^  //p')
@@ -65,7 +68,8 @@ help_of_all() {
     done
 }
 
-# Writes each fenced block of a document to a separate file, named by its language. "c fragment" is not built.
+# Writes each fenced block of a document to a separate file. The block's language becomes the file extension, so a block
+# "c fragment" is not built.
 extract() {
     awk -v prefix="$folder/${1##*/}" '
         /^```/ { if (inside) { inside = 0 } else if (length($0) > 3) { inside = 1; name = prefix "-" ++count "." substr($0, 4) } ; next }
@@ -93,7 +97,7 @@ run_all() {
     done
 }
 
-# The hits that arrive are those in the README, and the log is the one in the guide.
+# Fails if a hit of the README did not arrive or the guide's log line is missing.
 compare() {
     cat arrived
     [[ -z $(grep -vxFf arrived README.md-*.text) ]]

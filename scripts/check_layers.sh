@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Checks the layers of the tree: which folder may include which headers, and which files may name a system.
+# Checks the layers of the tree: which folder may include which headers, and where code may depend on the system.
 set -euo pipefail
 source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 
 [[ ${1-} != --help ]] || {
     echo "Usage: ${0##*/} [TREE]
 
-Checks the includes of all C and C++ files in TREE (default: this one), and prints
+Checks the includes of all C and C++ files in TREE (default: this tree), and prints
 the lines that break a rule."
     exit
 }
@@ -20,7 +20,7 @@ only_in() {
 
 # layer FOLDER HEADERS: reports includes of our own headers in FOLDER that do not match HEADERS.
 layer() {
-    report "$1 includes what it may not" < <(grep -rnE '^ *# *include *"' "$1" | grep -vE "include *\"($2)")
+    report "$1 includes a forbidden header" < <(grep -rnE '^ *# *include *"' "$1" | grep -vE "include *\"($2)")
 }
 
 readonly bare='ostrel/(export|version|cxx_interface)\.h'
@@ -65,7 +65,8 @@ only_in 'src/toolkit/kiln2/path\.cpp|src/foundations/folders\.cpp' 'include *<bo
     'Boost.Filesystem outside its files'
 only_in 'src/foundations/trace\.|tests/|examples/logging_host/|bench/' 'include *<log4cplus/' \
     'log4cplus outside its layer'
-# The benchmarks and the fuzz targets run on Linux alone. Windows has headers of some of these names too.
+# The benchmarks and the fuzz targets run on Linux only. mingw-w64 has some of these headers too, so a build for Windows
+# does not find all of these includes.
 only_in 'src/platform/(posix|windows)/|(tests|tools)/([a-z]+/)?(posix|windows)/|bench/|fuzz/' \
     'include *<((unistd|fcntl|dirent|netdb|poll|pwd|spawn|signal|pthread|dlfcn)\.h|(sys|netinet|arpa)/)' \
     'POSIX header outside a folder posix/'
@@ -74,5 +75,5 @@ only_in 'src/platform/windows/|(tests|tools)/([a-z]+/)?windows/' \
     'Windows header outside a folder windows/'
 only_in 'src/platform/|include/ostrel/export\.h' \
     '^ *# *(el)?if.*\b(_?WIN(32|64)|_MSC_VER|__MINGW|__(linux|unix|APPLE|GLIBC)__|_POSIX)' \
-    'system tested for outside export.h and src/platform'
+    '#if on a system outside export.h and src/platform'
 exit $faults

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the packages and tries them on this machine: lintian, installation, a consumer, and removal without a trace.
+# Builds the packages and tests them on this machine: lintian, installation, a consumer, and complete removal.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -9,12 +9,12 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--build-only]
 
-Builds libostrelVERSION, libostrel-dev and ostrelctl as Debian packages, and an
-archive of everything, in build/package, and has lintian look at them. Then, as
-root: installs the packages, builds and runs a consumer against them, and
-removes them again.
+Builds the Debian packages libostrelVERSION, libostrel-dev and ostrelctl, and an
+archive of all files, in build/package. Checks the packages with lintian. Then
+installs the packages (this needs root), builds and runs a consumer, removes the
+packages, and checks that no file is left.
 
-  --build-only  only make the packages
+  --build-only  only build the packages and run lintian
   --help        print this text
 END
 }
@@ -32,7 +32,7 @@ make_packages() {
 
 apt() { DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 -y "$@"; }
 
-# No error and no warning except those that cmake/lintian-overrides explains.
+# Fails on each error and warning of lintian, except those in cmake/lintian-overrides.
 look_for_faults() { lintian --allow-root --fail-on error,warning build/package/*.deb; }
 
 files_of() { dpkg-deb --fsys-tarfile "$1" | tar -t | sed -n 's|^\.\(/.*[^/]\)$|\1|p'; }
@@ -41,7 +41,7 @@ use() {
     cp -r "$root/examples/c_host" "$folder/"
     cmake -S "$folder/c_host" -B "$folder/cmake build" -G Ninja
     cmake --build "$folder/cmake build"
-    # shellcheck disable=SC2046 # they are words
+    # shellcheck disable=SC2046 # the flags are separate words
     cc -o "$folder/plain" "$folder/c_host/main.c" $(pkg-config --cflags --libs ostrel)
     export XDG_DATA_HOME=$folder/data OSTREL_CORPORATE_DOMAIN=localhost
     export OSTREL_COLLECTION_URL=http://127.0.0.1:9/collect

@@ -12,7 +12,7 @@ Usage: ${0##*/} [linux | windows]
 Builds the last commit twice, in two folders, and compares the results:
   linux    the library, ostrelctl and the Debian packages
   windows  the DLL, its import library and the zip
-Without a name: linux.
+Default: linux.
 END
 }
 
@@ -61,4 +61,4 @@ for place in "${places[@]}"; do
     step "build in ${place##*/}" build_in "$place"
 done
 compare
-echo "Both builds give the same bytes, and none contains a folder name of this machine."
+echo "Both builds give the same bytes, and no file contains a path of this machine."

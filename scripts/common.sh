@@ -1,12 +1,12 @@
-# Functions of the other scripts: quiet steps, the list of missing packages, and collected faults. Sourced, not run.
+# Functions for the other scripts, which source this file.
 
 die() {
     echo "${0##*/}: $*" >&2
     exit 1
 }
 
-# Prints one line for each step: its name and its duration. The output is written to $log and shown only if the step
-# fails. The subshell is not part of a condition, because bash ignores errexit inside conditions.
+# step NAME COMMAND...: runs the command and prints NAME and the duration. The output is written to $log and shown only
+# if the command fails. The subshell is not part of a condition, because bash ignores errexit inside conditions.
 step() {
     local name=$1 start=$SECONDS status=0
     shift
@@ -24,7 +24,7 @@ step() {
     printf '%4d s\n' $((SECONDS - start))
 }
 
-# Prints the given Debian packages that are not installed.
+# missing_packages PACKAGE...: prints the Debian packages that are not installed.
 missing_packages() {
     local package
     for package in "$@"; do
@@ -34,7 +34,7 @@ missing_packages() {
     done
 }
 
-# report TITLE: the lines on standard input are faults of that kind. Without lines it prints nothing.
+# report TITLE: prints the lines on standard input as faults below TITLE and sets $faults. No lines: no fault.
 faults=0
 report() {
     local lines

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Shows the main job: example hosts report features, a collector prints the hits that arrive, and this script checks
-# that exactly the expected hits arrived.
+# Example hosts report features, and an example collector prints the hits that arrive. Fails if other hits than expected
+# arrive.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -10,11 +10,11 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--build-dir DIR] [linux | windows]
 
-Installs what is missing, builds, and runs the example hosts against the
-example collector on this machine. Fails when what arrives is not what should.
-Without a name: linux. With windows, all three run under Wine.
+Installs missing packages, builds, and runs the example hosts, which send hits to
+the example collector on this machine. Fails if the hits that arrive are not the
+expected ones. Default: linux. With windows, hosts and collector run under Wine.
 
-  --build-dir DIR  use what is built in DIR; install and build nothing
+  --build-dir DIR  use the programs in DIR; install and build nothing
   --help           print this text
 END
 }
@@ -41,8 +41,8 @@ build() {
         --target collector c_host cpp_host logging_host manager_stand_in
 }
 
-# A temporary folder for everything that the library stores; the real user's data is never touched. Each example user has
-# a data folder in it, or a Wine prefix.
+# The library stores its data only in this temporary folder, never in the data folder of the real user. Each example
+# user has a data folder or a Wine prefix in it.
 folder=$(mktemp -d)
 collector_pid=
 clean_up() {
@@ -63,7 +63,7 @@ data_of() {
     fi
 }
 
-# Runs an example for a user.
+# run USER NAME ARGUMENT...: runs the example NAME with the data of USER.
 run() {
     local user=$1 name=$2
     shift 2
@@ -74,7 +74,7 @@ run() {
     fi
 }
 
-# The end of its input ends the collector, because Linux signals do not reach a Windows program.
+# The collector stops when its standard input is closed, because a Windows program receives no Linux signals.
 start_collector() {
     coproc collector { run nobody collector --until-input-ends --port-file "$folder/port" >"$folder/collector.txt"; }
     # shellcheck disable=SC2154 # set by coproc
@@ -105,7 +105,7 @@ prepare_environment() {
     export OSTREL_COLLECTION_URL="http://127.0.0.1:$(tr -d '\r' <"$folder/port")/collect"
 }
 
-# A stand-in for the maker's software manager, under the names of its three tools.
+# Replaces the three tools of the maker's software manager with a program that records its calls.
 write_manager() {
     local name program=$build_dir/examples/manager_stand_in/manager_stand_in
     mkdir -p "$folder/manager"
@@ -115,10 +115,10 @@ write_manager() {
     done
 }
 
-# The calls of the manager, with Linux line ends.
+# Prints the recorded calls, with Linux line endings.
 calls() { tr -d '\r' <"$folder/manager/calls.txt"; }
 
-# Tools that the host does not wait for may run late on a busy machine.
+# wait_for_calls N: waits up to two minutes for N calls, because the host does not wait for all tools.
 wait_for_calls() {
     local count=0 deadline=$((SECONDS + 120))
     until ((count >= $1 || SECONDS > deadline)); do
@@ -127,7 +127,7 @@ wait_for_calls() {
     done
 }
 
-# Runs a host for a user and shows its output.
+# run_host USER TITLE NAME ARGUMENT...: runs a host and shows its output.
 run_host() {
     local user=$1 title=$2
     shift 2
@@ -137,7 +137,7 @@ run_host() {
     sed '1,/^Withheld/d' "$folder/host.txt" >>"$folder/withheld.txt"
 }
 
-# The hits of one host share one connection. A host that may not send opens none.
+# Each host sends all its hits over one connection. A host that may not send opens no connection.
 expected() {
     local c='product "c_host", version "2.7.312 & more", regular user: no'
     local cpp='product "vemtra", version "7.1.312", regular user: yes'
@@ -156,7 +156,8 @@ category "report", label "print", $logging
 END
 }
 
-# The expected calls of the manager in each of the C++ host's two runs. Calls that are not waited for have no fixed order.
+# The expected calls of the manager in the two runs of the C++ host. They are sorted, because the host does not wait for
+# all calls, so their order can change.
 expected_calls() {
     local run temporary=$folder/
     [[ $system == linux ]] || temporary="C:\\users\\$(id -un)\\Temp\\"
@@ -171,7 +172,7 @@ END
     done | sort
 }
 
-# The library's lines that the log of the logging host must contain.
+# The lines of the library that the log of the logging host must contain.
 expected_log() {
     cat <<'END'
 INFO  ostrel.statistic: feature_name=report.print value=1
@@ -179,7 +180,7 @@ INFO  ostrel.statistic: feature_name=import.text value=1
 END
 }
 
-# Three earlier days of use. With today the C++ host's user is a regular user.
+# Stores three earlier days of use. Today is the fourth, which makes the C++ host's user a regular user.
 write_earlier_days() {
     local days ago
     days=$(data_of agrees)/'Norvane Corporation'/cpp_host/settings/statistic
@@ -194,10 +195,10 @@ write_earlier_days() {
     } >"$days/last_active_dates.xml"
 }
 
-# check WHAT EXPECTED FOUND: two files that must be equal.
+# check WHAT EXPECTED FOUND: fails if the files EXPECTED and FOUND differ.
 check() {
     diff -u "$2" "$3" && return
-    echo "The demo FAILED: $1 (+) is not what it should be (-)."
+    echo "The demo FAILED: $1 (lines with +) differs from what was expected (lines with -)."
     exit 1
 }
 

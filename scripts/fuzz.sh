@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the fuzz targets of build/fuzz, one on each processor, and prints what each did.
+# Runs the fuzz targets of build/fuzz, one on each processor, and prints executions and coverage.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -10,17 +10,18 @@ usage() {
     cat <<END
 Usage: ${0##*/} [--seconds N] [TARGET...]
 
-Targets (without any: all): ${targets[*]}
+Targets (default: all): ${targets[*]}
 
-  --seconds N  how long each runs (20)
+  --seconds N  duration of each target, in seconds (20)
   --help       print this text
 
-Findings stay in build/fuzz/found/TARGET. Copy a finding that was fixed to
-fuzz/corpus/TARGET: the next run starts with it.
+A finding is an input that makes a target fail. It is stored in
+build/fuzz/found/TARGET. After the fix, copy it to fuzz/corpus/TARGET, so that
+every run tests it.
 END
 }
 
-# fuzz TARGET: prints one line, and on a finding the fuzzer's log.
+# fuzz TARGET: prints one line. If the target fails, also prints the end of the fuzzer's log.
 fuzz() {
     local found=$root/build/fuzz/found/$1 status=0
     mkdir -p "$found/corpus"
@@ -49,7 +50,7 @@ done
 
 export root seconds
 export -f fuzz
-# Files of the targets are in memory if possible.
+# The targets write files. If /dev/shm is writable, these files are in memory.
 [[ ! -w /dev/shm ]] || TMPDIR=$(mktemp -d /dev/shm/ostrel-fuzz.XXXXXX)
 export TMPDIR=${TMPDIR:-/tmp}
 trap '[[ $TMPDIR != /dev/shm/* ]] || rm -rf "$TMPDIR"' EXIT

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks format and names of the code, and faults that compilers do not warn about.
+# Checks the format and the names of the code, and looks for bugs that compilers do not report.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)

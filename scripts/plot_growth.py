@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Draws how a notification's cost grows with names, threads and hits, from the benchmarks' JSON, as one SVG."""
+"""Draws an SVG from the benchmarks' JSON: the cost of a notification, by names, threads and hits."""
 
 import argparse
 import json
@@ -15,7 +15,7 @@ COLOURS = ("#1f5fa8", "#c2571a")
 
 
 def points(runs, prefix, figure):
-    """(argument, nanoseconds) of every run of that name, in the order of the arguments."""
+    """Returns (argument, nanoseconds) of every run with that prefix, sorted by argument."""
     found = {}
     for run in runs:
         name = run["name"]
@@ -25,7 +25,7 @@ def points(runs, prefix, figure):
 
 
 def round_up(value):
-    """The next of 1, 2, 5 times a power of ten."""
+    """Rounds up to 1, 2 or 5 times a power of ten."""
     power = 10 ** math.floor(math.log10(value))
     return next(step * power for step in (1, 2, 5, 10) if step * power >= value)
 
@@ -35,7 +35,7 @@ def text(x, y, content, anchor="middle", extra=""):
 
 
 def panel(left, title, curves):
-    """Logarithmic to the right, linear upwards from nought."""
+    """Draws one diagram: the x axis is logarithmic, the y axis is linear and starts at zero."""
     arguments = [argument for _, curve in curves for argument, _ in curve]
     highest = round_up(max(value for _, curve in curves for _, value in curve))
     first, last = math.log10(min(arguments)), math.log10(max(arguments))
@@ -64,8 +64,8 @@ def panel(left, title, curves):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("figures", help="JSON of the benchmarks")
-    parser.add_argument("drawing", help="SVG to write")
+    parser.add_argument("figures", help="JSON file of the benchmarks")
+    parser.add_argument("drawing", help="SVG file to write")
     arguments = parser.parse_args()
     with open(arguments.figures, encoding="utf-8") as source:
         runs = json.load(source)["benchmarks"]

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs the tests of one build or of all.
+# Installs missing packages, builds, and runs the tests of one or more builds.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -10,16 +10,16 @@ usage() {
 Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | windows-trust |
                                 instructions | collector | arm64 | all]
 
-Without a name: linux. trust and windows-trust need root; the others need it only
-to install packages.
-arm64 is not in all: it cross-builds, and runs under emulation what can run there.
+Default: linux. trust and windows-trust need root. The others need it only to
+install packages. "all" includes every build except arm64, which is cross-built
+and runs its tests under emulation.
 
-  --no-lint  leave out clang-format and clang-tidy, which only linux runs
+  --no-lint  do not run clang-format and clang-tidy; only linux runs them
   --help     print this text
 END
 }
 
-# For each build there is a function test_BUILD. "all" runs them in this order.
+# Each build has a function test_BUILD. "all" runs these builds in this order.
 readonly builds=(linux windows asan tsan fuzz trust windows-trust instructions collector)
 readonly apart=(arm64)
 lint=yes
@@ -37,7 +37,7 @@ test_linux() {
     ctest --preset linux -j "$(nproc)"
 }
 
-# All of ctest under a sanitizer, without suppressions.
+# Runs all tests of ctest under a sanitizer, without suppressions.
 test_asan() {
     "$root/scripts/bootstrap.sh" build test
     configure_and_build "${1:-asan}"
@@ -63,7 +63,7 @@ test_instructions() {
     "$root/bench/instructions.sh"
 }
 
-# The receiving side, with nginx, PostgreSQL and Chromium. It needs the library only for an example host.
+# Tests collector/ with nginx, PostgreSQL and Chromium. An example host is the only part that needs the library.
 test_collector() {
     "$root/scripts/bootstrap.sh" build test collector collector-test
     log=build/linux/collector.log
@@ -72,7 +72,7 @@ test_collector() {
     python3 -m unittest discover -v -s collector/tests -p '*_test.py'
 }
 
-# In a separate Wine prefix below the build folder. Its server ends with the tests.
+# The tests use a separate Wine prefix in the build folder. Its server is stopped when this script exits.
 prepare_windows() {
     "$root/scripts/windows-deps.sh"
     "$root/scripts/bootstrap.sh" wine
@@ -92,20 +92,20 @@ test_windows-trust() {
     "$root/scripts/trust/run.py" --windows
 }
 
-# QEMU emulates one process. A program that this process starts runs on the machine itself, and signals may reach a thread
-# of QEMU.
+# QEMU emulates one process. A program that this process starts is not emulated, and a signal may be delivered to a
+# thread of QEMU. Tests that depend on either are not run.
 test_arm64() {
     local -r unseen='^(pellar_accessor_test|ostrelctl_test|install|documents|boundary|demo|trust)|blocks_all_signals'
     "$root/scripts/arm64-deps.sh"
     configure_and_build linux-arm64
     ctest --preset linux-arm64 -j "$(nproc)" -E "$unseen"
-    echo "Emulation cannot show what starts programs or depends on signals. Not run:"
+    echo "Not run under emulation, because they start programs or depend on signals:"
     ctest --preset linux-arm64 -N -R "$unseen" | sed -n 's/^ *Test *#[0-9]*: /  /p'
 }
 
 run_build() {
     declare -F "test_$1" >/dev/null || {
-        echo "${0##*/}: the build \"$1\" is not there yet" >&2
+        echo "${0##*/}: the build \"$1\" has no tests" >&2
         exit 2
     }
     "test_$1"

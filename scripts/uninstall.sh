@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Removes the files of the last "cmake --install" of a build, and the folders that become empty.
+# Removes the files that the last "cmake --install" of a build installed, and the folders that become empty.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -9,9 +9,10 @@ usage() {
     cat <<END
 Usage: ${0##*/} [BUILD_DIR]
 
-Removes the files that the last "cmake --install" from BUILD_DIR (build/linux)
-has put in place, and the folders of the prefix that are empty then. Folders
-that the system comes with stay. The target "uninstall" does the same.
+Removes the files that the last "cmake --install" of BUILD_DIR (build/linux)
+installed, and the folders of the prefix that become empty. Standard folders of
+the system, such as /usr/local/lib, are kept. The CMake target "uninstall" does
+the same.
 END
 }
 
@@ -25,8 +26,8 @@ for file in "${files[@]}"; do
     [[ $file != */include/ostrel/ostrel.h ]] || prefix=${file%/include/ostrel/ostrel.h}
 done
 
-# Whether an empty folder is removed: every folder of a private prefix. Of a system prefix, only folders that the system
-# itself does not have.
+# is_ours FOLDER: true if an empty FOLDER may be removed. In a prefix of the system, the standard folders are kept. In
+# any other prefix, every folder may be removed.
 is_ours() {
     [[ $1/ == "$prefix"/* ]] || return
     case $prefix in

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs one program for Windows under Wine without a display: CMake's emulator for the cross build.
+# Runs a Windows program under Wine without a display. CMake uses this script as the emulator of the cross build.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -10,16 +10,16 @@ Usage: ${0##*/} [[--direct] PROGRAM [ARGUMENT...] | --end | --data]
 
 Creates the Wine prefix if it does not exist, then runs the program in it.
 
-  --direct  let the program use the caller's streams and process number; its
-            output may then stay open longer than the program runs
-  --end   end all processes of the prefix, and its server
-  --data  print the data folder of the prefix's user
-  --help  print this text
+  --direct  give the program the caller's streams and process id. Processes of
+            Wine may keep the output open after the program has exited.
+  --end     stop all processes of the prefix, and its server
+  --data    print the data folder of the prefix's user
+  --help    print this text
 
-  OSTREL_WINE_PREFIX  another prefix than build/windows/wine; created as its copy
-                      if that exists
-  OSTREL_DLL_DIR      the only folder to look for DLLs in; without it, those of
-                      the build and of its libraries
+  OSTREL_WINE_PREFIX  the prefix (build/windows/wine). If build/windows/wine
+                      exists, a new prefix is created as its copy.
+  OSTREL_DLL_DIR      the only folder with DLLs (the DLL folders of the build and
+                      of its libraries)
 END
 }
 
@@ -38,17 +38,17 @@ dll_path() {
 export WINEPREFIX=$prefix
 export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=d'
-# A bare machine has the C locale. With it Wine cannot create files with a non-ASCII name.
+# In the C locale, which is the default of a minimal system, Wine cannot create files with a non-ASCII name.
 export LC_ALL=C.UTF-8
-# Wine would use http_proxy as the machine's proxy, and look for its server below TMPDIR.
+# Wine would use http_proxy as the system's proxy, and search its server in TMPDIR.
 unset DISPLAY http_proxy TMPDIR
 
 # With address randomisation, Wine's start sometimes fails to map its shared page.
 wine() { setarch x86_64 -R /usr/lib/wine/wine64 "$@"; }
 quiet() { "$@" </dev/null >/dev/null 2>&1; }
 
-# If the first program started them, server and services would inherit its streams and keep the test driver's pipes open.
-# From a background job they would inherit that interrupts are ignored, but --end interrupts the server.
+# Starts Wine's server and services before the program. Otherwise they would inherit the program's streams and keep the
+# pipes of ctest open. A background job ignores SIGINT, but --end stops the server with SIGINT: restore the default.
 start_server() {
     if quiet env --default-signal=INT wineserver -p; then quiet wine wineboot; fi
 }
@@ -57,9 +57,9 @@ make_prefix() {
     mkdir -p "$prefix"
     quiet wineserver -p
     quiet wine wineboot -i
-    # With the default debugger a crashed process may exit with 0, and its test would pass.
+    # With the default debugger, a crashed process may exit with 0. Its test would pass.
     quiet wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d '' /f
-    # Windows run without a display server.
+    # The null driver lets programs create windows without a display server.
     quiet wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f
     quiet wine winecfg -v win10
     quiet wineserver -k -w || true
@@ -67,7 +67,8 @@ make_prefix() {
     touch "$prefix/.ready"
 }
 
-# All files except the registry are only read, so they are linked. The user starts without data.
+# Wine writes to the registry files, so they are copied. The other files are only read, so hard links are enough. The
+# new user has an empty data folder.
 copy_template() {
     cp -al "$template" "$prefix"
     rm "$prefix"/*.reg
@@ -100,8 +101,8 @@ start_server
 WINEPATH=$(dll_path)
 export WINEPATH
 [[ ${1-} != --direct ]] || exec setarch x86_64 -R /usr/lib/wine/wine64 "${@:2}"
-# Wine's helper processes outlive the program that started them and keep its streams open. A reader of the streams must
-# not wait for them.
+# Wine's helper processes keep the program's streams open after the program has exited. So the output is written to a
+# file: a reader of our output must not wait for these processes.
 output=$(mktemp)
 trap 'rm -f "$output"' EXIT
 status=0

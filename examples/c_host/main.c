@@ -8,12 +8,11 @@
 
 typedef struct feature_t {
     const char* name;
-    const char* arrives_as; /* null if it is withheld */
+    const char* arrives_as; /* null if the library withholds it */
     const char* withheld_because;
 } feature_t;
 
-/* The expected result for each name with statistic/enabled_stat_events.xml, which lies beside this program.
- */
+/* The expected result for each name, with the event filter statistic/enabled_stat_events.xml. */
 static const feature_t features[] = {
     {"debugger.attach", "category \"debugger.attach\", no label", NULL},
     {"editor.open.file", "category \"editor\", label \"open.file\"", NULL},
@@ -21,7 +20,7 @@ static const feature_t features[] = {
     {"editor.recent.r\xC3\xA9sum\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC",
      "category \"editor\", label \"recent.r\xC3\xA9sum\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC\"", NULL},
     {"run.build", "category \"run\", label \"build\"", NULL},
-    {"run.build.release", NULL, "run events have one level, and the filter does not list this one"},
+    {"run.build.release", NULL, "only run.NAME needs no filter, and the filter does not list this"},
     {"debugger.attachments.list", NULL, "debugger.attach in the filter matches whole words only"},
     {"profiler.start", NULL, "the filter does not list it"},
 };
@@ -51,11 +50,11 @@ static void report(const host_t* host, const feature_t* feature) {
 static void settle_consent(host_t* host, int refuse) {
     host->was_asked = ostrel_should_ask_user_consent(host->handle);
     if (!host->was_asked) {
-        puts("No question: an answer is stored, or an environment switch decides.\n"
-             "The following holds if that answer is yes.");
+        puts("The user is not asked: an answer is stored, or an environment variable decides.\n"
+             "The results below are for the answer yes.");
         return;
     }
-    puts("The user must be asked. Reported meanwhile:");
+    puts("The user must be asked. Reported before the answer:");
     report(host, &too_early);
     puts(refuse ? "The user refuses." : "The user agrees.");
     ostrel_set_statistic_collection_enabled(host->handle, !refuse);
@@ -86,7 +85,7 @@ static void summarise(const host_t* host) {
             print_withheld(host, &features[i]);
 }
 
-/* The folder of this program, from the path that it was started with. Null if memory is exhausted. */
+/* Returns the folder in argv[0], the path of this program. Null if memory is exhausted. */
 static char* own_folder(const char* program) {
     const char* end = program + strlen(program);
     while (end != program && end[-1] != '/' && end[-1] != '\\')
@@ -116,7 +115,7 @@ int main(int count, char** arguments) {
     if (count != 1 && !refuse) {
         fputs("Usage: c_host [--refuse]\n\n"
               "Reports features to the collector that OSTREL_COLLECTION_URL names.\n\n"
-              "  --refuse  answer no when consent is asked for\n",
+              "  --refuse  answer no if the user must be asked for consent\n",
               stderr);
         return 2;
     }

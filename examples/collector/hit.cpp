@@ -1,4 +1,3 @@
-// What one posted hit says, read from its bytes alone.
 #include "hit.h"
 
 #include <boost/locale/utf.hpp>
@@ -32,7 +31,7 @@ bool is_unreserved(char c) {
     return is_letter || (c >= '0' && c <= '9') || c == '-' || c == '.' || c == '_' || c == '~';
 }
 
-/// Decodes as much of the text as is percent-encoded, and takes it off the text.
+/// Removes the percent-encoded beginning of @p text and returns it decoded.
 std::string take_encoded(std::string_view& text) {
     std::string result;
     while (!text.empty()) {
@@ -63,7 +62,7 @@ bool take(std::string_view& text, std::string_view prefix) {
     return true;
 }
 
-/// Takes the machine id and the first product that a version follows.
+/// Removes the machine id and the product. The product is the first "&an=" that is followed by a version.
 void take_front(std::string_view& text, hit_t& hit) {
     constexpr std::string_view product = "&an=";
     for (std::size_t at = text.find(product); at != std::string_view::npos; at = text.find(product, at + 1)) {
@@ -79,7 +78,7 @@ void take_front(std::string_view& text, hit_t& hit) {
     fail("no product and version");
 }
 
-/// Takes the last parameter off if it has the name. @return its value, still encoded
+/// Removes the last parameter if it begins with @p name. @return its encoded value
 std::optional<std::string_view> take_last(std::string_view& text, std::string_view name) {
     const std::size_t begin = text.rfind('&');
     if (begin == std::string_view::npos)
@@ -100,7 +99,7 @@ std::string decoded(std::string_view name, std::optional<std::string_view> value
     return checked("the " + std::string(name), std::move(text));
 }
 
-/// Takes all that follows the version.
+/// Removes all parameters after the version.
 void take_back(std::string_view& text, hit_t& hit) {
     const auto regular = take_last(text, "cd3=");
     if (regular != "y" && regular != "n")
@@ -110,7 +109,7 @@ void take_back(std::string_view& text, hit_t& hit) {
         hit.label = decoded("label", label);
     hit.category = decoded("category", take_last(text, "ec="));
     if (take_last(text, "t=") != "event")
-        fail("the hit is no event");
+        fail("the hit is not an event");
     hit.os = decoded("system", take_last(text, "cd2="));
     if (take_last(text, "cd1=") != "win32")
         fail("\"cd1\" is not \"win32\"");

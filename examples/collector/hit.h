@@ -1,4 +1,4 @@
-// What one posted hit says, read from its bytes alone: nothing of the library's own code is used to judge it.
+// Parses a posted hit. Uses none of the library's code, so that a bug there cannot hide itself.
 #pragma once
 
 #include <optional>
@@ -8,7 +8,7 @@
 
 namespace collector {
 
-/// One event hit, its texts decoded to UTF-8.
+/// One event hit. Its texts are decoded to UTF-8.
 struct hit_t {
     std::string machine_id;
     std::string product;
@@ -19,23 +19,23 @@ struct hit_t {
     bool is_regular_user = false;
 };
 
-/// Says for people what is wrong with the hit.
+/// what() describes what is wrong with the hit, for a person.
 class malformed_hit_t : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Reads a hit as the library composes it. Throws malformed_hit_t for any other text.
+/// Parses a hit in the library's format. Throws malformed_hit_t for any other text.
 ///
-/// Machine id and version are free text, sent without escapes: they may hold "&" and "=". So the hit is read
-/// from both ends: the first product and version count, and the last system, category, label and regular
-/// user.
+/// Machine id and version are sent without escapes, so they may contain "&" and "=". For this reason the hit
+/// is parsed from both ends: the first product is used, and the last system, category, label and regular
+/// user. The text between them is the version.
 hit_t parse_hit(std::string_view body);
 
-/// One line without an end: category, label, product, version, regular user or not.
+/// @return category, label, product, version and regular user as one line, without a line break
 std::string describe(const hit_t& hit);
 
-/// The text in quotes. What would break the line or steer a terminal is written as an escape sequence.
+/// @return the text in quotes. Quotes, backslashes, control characters and invalid UTF-8 are escaped.
 std::string quoted(std::string_view text);
 
 } // namespace collector

@@ -1,4 +1,4 @@
-// A collector for trying the library out: takes its hits on the loopback interface and prints what they say.
+// A collector to try the library: receives hits on the loopback interface and prints them.
 #include "hit.h"
 #include "server.h"
 
@@ -22,14 +22,14 @@ namespace {
 constexpr std::string_view usage =
     R"(Usage: collector [--port N] [--port-file FILE] [--raw] [--until-input-ends]
 
-Takes Measurement Protocol hits posted to http://127.0.0.1:PORT/collect and
-prints one line for each. Interrupt it to see how many hits arrived.
+Receives Measurement Protocol hits on http://127.0.0.1:PORT/collect and prints
+one line for each. Press Ctrl-C to stop it and to see how many hits arrived.
 
-  --port N          listen on port N; without it, on a free one
-  --port-file FILE  write the port into FILE once it listens
-  --raw             print each body as it arrived, too
+  --port N          listen on port N (default: a free port)
+  --port-file FILE  write the port to FILE when the collector is ready
+  --raw             also print each body as it was received
   --until-input-ends
-                    stop as if interrupted when standard input ends
+                    also stop when standard input is closed
   --help            print this text
 )";
 
@@ -77,15 +77,15 @@ options_t parse_options(int count, char** arguments) {
     return options;
 }
 
-// Moved into place, so that whoever waits for the file never reads half a number.
+// Renames a temporary file, so that a program that waits for the file never reads an incomplete number.
 void write_port_file(const std::string& path, unsigned short port) {
-    const std::string draft = path + ".part";
-    std::ofstream file(draft);
+    const std::string temporary = path + ".part";
+    std::ofstream file(temporary);
     file << port << '\n';
     file.close();
     if (!file)
-        throw std::runtime_error("cannot write " + draft);
-    std::filesystem::rename(draft, path);
+        throw std::runtime_error("cannot write " + temporary);
+    std::filesystem::rename(temporary, path);
 }
 
 std::string counted(int count, const std::string& noun) {
@@ -102,7 +102,7 @@ collector::hit_t read_hit(const collector::request_t& request) {
     return collector::parse_hit(request.body);
 }
 
-/// Writes the line of a request. @return the status to answer with
+/// Prints the request's hit or fault. @return the HTTP status of the answer
 unsigned judge(const collector::request_t& request, int& hits, bool raw) {
     unsigned status = 200;
     try {
@@ -129,7 +129,7 @@ void sum_up(const std::vector<collector::request_t>& requests) {
               << " malformed" << std::endl;
 }
 
-// Not every system has signals between processes; every one tells the reader of a pipe that it was closed.
+// A process cannot send a signal to another process on every system. Closing a pipe works on all of them.
 void stop_when_input_ends() {
     std::thread([] {
         std::cin.ignore(std::numeric_limits<std::streamsize>::max());

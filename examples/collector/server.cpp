@@ -1,4 +1,4 @@
-// The HTTP side of the collector, on Boost.Beast.
+// The HTTP server of the collector, with Boost.Beast.
 #include "server.h"
 
 #include <boost/asio/io_context.hpp>
@@ -23,7 +23,7 @@ using tcp = asio::ip::tcp;
 
 constexpr std::chrono::seconds generous_limit{60};
 
-/// One connection: reads a request, answers it, and starts over until the peer has enough.
+/// One connection. Reads and answers requests until the client closes it.
 class session_t : public std::enable_shared_from_this<session_t> {
 public:
     session_t(const server_t::judge_t& judge, std::uint64_t longest_body, tcp::socket socket, int connection)
@@ -57,7 +57,7 @@ private:
     void answer(const request_t& request, bool keep_alive) {
         m_response = {http::int_to_status(m_judge(request)), 11};
         if (m_response.result() == http::status::temporary_redirect)
-            m_response.set(http::field::location, "/elsewhere"); // shows a client that follows
+            m_response.set(http::field::location, "/elsewhere"); // a redirect to follow
         m_response.keep_alive(keep_alive);
         m_response.prepare_payload();
         http::async_write(m_stream, m_response,
@@ -72,7 +72,7 @@ private:
     beast::tcp_stream m_stream;
     int m_connection;
     beast::flat_buffer m_buffer;
-    std::optional<http::request_parser<http::string_body>> m_parser; ///< one a request
+    std::optional<http::request_parser<http::string_body>> m_parser; ///< a new parser for each request
     http::response<http::empty_body> m_response;
 };
 

@@ -1,4 +1,4 @@
-// The HTTP side of the collector: takes what is posted, keeps it, and leaves the answer to its owner.
+// The HTTP server of the collector. It stores requests, and a callback chooses the status of each answer.
 #pragma once
 
 #include <cstdint>
@@ -9,33 +9,33 @@
 
 namespace collector {
 
-/// What came in as one request.
+/// One received request.
 struct request_t {
     std::string method;
-    std::string target; ///< an absolute URL when the request came as to a proxy
+    std::string target; ///< an absolute URL if the client uses this server as a proxy
     std::string content_type;
     std::string user_agent;
     std::string body;
-    int connection = 0;  ///< counted from 1 in the order of accepting
-    unsigned status = 0; ///< what it was answered with
-    std::string fault; ///< why it is no HTTP as expected, and then nothing else is known; empty for a request
+    int connection = 0;  ///< number of the connection, from 1
+    unsigned status = 0; ///< HTTP status of the answer
+    std::string fault;   ///< why the HTTP is invalid; if set, all texts above are empty
 };
 
 struct server_settings_t {
-    unsigned short port = 0;         ///< 0 takes a free one
-    std::string target = "/collect"; ///< of the URL; requests to other targets are given to the judge too
-    std::uint64_t longest_body = std::uint64_t{16} << 20U; ///< in bytes; a longer one is a fault
-    bool keeps_requests = true;                            ///< false: memory does not grow with what comes in
+    unsigned short port = 0;         ///< 0 means a free port
+    std::string target = "/collect"; ///< path in url(); the judge also gets requests to other targets
+    std::uint64_t longest_body = std::uint64_t{16} << 20U; ///< in bytes; a longer body is a fault
+    bool keeps_requests = true; ///< if false, requests are not stored, so memory does not grow
 };
 
-/// Listens on 127.0.0.1 from construction to destruction. One thread of its own serves all connections.
+/// Listens on 127.0.0.1 from construction to destruction. One background thread serves all connections.
 class server_t {
 public:
-    /// Says which status a request is answered with.
+    /// Returns the HTTP status of the answer.
     using judge_t = std::function<unsigned(const request_t&)>;
 
-    /// @param judge called on the server's thread, or by finish
-    /// Throws boost::system::system_error if the port cannot be had.
+    /// @param judge called on the server's thread, or by finish()
+    /// Throws boost::system::system_error if the port is not available.
     explicit server_t(judge_t judge, server_settings_t settings = {});
     ~server_t();
     server_t(const server_t&) = delete;
@@ -45,15 +45,15 @@ public:
     /// For example http://127.0.0.1:4711/collect
     std::string url() const;
 
-    /// Handles what has arrived, and then nothing any more.
+    /// Handles the requests that have already arrived, and stops.
     void finish();
 
-    /// The listening socket, as the system names it.
+    /// The system's handle of the listening socket.
     std::intptr_t native_handle() const;
 
-    /// All that came in so far, if requests are kept.
+    /// All received requests. Empty if requests are not stored.
     std::vector<request_t> requests() const;
-    /// Blocks until so many requests have come in. @return whether they did before a generous limit
+    /// Blocks until @p count requests have arrived. @return false after a timeout of 60 seconds
     bool wait_for(std::size_t count) const;
 
 private:

@@ -13,10 +13,10 @@ namespace ostrel = OSTREL_NAMESPACE;
 
 namespace {
 
-/// Tells the library where this product lies. Installed from construction to destruction.
+/// Tells the library the folders of this product. Installed from construction to destruction.
 class locations_t final : public settor2::IProductLocations {
 public:
-    /// @param folder holds statistic/enabled_stat_events.xml
+    /// @param folder contains statistic/enabled_stat_events.xml
     explicit locations_t(const std::filesystem::path& folder)
         : m_folder(folder.wstring()), m_temp_dir(std::filesystem::temp_directory_path().wstring()) {
         install(this);
@@ -43,10 +43,10 @@ private:
 /// Asks the user if necessary. @return the state afterwards
 ostrel::virk_state_t settle_consent(ostrel::statistic_t& statistic) {
     if (statistic.get_consent_state() == ostrel::vsUnknown) {
-        std::cout << "The user must be asked, and agrees.\n";
+        std::cout << "The user must be asked. The user agrees.\n";
         statistic.set_statistic_collection_enabled(true);
     } else {
-        std::cout << "No question: an answer is stored, or an environment switch decides.\n";
+        std::cout << "The user is not asked: an answer is stored, or an environment variable decides.\n";
     }
     return statistic.get_consent_state();
 }
@@ -73,7 +73,7 @@ void summarise(ostrel::virk_state_t consent) {
             << "Nothing should have arrived.\n"
                "Withheld:\n"
                "  session.build.begin, run.compiler, compiler.warnings, session.build.end: the user has "
-               "refused, or an environment switch forbids it\n";
+               "refused, or an environment variable forbids it\n";
 }
 
 ostrel::virk_state_t work() {

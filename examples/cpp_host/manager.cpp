@@ -25,7 +25,7 @@ bool upload_statistics(ostrel::pellar_accessor_t& manager) {
 
 void talk_to_the_manager() {
     ostrel::pellar_accessor_impl_t manager;
-    // These two do not wait. The other calls wait until the manager's tool has ended.
+    // These two calls do not wait. The other calls wait until the manager's tool has exited.
     manager.notify_gui_start();
     manager.check_for_updates(ostrel::pellar_accessor_t::DefaultProductGUID);
     const std::wstring uuid = manager.get_uuid();

@@ -1,4 +1,4 @@
-// A host with its own log: the library writes into it, and the host says where the product lies.
+// A host with its own log, to which the library writes too. The host tells the library the product's folders.
 #include "ostrel/statistic.h"
 #include "settor2/product_locations.h"
 
@@ -19,7 +19,7 @@ namespace {
 /// The product's configuration service, installed from construction to destruction.
 class installation_t final : public settor2::IProductLocations {
 public:
-    /// @param folder holds statistic/enabled_stat_events.xml
+    /// @param folder contains statistic/enabled_stat_events.xml
     explicit installation_t(const fs::path& folder)
         : m_folder(folder.wstring()), m_temp_dir(fs::temp_directory_path().wstring()) {
         install(this);
@@ -44,10 +44,10 @@ private:
 };
 
 void work(const log4cplus::Logger& log) {
-    // Created after the log was configured, so that the log shows the decision.
+    // The log is already configured, so it contains the library's decision whether to collect.
     const auto statistic = ostrel::statistic_t::get();
     if (statistic->get_consent_state() == ostrel::vsUnknown) {
-        LOG4CPLUS_INFO(log, LOG4CPLUS_TEXT("the user must be asked, and agrees"));
+        LOG4CPLUS_INFO(log, LOG4CPLUS_TEXT("the user must be asked, the user agrees"));
         statistic->set_statistic_collection_enabled(true);
     }
     statistic->notify_feature_usage(L"report.print");
@@ -71,7 +71,7 @@ void run(const fs::path& folder) {
 
 int main(int /*count*/, char** arguments) {
     try {
-        // Destroyed after every statistic object, so that their last lines are written too.
+        // Destroyed after every statistic object, so that the last log lines of the objects are written.
         const log4cplus::Initializer logging;
         run(fs::absolute(arguments[0]).parent_path());
         return 0;

@@ -1,5 +1,5 @@
-/* Stands in for the three tools of the maker's software manager: appends its arguments to calls.txt beside
-   itself, answers the question for the machine id, and deletes the file that it should upload. */
+/* Replaces the three tools of the maker's software manager. Appends its arguments to calls.txt in its own
+   folder, answers the request for the machine id, and deletes the file that it should upload. */
 #include <stdio.h>
 #include <string.h>
 
@@ -10,7 +10,7 @@ static const char* name_of(const char* program) {
     return name;
 }
 
-/* One write for each call, so that concurrent calls do not mix. */
+/* One write for each call, so that the lines of concurrent calls do not mix. */
 static int note_call(const char* program, int count, char** arguments) {
     char path[1024];
     char line[4096];
