@@ -134,7 +134,7 @@ TEST_F(ostrelctl, status_gives_a_reason_and_an_exit_status) {
     fs::remove_all(profile.company());
     write_file(profile.company(), "");
     EXPECT_EQ(run({"status"}), 1);
-    EXPECT_EQ(output.find("now?  no: creating an object fails: "), 36U);
+    EXPECT_EQ(output.find("now?  no: a product cannot create the statistic object: "), 36U);
 }
 
 TEST_F(ostrelctl, commands_report_failures_and_change_the_answer_only) {

@@ -20,7 +20,7 @@ constexpr const char* version_text =
 
 constexpr const char* after_help =
     "Only \"consent yes\", \"consent no\" and \"consent forget\" change anything: the file of the answer.\n"
-    "Exit status: 0 usage would be reported (preview: all features), 1 it would not be, 2 wrong usage.";
+    "Exit status: 0 if usage would be reported (preview: every feature), 1 if not, 2 if the command failed.";
 
 // On Windows, CLI11's own check fails for a name that is not in the code page.
 std::string why_no_file(const std::string& path) {
@@ -79,7 +79,7 @@ void add_commands(CLI::App& app, request_t& request, watch_t& watched) {
         ->capture_default_str()
         ->type_name("TEXT");
     preview.add_option("NAME", request.features, "Names of features")->required()->type_name("");
-    CLI::App& consent = add_command(app, request, "consent", "Show, record or remove the shared answer");
+    CLI::App& consent = add_command(app, request, "consent", "Show, record or remove the user's answer");
     consent
         .add_option("ANSWER", request.answer,
                     "The answer to record; \"forget\" removes the answer, so that products ask again")
@@ -96,7 +96,7 @@ command_t parse(CLI::App& app, request_t& request, std::vector<std::string> argu
     watched.command = take_watched(arguments);
     app.set_version_flag("--version", version_text);
     app.footer(after_help);
-    app.require_subcommand(0, 1); // 0: a missing command is refused below, after misspelt ones
+    app.require_subcommand(0, 1); // 0: CLI11 would report a misspelt command as missing
     add_commands(app, request, watched);
     std::reverse(arguments.begin(), arguments.end()); // CLI11 expects a vector in reverse order
     app.parse(std::move(arguments));

@@ -23,7 +23,7 @@ enum class exit_status_t { would_report = 0, would_not_report = 1, failed = 2 };
 struct outcome_t {
     exit_status_t status;
     std::string text; ///< for standard output
-    std::string done; ///< the change, for a message if the text cannot be written; empty if there is none
+    std::string done; ///< the change as a sentence, printed if the text cannot be written; may be empty
 };
 
 // On failure, each throws a std::exception with a message for the user.

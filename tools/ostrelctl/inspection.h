@@ -26,7 +26,7 @@ struct delivery_t {
     /// In the order in which the library tries them. Passwords are masked; an empty text is a direct
     /// connection.
     std::vector<library::found_proxy_t> proxies;
-    std::string no_proxy; ///< the value of that environment variable
+    std::string no_proxy; ///< the value of the environment variable no_proxy or NO_PROXY
 };
 
 struct inspection_t {

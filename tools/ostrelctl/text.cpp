@@ -93,8 +93,8 @@ std::string days(const library::days_plan_t& days) {
     const std::string stored = std::to_string(days.stored);
     return "\nDays of use:\n" +
            line("stored", why.empty() ? stored : stored + " (not counted: " + why + ")") +
-           line("counting today", std::to_string(days.count)) +
-           line("cd3 of a hit", days.is_regular_user ? "y" : "n");
+           line("including today", std::to_string(days.count)) +
+           line("regular user (cd3)", days.is_regular_user ? "y" : "n");
 }
 
 } // namespace

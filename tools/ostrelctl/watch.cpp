@@ -47,7 +47,7 @@ std::string exceptions_of(const wchar_t* variable, const wchar_t* other) {
     std::wstring value = kiln2::get_environ_value(variable);
     if (value.empty())
         value = kiln2::get_environ_value(other);
-    if (value.empty() || value == L"*") // libcurl takes it for all hosts only if it is the whole value
+    if (value.empty() || value == L"*") // in a list, libcurl does not read "*" as all hosts
         return value.empty() ? "127.0.0.1" : "*";
     return utf16_to_utf8(value) + ",127.0.0.1";
 }

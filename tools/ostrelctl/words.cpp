@@ -63,7 +63,7 @@ std::string describe_switch(const library::step_t& step) {
 std::string because(verdict_t verdict) {
     switch (verdict) {
     case verdict_t::no_object:
-        return "creating an object fails";
+        return "a product cannot create the statistic object";
     case verdict_t::no_machine_id:
         return "there is no machine id";
     case verdict_t::switched_off:
@@ -101,8 +101,8 @@ std::string because(const library::plan_t& plan) {
 
 std::string describe_machine_id(const library::plan_t& plan) {
     const std::string makes = plan.keeps_machine_id
-                                  ? ": a product would create one"
-                                  : ": a product would create one in each run, because it cannot be stored";
+                                  ? ": a product would create an id"
+                                  : ": a product would create an id in each run, because it cannot store one";
     switch (plan.machine_id.source) {
     case uuid_source_t::no_folder:
         return "there is no folder to store an id in";

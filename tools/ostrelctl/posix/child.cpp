@@ -23,7 +23,7 @@ constexpr int signalled = 128; // added to the signal's number, as in shells
 
 sigset_t former_mask;
 
-// SIGPIPE too: if the reader of its output exits, the tool still has to wait for the command.
+// SIGPIPE too: if the reader of the tool's output exits, the tool still has to wait for the command.
 sigset_t handled_signals() {
     sigset_t signals;
     ::sigemptyset(&signals);

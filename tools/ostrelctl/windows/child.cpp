@@ -57,7 +57,7 @@ handle_t inheritable(DWORD stream) {
     return handle_t(copy);
 }
 
-/// The command's standard streams, and the list of handles that limits what it inherits to them.
+/// The command's standard streams. The command inherits only the handles of these streams.
 class streams_t {
 public:
     streams_t() : m_input(inheritable(STD_INPUT_HANDLE)), m_error(inheritable(STD_ERROR_HANDLE)) {
