@@ -24,8 +24,8 @@ public:
     path_t& operator=(path_t&& other) noexcept; ///< Leaves @p other valid, its text unspecified.
     ~path_t();
 
-    /// Appends @p other. Adds a preferred separator between the two paths if neither provides a separator.
-    /// Appending the empty path changes nothing.
+    /// Appends @p other. If this path does not end with a separator and @p other does not begin with one,
+    /// adds a preferred separator, unless this path is empty. Appending the empty path changes nothing.
     /// @return this path
     path_t& append(const path_t& other);
 
