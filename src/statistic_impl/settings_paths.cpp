@@ -1,4 +1,4 @@
-// Where the per-user files lie.
+// The paths of the per-user files.
 #include "statistic_impl/settings_paths.h"
 
 #include "platform/entries.h"
@@ -47,9 +47,9 @@ std::vector<stored_product_t> stored_products() {
     if (!local_app_data)
         return products;
     const kiln2::path_t company_dir = lay_out_settings(*local_app_data, {}).company_dir;
-    std::error_code end;
-    for (fs::directory_iterator entry(kiln2::to_native<fs::path>(company_dir.as_string()), end), none;
-         !end && entry != none; entry.increment(end)) {
+    std::error_code error;
+    for (fs::directory_iterator entry(kiln2::to_native<fs::path>(company_dir.as_string()), error), end;
+         !error && entry != end; entry.increment(error)) {
         std::wstring name = kiln2::from_native(entry->path().filename());
         kiln2::path_t folder = lay_out_settings(*local_app_data, name).statistic_dir;
         if (ostrel_platform::look_at(folder.as_string()) == ostrel_platform::entry_t::folder)
