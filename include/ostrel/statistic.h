@@ -52,7 +52,8 @@ public:
     virtual void notify_feature_usage(const std::wstring& feature_name) = 0;
 
     /// Like notify_feature_usage.
-    /// @param value a count, which is logged and never sent
+    /// @param feature_name dotted name
+    /// @param value        a count, which is logged and never sent
     virtual void notify_feature_usage_ex(const std::wstring& feature_name, std::uint64_t value);
 
     /// Does nothing.
