@@ -1,4 +1,4 @@
-// The host toolkit's path value, as far as the library's own interfaces need it.
+// The path type of the host's toolkit, with the operations that the library's interfaces need.
 #pragma once
 
 #include "ostrel/cxx_interface.h"
@@ -9,14 +9,14 @@ namespace kiln2 {
 
 /// A file-system path as wide text: UTF-16 on Windows, UTF-32 on Linux.
 ///
-/// A plain value. Only exists() accesses files. Malformed parts of the text are left out when a path is
-/// passed to the file system.
+/// A plain value with the thread safety of std::wstring. Only exists() accesses files. When the library
+/// passes a path to the file system, it leaves out malformed code units.
 class OSTREL_API path_t {
 public:
     /// The empty path.
     path_t();
-    /// The text, with "/" replaced by the system's preferred separator. Implicit, so that a text can be
-    /// passed as a path.
+    /// Copies the text and replaces "/" with the system's preferred separator. The constructor is implicit,
+    /// so that callers can pass a text as a path.
     path_t(const std::wstring& text);           // NOLINT(google-explicit-constructor)
     path_t(const path_t& other);                ///< The same text.
     path_t(path_t&& other) noexcept;            ///< Leaves @p other valid, its text unspecified.
@@ -24,8 +24,8 @@ public:
     path_t& operator=(path_t&& other) noexcept; ///< Leaves @p other valid, its text unspecified.
     ~path_t();
 
-    /// Joins @p other behind this path with one preferred separator, even if @p other begins with one.
-    /// Appending the empty path changes nothing.
+    /// Appends @p other. If this path does not end with a separator and @p other does not begin with one,
+    /// adds a preferred separator, unless this path is empty. Appending the empty path changes nothing.
     /// @return this path
     path_t& append(const path_t& other);
 
@@ -35,12 +35,13 @@ public:
     /// Whether the text is empty. Accesses no file.
     bool is_empty() const;
 
-    /// Replaces the extension (from the last dot of the file name on), or adds one if there is none.
-    /// @param extension with or without its dot
+    /// Replaces the extension, which begins at the last dot of the file name. If there is no extension, adds
+    /// @p extension.
+    /// @param extension with or without the leading dot; empty: removes the extension
     /// @return this path
     path_t& change_ext(const std::wstring& extension);
 
-    /// Whether a file or folder of that name exists. False also if that cannot be determined.
+    /// Whether a file or folder with this path exists. Returns false also if the system cannot tell.
     static bool exists(const std::wstring& text);
 
 private:

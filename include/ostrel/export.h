@@ -1,4 +1,4 @@
-/* Linkage of what the library exports; beside src/platform/ the only place that tests for a system. */
+/* Export and import attributes of the public symbols. */
 #ifndef OSTREL_EXPORT_H
 #define OSTREL_EXPORT_H
 
@@ -12,7 +12,7 @@
 #define OSTREL_API __attribute__((visibility("default")))
 #endif
 
-/* Whether the compiler can use the C++ headers: classes and exceptions need the C++ ABI that the library was
+/* Whether the compiler can use the C++ headers. Classes and exceptions need the C++ ABI that the library was
    built with. Every compiler can use the C functions. */
 #if defined(_WIN32) && !defined(__MINGW32__)
 #define OSTREL_HAS_CXX_INTERFACE 0

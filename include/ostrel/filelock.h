@@ -1,4 +1,4 @@
-// An advisory lock between processes that share a data file.
+// An advisory lock for processes that share a data file.
 #pragma once
 
 #include "kiln2/path.h"
@@ -7,7 +7,7 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// Advisory lock between processes: the object that creates the lock file holds the lock.
+/// Advisory lock between processes. The object that creates the lock file holds the lock.
 ///
 /// @code
 /// OSTREL_NAMESPACE::filelock_t lock(data_file);
@@ -15,32 +15,37 @@ namespace OSTREL_NAMESPACE {
 ///     rewrite(data_file); // the destructor releases the lock
 /// @endcode
 ///
-/// The lock file lies beside the data file and has its name with the extension "lock": uuid.lock for
-/// uuid.xml. Data files that differ only in their extension share one lock. A data file named x.lock is its
-/// own lock file, and all files whose only dot is the first character share the lock file ".lock".
+/// The lock file is in the folder of the data file. Its name is the data file's name with the extension
+/// "lock": uuid.lock for uuid.xml. Two consequences:
+/// - Data files whose names differ only in the extension share one lock. Names such as ".a" and ".b" consist
+///   of an extension only and share the lock file ".lock".
+/// - A data file named x.lock is its own lock file. Do not lock such a file.
 ///
-/// One object belongs to one thread. No handle stays open while the lock is held. A lock file that a crashed
-/// process left stays until it is deleted by hand. A copy of a locked object also counts as locked; the first
-/// of them to be released deletes the file.
+/// The class is not thread-safe: use one object on one thread. No handle stays open while the lock is held.
+/// If a process crashes while it holds the lock, the lock file remains until somebody deletes it. A copy of a
+/// locked object also counts as locked. The first of the two that is unlocked deletes the lock file.
 class OSTREL_API filelock_t {
 public:
-    /// Touches no file. @param path the data file to protect; it need not exist
+    /// Accesses no file.
+    /// @param path the data file to protect; it need not exist
     explicit filelock_t(const kiln2::path_t& path);
-    /// Counts as locked if @p other does.
+    /// The copy counts as locked if @p other does.
     filelock_t(const filelock_t& other);
-    /// Like the copy constructor. A lock that this object held is not released: its file stays.
+    /// Like the copy constructor. If this object held a lock, that lock is not released: its lock file
+    /// remains.
     filelock_t& operator=(const filelock_t& other);
     /// Releases the lock if it is held.
     ~filelock_t();
 
-    /// Tries once and never waits. Returns true if this object already holds the lock; there is no count.
-    /// @return false if another holder exists or the folder cannot be written; the reason is not kept
+    /// Tries once and never waits. If this object already holds the lock, the call does nothing and returns
+    /// true: locks are not counted, and one unlock releases the lock.
+    /// @return false if the lock file exists or cannot be created. The two cases cannot be told apart.
     bool lock();
 
     /// Deletes the lock file if the lock is held. A failed deletion is ignored.
     void unlock();
 
-    /// Whether this object counts as locked. Does not look at the disk.
+    /// Whether this object counts as locked. Accesses no file.
     bool is_locked() const;
 
 private:

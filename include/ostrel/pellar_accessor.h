@@ -1,4 +1,4 @@
-// The bridge to the maker's software manager: upload files, ask for feedback consent, updates and machine id.
+// The bridge to the software manager: file upload, feedback consent, update check and machine id.
 #pragma once
 
 #include "kiln2/path.h"
@@ -11,29 +11,37 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// Names the host product to the software manager. The bridge stores and returns it and never interprets it.
+/// A number that the host chooses for its product. The bridge stores and returns the number. It does not
+/// interpret it and does not pass it to the software manager.
 struct OSTREL_API product_id_t {
-    std::uint32_t value = 0; ///< zero until the host sets one
+    std::uint32_t value = 0; ///< zero until the host sets a value
 };
 
-/// Drives the software manager's tools: one child process for each call.
+/// Starts the tools of the software manager: a separate product of the maker, which uploads files and checks
+/// for updates. Each operation starts one child process.
 ///
 /// @code
 /// OSTREL_NAMESPACE::pellar_accessor_impl_t bridge;
 /// bridge.notify_gui_start();
 /// if (bridge.is_feedback_enabled())
-///     bridge.send_crash_report(report_file, false); // waits until the tool has ended
+///     bridge.send_crash_report(report_file, false); // waits until the tool has exited
 /// @endcode
 ///
-/// All operations except set_product_id are thread-safe. Wide strings are UTF-16 on Windows and UTF-32 on
-/// Linux; malformed parts of them are left out. A tool that is missing or fails throws no exception. No
-/// process is started while OSTREL_DISABLE_PELLAR is set and not empty, and in a remote-desktop session.
+/// All operations except set_product_id are thread-safe. An operation that waits for a tool has no timeout.
+/// Wide strings are UTF-16 on Windows and UTF-32 on Linux; malformed code units are left out.
 ///
-/// An operation that waits has no timeout. The tools inherit the environment and the current folder. On Linux
-/// they inherit only the three standard descriptors and neither signal mask nor ignored signals. On Windows a
-/// tool that is not waited for also inherits every inheritable handle of the host. If a Linux host ignores
-/// SIGCHLD or waits for any child, the tool's exit code is lost: the run counts as failed with the number of
-/// ECHILD, although the tool has run.
+/// No operation throws because a tool is missing or fails. No tool is started in two cases:
+/// - The bridge is turned off: OSTREL_DISABLE_PELLAR is set and not empty.
+/// - The session is remote: a Remote Desktop session on Windows; on Linux XRDP_SESSION is set and not empty.
+///
+/// The tools inherit the environment and the current folder. Other inherited state depends on the system:
+/// - Linux: a tool inherits no signal mask and no ignored signals. If the operation waits, the tool inherits
+///   only the three standard descriptors. Otherwise the tool has /dev/null as standard descriptors and runs
+///   in its own session.
+/// - Windows: if the operation does not wait, the tool inherits every inheritable handle of the host.
+///
+/// On Linux, an exit code is lost if the host ignores SIGCHLD or waits for any child process. The run then
+/// counts as failed with the error number ECHILD, although the tool has run.
 ///
 /// The order of the virtual operations is fixed: hosts built against an earlier header call them by position.
 class OSTREL_API pellar_accessor_t {
@@ -43,65 +51,66 @@ public:
     pellar_accessor_t& operator=(const pellar_accessor_t&) = default; ///< The interface has no data.
     virtual ~pellar_accessor_t();
 
-    /// Uploads a statistics file and waits. The tool deletes the file that it uploaded.
+    /// Uploads a statistics file and waits. The tool deletes the file after the upload.
     /// @param file passed to the tool unchanged; a relative path is relative to the current folder
-    /// @param force passes the tool's option "-f"
-    /// @return true if the file no longer exists, whatever the tool's exit code; false if the tool is missing
-    ///         or the session is remote
+    /// @param force passes the option "-f" to the tool
+    /// @return true if the file no longer exists, whatever the exit code of the tool. False if the file still
+    ///         exists, the tool is missing or the session is remote.
     virtual bool send_file(const kiln2::path_t& file, bool force) = 0;
 
     /// Uploads the usage package and waits.
-    /// @return false if the tool is missing or the session is remote; true otherwise, also if the tool failed
-    /// or
-    ///         the bridge is switched off
+    /// @return false if the tool is missing or the session is remote. Otherwise true, also if the tool failed
+    ///         or the bridge is turned off.
     virtual bool send_usage_package() = 0;
 
     /// Like send_file, for a crash report.
     virtual bool send_crash_report(const kiln2::path_t& file, bool force) = 0;
 
-    /// Asks the consent checker and waits.
-    /// @return true if it exits with 0 or the bridge is switched off
+    /// Asks the software manager's consent checker whether the user agreed to send feedback, and waits.
+    /// @return true if the checker exits with code 0 or the bridge is turned off; false otherwise
     virtual bool is_feedback_enabled() const = 0;
 
-    /// Tells the consent checker that the calling process shows its user interface. Does not wait and does
-    /// not report whether the checker started.
+    /// Tells the consent checker that the calling process shows its user interface. Does not wait for the
+    /// checker and reports no errors.
     virtual void notify_gui_start() = 0;
 
-    /// Has the manager look for updates, unless NORVANE_DISABLE_UPDATES_CHECK is set and not empty. Does not
-    /// wait and does not report whether the manager started.
-    /// @param product_guid passed on unchecked, also if it is empty
+    /// Starts the manager's check for updates, unless NORVANE_DISABLE_UPDATES_CHECK is set and not empty.
+    /// Does not wait for the check and reports no errors.
+    /// @param product_guid passed to the tool without a check; may be empty
     virtual void check_for_updates(const std::wstring& product_guid) = 0;
 
-    /// Stores a copy. Must not overlap with another call of this function or of get_product_id.
+    /// Stores a copy of @p product_id. The call must not overlap with another call of this function or of
+    /// get_product_id.
     virtual void set_product_id(const product_id_t& product_id) = 0;
 
-    /// The id that was set last; zero before. The reference is valid as long as the object and shows later
-    /// changes.
+    /// The id that was set last. Its value is zero if none was set. The reference is valid as long as the
+    /// object, and a later set_product_id changes the id that it refers to.
     virtual const product_id_t& get_product_id() const = 0;
 
-    /// Asks the remote monitor for the machine id that the manager keeps, and waits. This is not the id that
-    /// hits carry.
+    /// Asks the remote monitor for the software manager's own machine id, and waits. This is not the machine
+    /// id in the hits.
     ///
-    /// The tool answers through a file in the folder that settor2::IProductLocations::getTempDir names. The
-    /// folder must exist and should belong to the user alone. The answer is the file's first line in UTF-8,
-    /// without its line end (LF or CR LF).
-    /// @return empty if there is no answer, no configuration service or no such folder
+    /// The tool writes its answer into a file in the folder that settor2::IProductLocations::getTempDir
+    /// returns. The folder must exist and should be accessible to the user only. The answer is the first line
+    /// of the file, UTF-8 encoded, without its line end (LF or CR LF).
+    /// @return the id. Empty if no tool was started, if the tool gave no answer, if no configuration service
+    ///         is installed, or if the folder is missing.
     virtual std::wstring get_uuid() const = 0;
 
-    /// "{00000000-0000-0000-0000-000000000000}": the value that stands for no product. The bridge does not
-    /// read it.
+    /// "{00000000-0000-0000-0000-000000000000}": a product_guid that means no product. The bridge itself does
+    /// not use it.
     static const std::wstring DefaultProductGUID;
 };
 
-/// The implementation. Its only data is the product id: it may be created, copied and destroyed at any time,
-/// also while tools that it started still run.
+/// The implementation of the bridge. An object may be created, copied and destroyed at any time, also while
+/// tools that it started still run. Its only data is the product id.
 class OSTREL_API pellar_accessor_impl_t : public pellar_accessor_t {
 public:
     /// The software manager's tools.
     enum pellar_tool_t : std::int32_t {
-        tool_remote_monitor = 0,     ///< uploads files and tells the machine id
-        tool_pellar = 1,             ///< looks for updates
-        tool_check_virk_consent = 2, ///< tells the user's answer
+        tool_remote_monitor = 0,     ///< uploads files and answers with the machine id
+        tool_pellar = 1,             ///< checks for updates
+        tool_check_virk_consent = 2, ///< the consent checker
     };
 
     pellar_accessor_impl_t();
@@ -121,10 +130,11 @@ public:
     const product_id_t& get_product_id() const override;
     std::wstring get_uuid() const override;
 
-    /// Whether tools may be started: OSTREL_DISABLE_PELLAR is unset or empty. Each call reads it again.
+    /// Whether tools may be started: OSTREL_DISABLE_PELLAR is unset or empty. Each call reads the variable
+    /// again.
     bool is_pellar_call_allowed() const;
 
-    /// Whether NORVANE_DISABLE_UPDATES_CHECK is unset or empty. Each call reads it again.
+    /// Whether NORVANE_DISABLE_UPDATES_CHECK is unset or empty. Each call reads the variable again.
     bool is_check_for_updates_enabled() const;
 
 private:

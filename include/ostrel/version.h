@@ -1,4 +1,4 @@
-/* The version. The build system, the namespace and the soname are derived from this file. */
+/* The version of the library. The build system derives the package version and the soname from this file. */
 #ifndef OSTREL_VERSION_H
 #define OSTREL_VERSION_H
 

@@ -1,4 +1,4 @@
-// The host's configuration service: where the product lies and what it is called.
+// The host's configuration service: the product's version, folder names and folders.
 #pragma once
 
 #include "ostrel/cxx_interface.h"
@@ -7,45 +7,58 @@
 
 namespace settor2 {
 
-/// The configuration service: implemented by the host and installed before it creates its first statistic
-/// object.
+/// The configuration service. The host implements it and installs it before it creates its first statistic
+/// object:
 ///
-/// Without a service the product id names the settings folder, the version of the object that
-/// statistic_t::get returns is "unknown", and only "run." events are enabled.
+/// @code
+/// static my_locations_t locations; // derived from settor2::IProductLocations
+/// settor2::IProductLocations::install(&locations);
+/// const auto statistic = OSTREL_NAMESPACE::statistic_t::get();
+/// @endcode
 ///
-/// Any thread that calls the library may call the operations, also concurrently. Wide strings are UTF-16 on
-/// Windows and UTF-32 on Linux. Returned pointers stay valid while the service is installed. An exception
-/// from an operation reaches the caller of the library. An operation must not create a statistic object: that
-/// deadlocks.
+/// If no service is installed:
+/// - the product id names the settings folder;
+/// - the object that statistic_t::get returns has the version "unknown";
+/// - only "run." events are enabled.
+///
+/// The library calls the operations on any thread that calls the library, also concurrently. An operation
+/// that creates a statistic object deadlocks. An exception from an operation reaches the caller of the
+/// library. Wide strings are UTF-16 on Windows and UTF-32 on Linux.
+/// Returned pointers must stay valid while the service is installed; null counts as empty.
 class OSTREL_API IProductLocations {
 public:
     virtual ~IProductLocations();
 
-    /// The product's version, which becomes the text major.minor.build.
+    /// Returns the product's version. Every hit of the object that statistic_t::get returns carries the
+    /// version as the text "major.minor.build".
     virtual void getVersion(int& major, int& minor, int& build) const = 0;
 
-    /// Kind 6 is the name of the product's folder below the company folder. If it is empty, the product id is
-    /// used. The library asks for no other kind.
+    /// Returns the name of a folder.
+    /// @param kind always 6: the name of the product's folder. The library puts its settings into
+    ///        LOCAL_APP_DATA/Norvane Corporation/NAME/settings/statistic.
+    /// @return the name; if it is empty, the product id names the folder
     virtual std::wstring getLocation(int kind) const = 0;
 
-    /// The folder that holds statistic/enabled_stat_events.xml, the list of events that may be reported.
-    /// Empty: there is no list.
+    /// Returns the folder in which statistic/enabled_stat_events.xml lies. This file is the event filter: the
+    /// list of feature names that may be sent. Empty: there is no event filter.
     virtual const wchar_t* getFolder() const = 0;
 
-    /// The folder for exchange files with the software manager; empty if there is none. Name a private folder
-    /// of the user, not a shared one such as /tmp.
+    /// Returns an existing folder for exchange files with the software manager. Use a folder that only the
+    /// user can access, not a shared folder such as /tmp. Empty: there is no such folder.
     virtual const wchar_t* getTempDir() const = 0;
 
-    /// Whether the bridge says nothing about a missing tool of the software manager. False: it logs an error.
-    /// True: it logs nothing.
+    /// Controls the log when a tool of the software manager is missing. False: the bridge logs an error.
+    /// True: the bridge logs nothing.
     virtual bool isManagerExpected() const = 0;
 
-    /// The installed service; null if there is none.
+    /// Returns the installed service, or null if there is none. Thread-safe.
     static IProductLocations* get();
 
-    /// Installs a service for the whole process; null removes it. The caller keeps ownership. Remove the
-    /// service before its destruction, and only while no statistic object is being created and no bridge call
-    /// is running.
+    /// Installs a service for the whole process. Null removes the installed service. The caller keeps
+    /// ownership.
+    ///
+    /// Remove a service before you destroy it. Remove or replace it only while no thread creates a statistic
+    /// object or calls the bridge.
     static void install(IProductLocations* service);
 };
 

@@ -1,5 +1,11 @@
 /** @file
- * The host's configuration service for hosts in C: one structure, one function. */
+ * The configuration service for hosts in C: one structure, one function.
+ *
+ * @code
+ * const settor2_product_locations_t locations = {{1, 0, 0}, "my_host", "/opt/my_host", "", 0};
+ * settor2_install_product_locations(&locations);
+ * statistic_handle_t* handle = ostrel_create_statistic("my_host", "1.0.0");
+ * @endcode */
 #ifndef SETTOR2_PRODUCT_LOCATIONS_C_H
 #define SETTOR2_PRODUCT_LOCATIONS_C_H
 
@@ -9,21 +15,21 @@
 extern "C" {
 #endif
 
-/** Strings are NUL-terminated UTF-8; null counts as empty. See settor2::IProductLocations for the meaning of
- * each member. */
+/** Strings are NUL-terminated and UTF-8 encoded. Null counts as empty. settor2::IProductLocations in
+ * settor2/product_locations.h describes each value in detail. */
 typedef struct settor2_product_locations_t {
     int version[3];       /**< major, minor, build */
-    const char* location; /**< name of the product's folder below the company folder; empty: the product id */
-    const char* folder;   /**< holds statistic/enabled_stat_events.xml */
-    const char* temp_dir; /**< private folder of the user for exchange files with the software manager */
-    int manager_expected; /**< zero: the bridge logs an error when a tool is missing; else nothing */
+    const char* location; /**< name of the product's settings folder; empty: the product id names it */
+    const char* folder;   /**< folder that contains statistic/enabled_stat_events.xml */
+    const char* temp_dir; /**< folder for exchange files; only the user can access it */
+    int manager_expected; /**< zero: the bridge logs an error if a tool is missing */
 } settor2_product_locations_t;
 
-/** Copies the structure and its strings and installs the copy for the whole process; null removes the
- * service.
+/** Copies the structure and its strings, and installs the copy for the whole process. Null removes the
+ * service. The caller may free the structure after the call.
  *
- * Thread-safe. Earlier copies are never freed, because another thread may still read them: install once, not
- * in a loop. */
+ * Thread-safe. Does not block. Earlier copies are never freed, because another thread may still read them:
+ * call this function once, not in a loop. */
 OSTREL_API void settor2_install_product_locations(const settor2_product_locations_t* locations);
 
 #ifdef __cplusplus

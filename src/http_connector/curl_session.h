@@ -7,13 +7,13 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// Whether libcurl's global state may be initialised on any thread. Older versions, and builds for systems
-/// without atomics, demand that no other thread runs.
+/// Whether libcurl's global state may be initialised while other threads run. Older versions, and builds for
+/// systems without atomics, do not allow that.
 inline bool is_curl_thread_safe() {
     return (curl_version_info(CURLVERSION_NOW)->features & CURL_VERSION_THREADSAFE) != 0;
 }
 
-/// One reference to libcurl's global state and one easy handle, released in the opposite order.
+/// Owns one reference to libcurl's global state and one easy handle.
 class curl_session_t {
 public:
     curl_session_t() {
@@ -27,7 +27,7 @@ public:
     curl_session_t(const curl_session_t&) = delete;
     curl_session_t& operator=(const curl_session_t&) = delete;
 
-    /// Null if libcurl could not create one.
+    /// Null if libcurl could not create the handle.
     CURL* handle() const { return m_handle; }
 
 private:

@@ -11,8 +11,8 @@ http_connector_t::http_connector_t(const char* url)
     : m_fork_generation(ostrel_platform::fork_generation()), m_sender(std::make_unique<sender_t>(url)) {}
 
 http_connector_t::~http_connector_t() {
-    // The thread cannot be joined, and another thread of the parent may have held the queue's or libcurl's
-    // locks at the fork. All of it is leaked deliberately.
+    // In a forked child the thread cannot be joined. The parent may have held the queue's or libcurl's locks
+    // at the fork, so the sender is leaked deliberately.
     if (is_inherited())
         static_cast<void>(m_sender.release());
 }

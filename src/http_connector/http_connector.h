@@ -10,28 +10,29 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// Keeps the sending thread to the process that started it.
+/// Owns the sending thread, and protects forked children, which have no sending thread.
 ///
-/// Delivery is best effort: there is no retry and no persistence, and once a hit has failed through every
-/// proxy candidate, nothing is sent any more. Callers never learn the outcome.
+/// Delivery is best effort: hits are not stored and not sent again. If a hit fails through every proxy
+/// candidate, the object drops all later hits. Callers get no result.
 ///
-/// A forked child has no sending thread. There an inherited object drops every hit, and its destructor
-/// neither waits nor touches what another thread of the parent may have held at the fork.
+/// In a forked child, an inherited object drops every hit. Its destructor does not wait and takes no lock,
+/// because the parent may have held the lock at the fork.
 class http_connector_t {
 public:
-    /// Starts the sending thread, which does nothing yet. Touches no network.
+    /// Starts the sending thread, which sleeps until the first prepare or send. Does not use the network.
     explicit http_connector_t(const char* url);
-    /// Blocks until the hits queued so far were handled, each bounded by 5 seconds a candidate. There is no
-    /// overall timeout.
+    /// Blocks until every queued hit is posted or dropped. The timeout is 5 seconds for each hit and proxy
+    /// candidate. There is no overall timeout.
     ~http_connector_t();
     http_connector_t(const http_connector_t&) = delete;
     http_connector_t& operator=(const http_connector_t&) = delete;
 
-    /// Says that hits may follow: the sending thread initialises libcurl and asks for proxies. Without this
-    /// call the first hit does the same. Any thread, any number of times; returns immediately.
+    /// Lets the sending thread initialise libcurl and find the proxies before the first hit. Without this
+    /// call, the first hit starts the initialisation. Returns immediately. Thread-safe; may be called more
+    /// than once.
     void prepare();
 
-    /// Queues a hit and returns immediately; any thread. An empty hit stops the sending thread for good.
+    /// Queues a hit and returns immediately. Thread-safe. An empty hit stops the sending thread permanently.
     void send(std::string hit);
 
 private:

@@ -1,4 +1,4 @@
-// Texts in the form that the parameters of a hit have.
+// Percent-encodes the parameters of a hit.
 #include "http_connector/percent_encode.h"
 
 #include "toolkit/quillkit/strings.h"
@@ -24,7 +24,7 @@ constexpr std::array<bool, 128> mark_unreserved() {
 
 bool is_unreserved(wchar_t unit) {
     static constexpr std::array<bool, 128> marks = mark_unreserved();
-    // NOLINTNEXTLINE(bugprone-signed-char-misuse): a wide character, whose negative values become too large
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): a negative value becomes large and fails the test below
     const auto code = static_cast<std::uint32_t>(unit);
     return code < marks.size() && marks[code];
 }
@@ -39,7 +39,7 @@ void append_escaped(std::string& target, const std::string& text) {
 } // namespace
 
 void append_percent_encoded(std::string& target, std::wstring_view text) {
-    // Most names are unreserved altogether, and conversion and escaping are slow.
+    // Most names contain only unreserved characters. Copying these is faster than converting and escaping.
     const auto reserved = std::find_if_not(text.begin(), text.end(), &is_unreserved);
     const auto count = static_cast<std::size_t>(reserved - text.begin());
     target.resize(target.size() + count);

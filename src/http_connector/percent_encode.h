@@ -1,4 +1,4 @@
-// Texts in the form that the parameters of a hit have.
+// Percent-encodes the parameters of a hit.
 #pragma once
 
 #include "ostrel/version.h"
@@ -8,8 +8,8 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// Appends @p text up to its first NUL, in UTF-8 and percent-encoded except for the unreserved characters of
-/// RFC 3986. Any thread.
+/// Appends @p text, UTF-8 encoded and percent-encoded except for the unreserved characters of RFC 3986. Stops
+/// at the first NUL. Thread-safe.
 void append_percent_encoded(std::string& target, std::wstring_view text);
 
 } // namespace OSTREL_NAMESPACE

@@ -23,8 +23,8 @@ poster_t::poster_t(CURL* curl, const std::string& url)
     curl_easy_setopt(m_curl, CURLOPT_URL, url.c_str());
     curl_easy_setopt(m_curl, CURLOPT_WRITEFUNCTION, &discard);
     curl_easy_setopt(m_curl, CURLOPT_TIMEOUT, transfer_timeout_seconds);
-    // Without it libcurl replaces the host's handler of SIGPIPE during every transfer. The sending thread
-    // blocks the signal.
+    // Without this option libcurl replaces the host's SIGPIPE handler during every transfer. With the option,
+    // SIGPIPE is harmless, because the sending thread blocks the signal.
     curl_easy_setopt(m_curl, CURLOPT_NOSIGNAL, 1L);
 }
 

@@ -10,12 +10,13 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// Tries the candidate that worked last and then the others, 5 seconds each at most; only status 200 counts.
-/// Once a hit has failed through all candidates, later hits are dropped. Belongs to one thread.
+/// Tries the proxy candidate that worked last, then the others, with a timeout of 5 seconds each. A hit is
+/// delivered if the status is 200. If a hit fails through all candidates, later hits are dropped. Not
+/// thread-safe.
 class poster_t {
 public:
-    /// Asks the system for its proxies, which may block while that asks the network.
-    /// @param curl outlives the object; if it is null, every hit is dropped
+    /// Finds the proxy candidates. May block while the system looks up proxies in the network.
+    /// @param curl must outlive the object; if it is null, every hit is dropped
     poster_t(CURL* curl, const std::string& url);
 
     void post(const std::string& hit);
@@ -25,7 +26,7 @@ private:
     bool post_through(const std::string& proxy);
 
     CURL* m_curl;
-    std::vector<std::string> m_proxies; ///< an empty one is libcurl's own default
+    std::vector<std::string> m_proxies; ///< empty text: libcurl chooses
     std::size_t m_current = 0;          ///< the candidate to try first
     bool m_is_active;
 };

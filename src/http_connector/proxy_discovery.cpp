@@ -1,4 +1,4 @@
-// Which proxies may lead to the collector.
+// Finds the proxies to try on the way to the collector.
 #include "http_connector/proxy_discovery.h"
 
 #include <cstdlib>
@@ -9,10 +9,11 @@ namespace OSTREL_NAMESPACE {
 namespace {
 
 const char* value_of(const char* variable) {
-    return std::getenv(variable); // NOLINT(concurrency-mt-unsafe): only read
+    return std::getenv(variable); // NOLINT(concurrency-mt-unsafe): the library only reads the environment
 }
 
-// In libcurl's order. It never reads HTTP_PROXY, which a web server sets from a header of a request.
+// Returns the variables in libcurl's order. libcurl never reads HTTP_PROXY, because CGI sets it from a
+// request header.
 std::vector<const char*> variables_of_libcurl(const std::string& url) {
     if (url.rfind("https:", 0) == 0)
         return {"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"};

@@ -9,8 +9,7 @@
 namespace OSTREL_NAMESPACE {
 
 sender_t::sender_t(const char* url) : m_url(url) {
-    // A libcurl that is not thread-safe is initialised on the host's thread, while the host creates the
-    // object.
+    // If libcurl is not thread-safe, the host's thread initialises it while it creates the object.
     if (!is_curl_thread_safe())
         m_curl.emplace();
     ostrel_platform::guard_exit_of_this_thread();
@@ -18,9 +17,9 @@ sender_t::sender_t(const char* url) : m_url(url) {
     m_thread = boost::thread(&sender_t::run, this);
 }
 
-sender_t::~sender_t() { // NOLINT(bugprone-exception-escape): no marker, no join
-    // A host may interrupt its thread with Boost.Thread while it waits here. The exception would leave the
-    // destructor and end the process.
+sender_t::~sender_t() { // NOLINT(bugprone-exception-escape): only if memory is short
+    // If the host interrupts this thread with Boost.Thread, join throws. An exception from this destructor
+    // would terminate the process.
     const boost::this_thread::disable_interruption no_exception;
     m_queue.push(std::string());
     m_thread.join();
@@ -58,8 +57,7 @@ void sender_t::prepare_once() {
         initialise_libcurl();
         if (m_curl)
             m_poster.emplace(m_curl->handle(), m_url);
-    } catch (...) { // NOLINT(bugprone-empty-catch): out of memory; an exception that left the thread would
-                    // end the host
+    } catch (...) { // NOLINT(bugprone-empty-catch): hits are dropped; an exception would terminate the host
     }
 }
 

@@ -13,21 +13,21 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// Starts a thread that posts the queued hits one by one. The thread initialises libcurl and asks for proxies
-/// when it is told to prepare or takes its first hit; until then it sleeps.
+/// Starts a thread that posts the queued hits one by one. The thread sleeps until the first call of prepare
+/// or send. Then it initialises libcurl and finds the proxies.
 class sender_t {
 public:
     explicit sender_t(const char* url);
-    /// Stops the thread after the hits queued so far, and waits for it. If the thread was not needed yet,
-    /// that takes no time.
+    /// Waits until the thread has handled every queued hit, and stops it. If neither prepare nor send was
+    /// called, returns immediately.
     ~sender_t(); // NOLINT(bugprone-exception-escape): only if memory is short
     sender_t(const sender_t&) = delete;
     sender_t& operator=(const sender_t&) = delete;
 
-    /// Lets the thread prepare before the first hit; any thread.
+    /// Lets the thread initialise libcurl and find the proxies before the first hit. Thread-safe.
     void prepare();
 
-    /// Any thread. An empty hit stops the sending thread for good.
+    /// Queues a hit. Thread-safe. An empty hit stops the sending thread permanently.
     void send(std::string&& hit);
 
 private:
@@ -36,13 +36,13 @@ private:
     void prepare_once();
 
     const std::string m_url;
-    /// The only synchronisation between callers and the thread. An item without a value asks the thread to
-    /// prepare.
+    /// The only synchronisation between callers and the thread. nullopt lets the thread prepare; an empty
+    /// text stops it.
     boost::sync_queue<std::optional<std::string>> m_queue;
-    std::optional<curl_session_t>
-        m_curl; ///< used by the sending thread; if libcurl is not thread-safe, created by the constructor
-    std::optional<poster_t> m_poster; ///< used by the sending thread; nothing until it has prepared
-    bool m_is_prepared = false;       ///< used by the sending thread
+    /// Used only by the sending thread. If libcurl is not thread-safe, the constructor creates it.
+    std::optional<curl_session_t> m_curl;
+    std::optional<poster_t> m_poster; ///< used only by the sending thread
+    bool m_is_prepared = false;       ///< used only by the sending thread
     boost::thread m_thread;
 };
 

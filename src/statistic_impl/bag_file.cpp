@@ -1,4 +1,4 @@
-// How the library reads its own bags, and what stands in the way.
+// Reads the library's XML files and tells why a file cannot be read.
 #include "statistic_impl/bag_file.h"
 
 #include "platform/entries.h"

@@ -1,4 +1,5 @@
-// How the library reads its own bags, and what stands in the way.
+// Reads the library's XML files and tells why a file cannot be read. Each file holds one
+// kiln2::variant_bag_t.
 #pragma once
 
 #include "ostrel/version.h"
@@ -14,11 +15,11 @@ inline constexpr const wchar_t* bag_root = L"bag";
 enum class bag_state_t {
     loaded,
     missing,
-    unreadable, ///< no regular file, or one that this user may not read
-    malformed,  ///< no XML, or not of the form of a bag
+    unreadable, ///< not a regular file, or the user lacks permission
+    malformed,  ///< not XML, or XML that is not a bag
 };
 
-/// Fills @p bag from a file; leaves it empty unless the result is bag_state_t::loaded.
+/// Fills @p bag from a file. Unless the result is bag_state_t::loaded, @p bag stays empty.
 bag_state_t load_bag(kiln2::variant_bag_t& bag, const std::wstring& path);
 
 } // namespace OSTREL_NAMESPACE

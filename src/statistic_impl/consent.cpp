@@ -1,4 +1,4 @@
-// The user's recorded answer.
+// Reads and writes the user's recorded answer.
 #include "statistic_impl/consent.h"
 
 #include "platform/entries.h"
@@ -40,7 +40,8 @@ bool consent_word_t::take(std::string_view block) {
 }
 
 virk_state_t read_consent(const std::wstring& path) {
-    // An administrator opts a user out with a link to the null device. Reading another device could block.
+    // A link to the null device is an administrator's opt-out. Every device counts as a refusal and is not
+    // opened, because reading a device could block.
     if (ostrel_platform::look_at(path) == ostrel_platform::entry_t::stream) {
         OSTREL_LOG(policy_log, trace, L"virk file disables statistic");
         return vsDisabled;

@@ -8,23 +8,23 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// The rules in their order. The first one that applies decides; the last one always applies.
+/// The rules in their order. The first rule that applies decides. The last rule always applies.
 enum class rule_t {
-    folders, ///< without them no object is created; decide starts after this rule
+    folders, ///< applies if a folder cannot be created. The function decide starts with the next rule.
     machine_id,
     switches,
     network,
     consent,
 };
 
-/// What a rule says.
+/// The result of one rule.
 enum class verdict_t {
     undecided, ///< the rule does not apply
     no_object, ///< creating an object fails
     no_machine_id,
     switched_off,
-    forced_on, ///< by the environment
-    built_on,  ///< by the build
+    forced_on, ///< turned on by the environment
+    built_on,  ///< turned on by the build
     inside_network,
     network_unknown,
     agreed,
@@ -39,7 +39,7 @@ verdict_t judge_switches(statistic_impl_t::env_vars_state_t state);
 
 verdict_t judge_network(network_check_t check);
 
-/// What the rules need to know. A function is called only if no earlier rule has decided.
+/// The input of the rules. A function is called only if no earlier rule has decided.
 struct facts_t {
     bool has_machine_id = false;
     std::function<statistic_impl_t::env_vars_state_t()> switches;
@@ -52,11 +52,11 @@ struct decision_t {
     verdict_t verdict = verdict_t::undecided;
 };
 
-/// The decision, and the rule that takes it. The forced states decide before network and consent: forcing
-/// works inside the corporate network too.
+/// Returns the verdict and the rule that gave it. The forced states come before the network rule, so that
+/// forcing also works inside the corporate network.
 decision_t decide(const facts_t& facts);
 
-/// Logs the verdict of a rule. read_consent logs the verdicts of the consent file itself.
+/// Logs the verdict of a rule, except agreed and not_agreed, which read_consent logs.
 void log_verdict(verdict_t verdict);
 
 } // namespace OSTREL_NAMESPACE

@@ -1,4 +1,4 @@
-// What a deployment may set; the built-in values are settings of the build.
+// Settings that environment variables can override. The build sets the built-in values.
 #include "statistic_impl/deployment.h"
 
 #include "toolkit/kiln2/environ.h"

@@ -1,4 +1,4 @@
-// What a deployment may set: where hits go, and which domain tells the maker's own network.
+// Settings that environment variables can override: the collector's URL and the maker's corporate domain.
 #pragma once
 
 #include "ostrel/version.h"
@@ -7,7 +7,8 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// The built-in endpoint, or the environment variable OSTREL_COLLECTION_URL if it is set and not empty.
+/// The built-in URL of the collector, or the environment variable OSTREL_COLLECTION_URL if it is set and not
+/// empty.
 std::string collection_url();
 
 /// The built-in domain, or the environment variable OSTREL_CORPORATE_DOMAIN if it is set and not empty.

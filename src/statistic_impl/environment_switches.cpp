@@ -1,4 +1,4 @@
-// The environment switches with which a user or an administrator decides for the whole process.
+// The environment switches: variables with which a user or an administrator turns collection on or off.
 #include "statistic_impl/environment_switches.h"
 
 #include "platform/environment.h"
@@ -14,7 +14,7 @@ const std::array<switch_t, 4> collection_switches{{
     {L"NORVANE_FORCE_FEEDBACK", statistic_impl_t::evsEnabledForced},
 }};
 
-// A value that is not valid text still counts as set, or an opt-out would be lost.
+// A value that is not valid text still counts as set. Otherwise an opt-out would be lost.
 bool is_set(const switch_t& collection_switch) {
     return ostrel_platform::is_variable_set(collection_switch.variable);
 }

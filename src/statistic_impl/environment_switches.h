@@ -1,4 +1,4 @@
-// The environment switches with which a user or an administrator decides for the whole process.
+// The environment switches: variables with which a user or an administrator turns collection on or off.
 #pragma once
 
 #include "statistic_impl/statistic_impl.h"
@@ -7,20 +7,20 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// A variable, and the state that it causes if it is set.
+/// An environment variable, and the state that applies if the variable is set.
 struct switch_t {
     const wchar_t* variable;
     statistic_impl_t::env_vars_state_t state;
 };
 
-/// The switches in their order. The first one that is set decides, so every disabling switch wins over the
-/// forcing one.
+/// The switches in their order. The first switch that is set decides. The forcing switch is the last, so
+/// every disabling switch overrides it.
 extern const std::array<switch_t, 4> collection_switches;
 
-/// Whether the variable is set and not empty. Any value counts, "0" and "false" included.
+/// Whether the variable is set and not empty. Any value counts, also "0" and "false".
 bool is_set(const switch_t& collection_switch);
 
-/// The switch that decides now; null if none is set.
+/// The first switch that is set; null if no switch is set.
 const switch_t* deciding_switch();
 
 /// The state if no switch is set: evsEnabled, or the state that the build forces.

@@ -1,4 +1,4 @@
-// The list of events that may be reported at all.
+// The hash table of the enabled events, and its file.
 #include "statistic_impl/event_filter.h"
 
 #include "settor2/product_locations.h"
@@ -12,8 +12,8 @@ namespace OSTREL_NAMESPACE {
 
 namespace {
 
-// Extends the hash of a text by one unit, so that one pass over a name gives the hash of each of its
-// prefixes.
+// Returns the hash of a text and one more code unit. One pass over a name therefore gives the hash of each
+// prefix.
 std::uint64_t extend(std::uint64_t hash, wchar_t unit) {
     return (hash << 5U | hash >> 59U) ^ static_cast<std::uint32_t>(unit);
 }
@@ -57,15 +57,15 @@ std::vector<std::wstring_view> event_filter_t::names() const {
     return names;
 }
 
-// The slot that holds the name, or the free slot that ends its search.
+// Returns the index of the slot that holds the name, or of the free slot where the name would be inserted.
 inline std::size_t event_filter_t::find(std::wstring_view name, std::uint64_t hash) const {
-    // Similar names have similar hashes; the multiplication spreads them over the table.
-    std::size_t place = (hash * 0x9E3779B97F4A7C15U) >> 32U;
-    for (;; ++place) {
-        place &= m_mask;
-        const slot_t& slot = m_slots[place];
+    // Similar names have similar hashes. The multiplication distributes them over the table.
+    std::size_t index = (hash * 0x9E3779B97F4A7C15U) >> 32U;
+    for (;; ++index) {
+        index &= m_mask;
+        const slot_t& slot = m_slots[index];
         if (slot.name == 0 || (slot.hash == hash && text_of(m_names[slot.name - 1]) == name))
-            return place;
+            return index;
     }
 }
 
@@ -89,7 +89,7 @@ std::size_t event_filter_t::longest_match(std::wstring_view feature) const {
 kiln2::path_t event_filter_path() {
     const settor2::IProductLocations* const locations = settor2::IProductLocations::get();
     const wchar_t* const folder = locations == nullptr ? nullptr : locations->getFolder();
-    // Joined to an empty folder, the rest would name a file in the current folder.
+    // If the folder is empty, the path below would be relative to the current folder.
     if (folder == nullptr || *folder == L'\0')
         return {};
     return kiln2::path_t(folder)

@@ -1,4 +1,4 @@
-// The days on which the product was used.
+// Records the days on which the product was used.
 #include "statistic_impl/last_active_dates.h"
 
 #include "ostrel/filelock.h"
@@ -16,12 +16,12 @@ namespace OSTREL_NAMESPACE {
 
 namespace {
 
-constexpr std::size_t days_of_a_regular_user = 4;
+constexpr std::size_t min_days_of_regular_user = 4;
 constexpr int lock_attempts = 5;
 constexpr std::chrono::milliseconds lock_pause{200};
 constexpr std::int64_t no_day = std::numeric_limits<std::int64_t>::min();
 
-bool lock_patiently(filelock_t& lock) {
+bool lock_with_retries(filelock_t& lock) {
     for (int attempt = 0; attempt < lock_attempts; ++attempt) {
         if (lock.lock())
             return true;
@@ -65,8 +65,9 @@ bool is_another_day(const std::vector<active_date_t>& dates, const active_date_t
 }
 
 bool is_new_regular_user(std::size_t count, const active_date_t& first, const active_date_t& today) {
-    // 29 February stays day 29 of the year before.
-    return count >= days_of_a_regular_user && active_date_t{today.year - 1, today.month, today.day} < first;
+    // On 29 February the result is 29 February of the previous year. That day may not exist; only
+    // the order of the dates matters.
+    return count >= min_days_of_regular_user && active_date_t{today.year - 1, today.month, today.day} < first;
 }
 
 active_date_t date_of(std::int64_t day_number) {
@@ -101,7 +102,7 @@ last_active_dates_t::last_active_dates_t(const kiln2::path_t& folder, day_clock_
 last_active_dates_t::~last_active_dates_t() {
     try {
         save();
-    } catch (...) { // NOLINT(bugprone-empty-catch): days that cannot be saved are lost, the host goes on
+    } catch (...) { // NOLINT(bugprone-empty-catch): a failure to save must not terminate the host
     }
 }
 
@@ -113,7 +114,7 @@ bool last_active_dates_t::load() {
     if (m_path.empty())
         return false;
     filelock_t lock(m_path);
-    if (!lock_patiently(lock))
+    if (!lock_with_retries(lock))
         return false;
     const auto stored = stored_active_dates(m_path);
     if (!stored)
@@ -148,13 +149,13 @@ void last_active_dates_t::add(std::int64_t day) {
 
 bool last_active_dates_t::is_new_regular_user() const {
     const std::size_t count = m_count.load(std::memory_order_acquire);
-    // Converting a day to a date is slow compared with the rest.
-    return count >= days_of_a_regular_user &&
+    // Converting a day number to a date is slow, so the count is tested first.
+    return count >= min_days_of_regular_user &&
            OSTREL_NAMESPACE::is_new_regular_user(count, m_first, date_of(m_clock()));
 }
 
 bool last_active_dates_t::save() const {
-    // Only tried: in a forked child the one who held it at the fork may not exist.
+    // Does not wait: in a forked child, the thread that held the mutex at the fork may not exist.
     const std::unique_lock<std::mutex> guard(m_mutex, std::try_to_lock);
     if (!guard.owns_lock() || m_path.empty() || !m_dirty || m_dates.empty())
         return false;

@@ -1,4 +1,4 @@
-// The days on which the product was used, to tell a regular user of the current year from others.
+// The days of use: the days on which the product was used. They decide whether the user is a regular user.
 #pragma once
 
 #include "kiln2/path.h"
@@ -24,37 +24,40 @@ struct active_date_t {
 bool operator==(const active_date_t& left, const active_date_t& right);
 bool operator<(const active_date_t& left, const active_date_t& right);
 
-/// Whether @p day must be added to the recorded days. Compares it with the last one only: if the clock was
-/// set back, a day is in the list twice.
+/// Whether @p day must be added to the recorded days. Compares @p day with the last recorded day only. If the
+/// clock was set back, a day can therefore be in the list twice.
 bool is_another_day(const std::vector<active_date_t>& dates, const active_date_t& day);
 
-/// At least four days of use, the first strictly later than @p today with its year reduced by one.
+/// Whether the user is a regular user: @p count is at least 4, and the first day of use is later than the
+/// date one year before @p today.
 bool is_new_regular_user(std::size_t count, const active_date_t& first, const active_date_t& today);
 
-/// The UTC calendar date of a number of days since 1970-01-01.
+/// Converts the number of days since 1970-01-01 to a calendar date.
 active_date_t date_of(std::int64_t day_number);
 
-/// The file of the days of use in a folder of settings.
+/// The path of the file with the days of use in a settings folder.
 std::wstring active_dates_file(const kiln2::path_t& folder);
 
-/// The days in a file, in the file's order; an item that is not a date is left out. Nothing if the file is
-/// missing or malformed. Only reads. Takes no lock, because the file is replaced as a whole.
+/// Reads the days from a file and keeps their order. Items that are not dates are ignored. Takes no lock,
+/// because the file is always replaced as a whole.
+/// @return nullopt if the file is missing or malformed
 std::optional<std::vector<active_date_t>> stored_active_dates(const std::wstring& path);
 
-/// Tells the current UTC day, as the number of days since 1970-01-01.
+/// Returns the current UTC day as the number of days since 1970-01-01.
 using day_clock_t = std::int64_t (*)();
 
-/// The days of use: read from the file by the constructor and, if a day was added, written by the destructor.
+/// The days of use. The constructor reads them from the file. If a day was added, the destructor writes them.
 ///
-/// Thread-safe. A report on a day that is already recorded costs a clock reading and one atomic load. Only
-/// the first report of a day takes the lock. The number of days is not limited.
+/// Thread-safe. If today is already recorded, add_today reads the clock and one atomic variable. Only the
+/// first call of a day takes the mutex. The number of days is not limited.
 class last_active_dates_t {
 public:
-    /// Loads the file in @p folder. Waits up to a second for a process that holds its lock, and starts empty
-    /// if the lock stays taken. If @p folder is empty, the days are kept in memory only.
+    /// Loads the file in @p folder. If another process holds the lock of the file, waits at most one second.
+    /// If the lock is still held then, the object starts without days. If @p folder is empty, the days stay
+    /// in memory only.
     explicit last_active_dates_t(const kiln2::path_t& folder,
                                  day_clock_t clock = &ostrel_platform::utc_day_number);
-    /// Calls save.
+    /// Calls save and ignores a failure.
     ~last_active_dates_t();
     last_active_dates_t(const last_active_dates_t&) = delete;
     last_active_dates_t& operator=(const last_active_dates_t&) = delete;
@@ -63,12 +66,12 @@ public:
 
     bool is_new_regular_user() const;
 
-    /// Writes the file if a day was added. Tries the file's lock once, because a closing process must not
-    /// wait.
+    /// Writes the file if a day was added. Tries the lock of the file once and does not wait, because the
+    /// process may be closing.
     /// @return whether the file was written
     bool save() const;
 
-    /// Today's UTC date by the system's clock.
+    /// The current UTC date of the system clock.
     static active_date_t today();
 
 private:
@@ -81,9 +84,9 @@ private:
     mutable std::mutex m_mutex;
     std::vector<active_date_t> m_dates; ///< guarded by m_mutex
     bool m_dirty = false;               ///< guarded by m_mutex
-    active_date_t m_first;              ///< written once, before m_count leaves zero
+    active_date_t m_first;              ///< written once, before m_count becomes 1
     std::atomic<std::size_t> m_count{0};
-    std::atomic<std::int64_t> m_last_day; ///< the day that add_today recorded last
+    std::atomic<std::int64_t> m_last_day; ///< the last day that add_today recorded
 };
 
 } // namespace OSTREL_NAMESPACE

@@ -5,7 +5,7 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// Shared with the logger of the analytics object, so that a host configures one logger.
+/// The logger of the analytics object has the same name, so that a host configures one logger.
 inline constexpr const wchar_t* statistic_logger_name = L"ostrel.statistic";
 
 extern const component_logger_t policy_log;

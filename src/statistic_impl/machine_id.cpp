@@ -1,4 +1,4 @@
-// The random id that tells machines apart, and the file that keeps it.
+// The random machine id and its file.
 #include "statistic_impl/machine_id.h"
 
 #include "platform/random.h"

@@ -1,4 +1,4 @@
-// The random id that tells machines apart without telling whose they are.
+// The machine id: a random id that distinguishes machines and contains nothing about their users.
 #pragma once
 
 #include "ostrel/version.h"
@@ -11,25 +11,26 @@ namespace OSTREL_NAMESPACE {
 
 using uuid_bytes_t = std::array<std::uint8_t, 16>;
 
-/// Upper-case hexadecimal digits in groups of 8-4-4-4-12. No version or variant bits are set: the text has
-/// the shape of an RFC 4122 UUID without being one.
+/// Returns upper-case hexadecimal digits in groups of 8-4-4-4-12. The text looks like an RFC 4122 UUID but is
+/// not one, because no version or variant bits are set.
 std::wstring format_uuid(const uuid_bytes_t& bytes);
 
-/// A fresh machine id from the system's random source.
+/// Returns a new machine id from the system's random source.
 std::wstring generate_uuid();
 
-/// Where a machine id comes from.
+/// The source of a machine id. In the states marked "none" there is no id. In the states marked "new" the
+/// library generates an id.
 enum class uuid_source_t {
-    no_folder,  ///< there is no folder to keep one in: no id
-    forced,     ///< the environment sets it; no file is read
-    stored,     ///< the file holds it
-    without_id, ///< the file is well-formed but has no id: no id
-    missing,    ///< no file: a fresh id is made
-    unreadable, ///< the file cannot be read: a fresh id is made
-    malformed,  ///< the file is not a bag: a fresh id is made
+    no_folder,  ///< none: the system returns no folder for the file
+    forced,     ///< an environment variable sets the id; no file is read
+    stored,     ///< the file contains the id
+    without_id, ///< none: the file is well-formed but contains no id
+    missing,    ///< new: there is no file
+    unreadable, ///< new: the file cannot be read
+    malformed,  ///< new: the file is not a bag
 };
 
-/// A machine id and its source. The id is empty if there is none or if a fresh one must be made.
+/// A machine id and its source. The id is empty unless the source is forced or stored.
 struct uuid_finding_t {
     uuid_source_t source = uuid_source_t::no_folder;
     std::wstring id;
@@ -40,14 +41,14 @@ struct uuid_finding_t {
     }
 };
 
-/// The machine id that the environment forces, otherwise the one stored in @p path, unchanged. Only reads.
+/// Returns the machine id that the environment sets, or the id stored in @p path. Writes nothing.
 ///
-/// A well-formed file without an id yields none: a damaged file silences reporting instead of giving one
-/// machine a second identity.
+/// If the file is well-formed but contains no id, there is no machine id and nothing is reported. A new id
+/// would give the machine a second identity.
 uuid_finding_t find_uuid(const std::wstring& path);
 
-/// The result of find_uuid. If a fresh id is needed, creates one and replaces the file. The id is used even
-/// if it cannot be saved.
+/// Returns the id that find_uuid finds. If a new id is needed, generates it, replaces the file and returns
+/// the new id, even if the file cannot be written.
 std::wstring find_or_create_uuid(const std::wstring& path);
 
 } // namespace OSTREL_NAMESPACE

@@ -1,4 +1,4 @@
-// Whether this machine sits inside the maker's corporate network.
+// Whether this machine is inside the maker's corporate network.
 #include "statistic_impl/network_check.h"
 
 #include <algorithm>

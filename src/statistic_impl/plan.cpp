@@ -1,4 +1,4 @@
-// What a new statistic object would find, create and decide now.
+// Computes what the creation of a statistic object would do, without doing it.
 #include "statistic_impl/plan.h"
 
 #include "foundations/lock_file.h"

@@ -1,4 +1,4 @@
-// What a new statistic object would find, create and decide now.
+// Computes what the creation of a statistic object would do, without doing it.
 #pragma once
 
 #include "statistic_impl/decision.h"
@@ -30,10 +30,10 @@ enum class place_state_t {
     cannot_be_created,
     readable,
     unreadable,
-    malformed,     ///< readable, but not of the form that the library needs
-    dangling_link, ///< a link without a target
-    device,        ///< a device or pipe in the place of a file; as the consent file it is a refusal
-    not_a_file,    ///< something else in the place of a file
+    malformed,     ///< readable, but not a valid bag
+    dangling_link, ///< a symbolic link without a target
+    device,        ///< a device or pipe instead of a file. Instead of the consent file it is a refusal.
+    not_a_file,    ///< a folder or another entry instead of a file
 };
 
 /// One file or folder that a statistic object uses.
@@ -41,16 +41,17 @@ struct place_t {
     place_role_t role;
     kiln2::path_t path;
     place_state_t state;
-    bool is_read_only = false; ///< the library writes this file but the user may not: it stays unchanged
+    bool is_read_only = false; ///< the user lacks permission to write the file: it stays unchanged
 };
 
-/// One line of the decision: a rule, or one switch of the rule for switches.
+/// One step of the decision: a rule. The rule rule_t::switches has a step for each environment switch, and
+/// another step if the build forces a state.
 struct step_t {
     rule_t rule;
-    const switch_t* variable = nullptr; ///< null for the other rules, and for the build's switch
-    bool is_reached = false;            ///< false if an earlier step has decided: nothing was read for it
-    bool is_set = false;                ///< of a switch that is reached
-    verdict_t verdict = verdict_t::undecided; ///< undecided in every step except the one that decides
+    const switch_t* variable = nullptr;       ///< only for environment switches; otherwise null
+    bool is_reached = false;                  ///< false: an earlier step decided, and this step read nothing
+    bool is_set = false;                      ///< whether the switch is set; false if not reached
+    verdict_t verdict = verdict_t::undecided; ///< undecided unless this step decides
 };
 
 enum class days_state_t {
@@ -58,51 +59,50 @@ enum class days_state_t {
     missing,
     unreadable,
     malformed,
-    locked,       ///< the lock file exists: an object waits a second, then starts without days
-    not_lockable, ///< the lock file cannot be created: the same
-    no_folder,    ///< kept in memory only
+    locked,       ///< the lock file exists: an object waits one second and starts without days
+    not_lockable, ///< the lock file cannot be created: same effect as locked
+    no_folder,    ///< the days stay in memory only
 };
 
-/// The days of use as an object that reports today counts them.
+/// The days of use that an object would count after a report today.
 struct days_plan_t {
     days_state_t state = days_state_t::no_folder;
-    std::size_t stored = 0; ///< in the file, even if an object cannot use them
-    std::size_t count = 0;  ///< today included
+    std::size_t stored = 0; ///< number of days in the file, even if an object cannot load them
+    std::size_t count = 0;  ///< number of days including today
     bool is_regular_user = false;
 };
 
-/// The result of each step of creating an object. The constructor calls the same functions.
+/// The result of each step of the creation. The constructor of a statistic object calls the same functions.
 struct plan_t {
-    std::optional<settings_paths_t> paths; ///< nothing when the system names no folder
-    std::optional<folder_forecast_t>
-        failure; ///< of the folder whose creation fails, so that no object is made
+    std::optional<settings_paths_t> paths;    ///< nullopt if the system returns no folder
+    std::optional<folder_forecast_t> failure; ///< set if a folder, and so the object, cannot be created
     uuid_finding_t machine_id;
-    bool keeps_machine_id = true; ///< false if each object makes a fresh id, because none can be stored
-    std::string domain;           ///< its address tells whether this machine is in the maker's network
-    std::optional<ostrel_platform::host_addresses_t> addresses; ///< nothing when the rule is not reached
-    std::optional<virk_state_t> answer;                         ///< nothing when the rule is not reached
-    std::vector<step_t> steps;                                  ///< in the order of the decision
+    bool keeps_machine_id = true; ///< false if each object generates an id that cannot be stored
+    std::string domain;           ///< the corporate domain
+    std::optional<ostrel_platform::host_addresses_t> addresses; ///< nullopt: network rule not reached
+    std::optional<virk_state_t> answer;                         ///< nullopt: consent rule not reached
+    std::vector<step_t> steps;                                  ///< in their order
     decision_t decision;
     std::vector<place_t> places;
     days_plan_t days;
     event_filter_t events;
     std::string endpoint;
 
-    /// Null if there is none of that role.
+    /// The place with this role; null if there is none.
     const place_t* find(place_role_t role) const;
 };
 
 /// The consent file and its state.
 place_t look_at_consent(const settings_paths_t& paths);
 
-/// The product and the event filter that the plan is made for.
+/// The input of make_plan.
 struct plan_subject_t {
     std::wstring product_id;
-    kiln2::path_t event_filter; ///< may be empty
+    kiln2::path_t event_filter; ///< the event filter's file; may be empty
 };
 
-/// Reads files and the environment, and resolves one name if the decision reaches that rule. Writes and
-/// creates nothing.
+/// Reads files and the environment. If the decision reaches the network rule, resolves one name. Writes
+/// nothing.
 plan_t make_plan(const plan_subject_t& subject, resolver_t resolver = &ostrel_platform::resolve_host);
 
 } // namespace OSTREL_NAMESPACE

@@ -1,4 +1,4 @@
-// Where the per-user files lie.
+// The paths of the per-user files.
 #include "statistic_impl/settings_paths.h"
 
 #include "foundations/folders.h"

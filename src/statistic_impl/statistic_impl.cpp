@@ -1,4 +1,4 @@
-// The policy half of a statistic object.
+// The base class of a statistic object: collection policy and local state.
 #include "statistic_impl/statistic_impl.h"
 
 #include "foundations/folders.h"
@@ -60,7 +60,7 @@ statistic_impl_t::env_vars_state_t statistic_impl_t::get_env_vars_state() {
     return state;
 }
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): users of the class call it on an object
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): callers use an object
 bool statistic_impl_t::is_send_files_disabled() const {
     OSTREL_TRACE_CALL(policy_log,
                       L"bool " OSTREL_NAMESPACE_TEXT L"::statistic_impl_t::is_send_files_disabled() const");

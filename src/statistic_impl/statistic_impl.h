@@ -1,4 +1,4 @@
-// Collection policy and local state: whether anything may be collected at all.
+// The collection policy and the local state of a statistic object.
 #pragma once
 
 #include "kiln2/path.h"
@@ -11,18 +11,18 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// The collection policy of a statistic object. The constructor determines folders and machine id once. It
-/// takes the decision, and recording an answer of the user takes it again.
+/// Decides whether an object collects. The constructor creates the folders, finds the machine id and makes
+/// the decision. set_statistic_collection_enabled makes the decision again.
 ///
-/// Thread-safe; takes no lock.
+/// Thread-safe. Takes no lock.
 class statistic_impl_t : public statistic_t {
 public:
     /// The combined state of the environment switches.
     enum env_vars_state_t : std::int32_t {
         evsEnabled = 0,                ///< no switch is set
-        evsEnabledForced = 1,          ///< forced on by the environment
-        evsEnabledUnconditionally = 2, ///< forced on by the build
-        evsDisabled = 3,               ///< switched off by the environment
+        evsEnabledForced = 1,          ///< turned on by the environment
+        evsEnabledUnconditionally = 2, ///< turned on by the build
+        evsDisabled = 3,               ///< turned off by the environment
     };
 
     void reserved_slot_1() override;
@@ -33,18 +33,20 @@ public:
     virk_state_t get_consent_state() const override;
     void set_statistic_collection_enabled(bool enabled) override;
 
-    /// Reads the switches again. A disabling switch wins over the forcing one, whatever their values.
+    /// Reads the switches at each call. A disabling switch overrides the forcing switch, whatever their
+    /// values.
     static env_vars_state_t get_env_vars_state();
 
-    /// Whether the environment forbids sending files; for users of the class.
+    /// Whether NORVANE_DONOTSEND_FEEDBACK is set and not empty. The library itself does not call this
+    /// function.
     bool is_send_files_disabled() const;
 
-    /// Takes the decision again without storing it in the object. May block while it resolves a name.
+    /// Makes the decision again and returns it, but does not store it. May block while it resolves a name.
     bool is_enabled() const;
 
 protected:
-    /// Creates the folders, finds the machine id and takes the decision. Throws if a folder cannot be
-    /// created. make_plan computes the results of these steps in advance.
+    /// Throws if a folder cannot be created. make_plan computes the results of these steps without creating
+    /// anything.
     statistic_impl_t(const std::wstring& product_id, const std::wstring& product_version,
                      resolver_t resolver);
 

@@ -1,4 +1,4 @@
-// Which event a feature name becomes, if any.
+// Converts a feature name to the category and label of an event.
 #pragma once
 
 #include "ostrel/version.h"
@@ -9,15 +9,16 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// Views into the feature name that was routed, or into literals.
+/// Category and label of an event. The views point into the feature name or into literals.
 struct route_t {
     std::wstring_view category;
     std::wstring_view label;
 };
 
-/// The longest enabled name that is @p feature, or that a dot follows in @p feature, becomes the category.
-/// The text after that dot becomes the label. If no name matches, "run." followed by a name without dots
-/// becomes the category "run". Any other name becomes no event.
+/// The category is the longest enabled name that matches, see event_filter_t::longest_match. The label is the
+/// text after the dot that follows the category; it may be empty. If no enabled name matches, "run." followed
+/// by a name without dots has the category "run" and that name as label.
+/// @return nullopt if @p feature is not to be reported
 std::optional<route_t> route_feature(std::wstring_view feature, const event_filter_t& enabled);
 
 } // namespace OSTREL_NAMESPACE

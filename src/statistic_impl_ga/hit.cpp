@@ -24,11 +24,11 @@ hit_identity_t identify(const std::wstring& machine_id, const std::wstring& appl
 
 std::string compose_hit_prefix(const hit_identity_t& identity) {
     std::string prefix = "v=1&tid=" + identity.tracking_id;
-    // Machine id and version are not escaped: collectors have always received them so.
+    // Machine id and version are not percent-encoded, because existing collectors expect them unencoded.
     prefix.append("&cid=").append(utf16_to_utf8(identity.machine_id));
     append_percent_encoded(prefix.append("&an="), identity.application_name);
     prefix.append("&av=").append(utf16_to_utf8(identity.application_version));
-    // The same on every system: collectors group by it.
+    // The value is "win32" on every system, because collectors group hits by it.
     append_percent_encoded(prefix.append("&cd1="), L"win32");
     append_percent_encoded(prefix.append("&cd2="), identity.os_name);
     return prefix.append("&t=event&ec=");
@@ -36,9 +36,9 @@ std::string compose_hit_prefix(const hit_identity_t& identity) {
 
 std::string compose_event_hit(const std::string& prefix, const route_t& route, bool is_regular_user) {
     std::string hit;
-    // One allocation for names of which at most a few characters have to be escaped.
-    constexpr std::size_t room = sizeof "&el=&cd3=y" + 16;
-    hit.reserve(prefix.size() + route.category.size() + route.label.size() + room);
+    // One allocation is enough unless many characters must be percent-encoded.
+    constexpr std::size_t extra_capacity = sizeof "&el=&cd3=y" + 16;
+    hit.reserve(prefix.size() + route.category.size() + route.label.size() + extra_capacity);
     append_percent_encoded(hit.append(prefix), route.category);
     if (!route.label.empty())
         append_percent_encoded(hit.append("&el="), route.label);

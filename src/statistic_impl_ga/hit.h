@@ -17,15 +17,15 @@ struct hit_identity_t {
     std::wstring os_name;
 };
 
-/// The identity of an object with this id, application and version. The account at the collector and the name
-/// of the running system are added.
+/// Returns the common parameters of an object. The function adds the tracking id, which is built in, and the
+/// name of the operating system.
 hit_identity_t identify(const std::wstring& machine_id, const std::wstring& application_name,
                         const std::wstring& application_version);
 
-/// The first part of every hit of one object: the common parameters, and the key of the category.
+/// Returns the first part of every hit of one object. The last key is "ec", the category, without its value.
 std::string compose_hit_prefix(const hit_identity_t& identity);
 
-/// A complete hit. It has no event action and no event value.
+/// Returns a complete hit. The hit has no event action and no event value.
 /// @param prefix the result of compose_hit_prefix
 std::string compose_event_hit(const std::string& prefix, const route_t& route, bool is_regular_user);
 

@@ -30,7 +30,7 @@ statistic_impl_ga_t::statistic_impl_ga_t(const std::wstring& application_name,
 statistic_impl_ga_t::~statistic_impl_ga_t() = default;
 
 void statistic_impl_ga_t::notify_feature_usage_ex(const std::wstring& feature_name, std::uint64_t value) {
-    // One question for all lines of a report: if INFO is off, TRACE is off too.
+    // One test is enough for all log lines of a report: if INFO is off, TRACE is off too.
     if (!analytics_log.is_enabled_for(log_level_t::info))
         return record(feature_name);
     OSTREL_TRACE_CALL(analytics_log,
@@ -55,7 +55,7 @@ void statistic_impl_ga_t::set_statistic_collection_enabled(bool enabled) {
 }
 
 void statistic_impl_ga_t::record(std::wstring_view feature_name) {
-    // Recorded before the checks: a day of use counts even while collection is off.
+    // A day of use counts even while collection is off.
     m_activity.add_today();
     if (is_reporting())
         report(feature_name);
@@ -67,7 +67,7 @@ void statistic_impl_ga_t::report(std::wstring_view feature_name) {
 }
 
 void statistic_impl_ga_t::report_utf8(std::string_view feature_name) {
-    // Most names are short and need no heap. The units are left uninitialised, which is faster.
+    // Short names need no heap memory. The array stays uninitialised, which is faster.
     std::array<wchar_t, 64> units; // NOLINT(cppcoreguidelines-pro-type-member-init)
     if (feature_name.size() > units.size())
         return report(quillkit::strings::utf8_to_utf16(feature_name));

@@ -1,4 +1,4 @@
-// The concrete statistic object: turns notifications into hits and hands them over for delivery.
+// The concrete statistic object: converts reports to hits and queues them.
 #pragma once
 
 #include "http_connector/http_connector.h"
@@ -12,17 +12,18 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// What the factory and the C interface make. Prefix and filter are settled in the constructor and only read
-/// afterwards, so that notifications need no lock but the queue's.
+/// The factory and the C interface create objects of this class. The constructor sets the hit prefix and the
+/// event filter, which never change afterwards. A report therefore takes only the queue's lock and, once a
+/// day, the mutex of the days of use.
 class statistic_impl_ga_t final : public statistic_impl_t {
 public:
     statistic_impl_ga_t(const std::wstring& application_name, const std::wstring& application_version,
                         resolver_t resolver = &ostrel_platform::resolve_host);
-    /// Waits for the hits queued so far, then saves the days of use.
+    /// Waits for the queued hits, then saves the days of use.
     ~statistic_impl_ga_t() override;
 
     void notify_feature_usage_ex(const std::wstring& feature_name, std::uint64_t value) override;
-    /// Like notify_feature_usage, for a name in UTF-8, which it converts only if the name is needed.
+    /// Like notify_feature_usage, for a UTF-8 name. Converts the name only if it is logged or reported.
     void notify_feature_usage_utf8(const char* feature_name);
     void set_statistic_collection_enabled(bool enabled) override;
     void reserved_slot_5() override;
@@ -41,7 +42,7 @@ private:
     std::string m_tracking_id;
     std::string m_hit_prefix;
     event_filter_t m_enabled_events;
-    bool m_ready = false; ///< written by the constructor alone
+    bool m_ready = false; ///< written only by the constructor
 };
 
 } // namespace OSTREL_NAMESPACE
