@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Counts the instructions of a notification, a delivery and an object. Fails if a count exceeds its limit.
+# Counts the instructions of a notification, of a delivery, and of creating and destroying an object. Fails if a count
+# exceeds its limit.
 set -euo pipefail
 
 root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
@@ -89,9 +90,9 @@ if grep -q pthread_mutex_lock "$work/silenced-off-100-01"; then
 fi
 
 declare -rA titles=(
-    [routed]="enabled and routed, until the hit is in the queue" [escaped]="the same with a name that needs escaping"
-    [missed]="name not in the filter" [off]="collection off, the day of use recorded"
-    [silenced-routed]="logger off: enabled and routed" [silenced-escaped]="logger off: a name that needs escaping"
+    [routed]="enabled and routed, until the hit is in the queue" [escaped]="enabled and routed, name needs escaping"
+    [missed]="name not in the filter" [off]="collection off, day of use already recorded"
+    [silenced-routed]="logger off: enabled and routed" [silenced-escaped]="logger off: name needs escaping"
     [silenced-missed]="logger off: name not in the filter" [silenced-off]="logger off: collection off, no lock"
     [names]="increase from 1 to 1,000 names in the filter" [delivery]="delivery, per cent of a bare loop"
     [create-off]="create and destroy, collection off, 100 names" [create]="create and destroy, collecting, 100 names"

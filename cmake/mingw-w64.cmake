@@ -9,8 +9,8 @@ set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
 # A prefix from the environment is stored in the cache, because the build tool
-# can run CMake again without that variable. Without it, CMake asks the script on
-# each run, because the folder's name changes with the script.
+# can run CMake again without that variable. If there is no such prefix, CMake
+# asks the script on each run, because the folder's name changes with the script.
 if(NOT OSTREL_WINDOWS_PREFIX AND DEFINED ENV{OSTREL_WINDOWS_PREFIX})
   set(OSTREL_WINDOWS_PREFIX "$ENV{OSTREL_WINDOWS_PREFIX}" CACHE PATH
       "The folder with the libraries for Windows")

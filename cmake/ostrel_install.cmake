@@ -54,7 +54,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake
 # CMake prints the version when it refuses a package.
 file(APPEND ${PROJECT_BINARY_DIR}/ostrelConfigVersion.cmake [[
 if(PACKAGE_FIND_VERSION AND NOT PACKAGE_VERSION_COMPATIBLE)
-  string(APPEND PACKAGE_VERSION " (no other version is compatible: name all three numbers, or none)")
+  string(APPEND PACKAGE_VERSION " (no other version is compatible: require major.minor.patch, or no version)")
 endif()
 ]])
 install(

@@ -137,7 +137,7 @@ def write(folder, name, text):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--data", required=True, help="data folder of the collector; writes to its folder page")
+    parser.add_argument("--data", required=True, help="data folder of the collector; writes to DATA/page")
     parser.add_argument("--threshold", type=int, default=20, help="fewest machines for which a number is shown")
     parser.add_argument("--filter", action="append", default=[], metavar="[PRODUCT=]FILE", help="event filter")
     parser.add_argument("--interval", type=int, default=60, help="seconds between two loads")

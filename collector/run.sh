@@ -30,8 +30,8 @@ as the system user "$account" if DIR is new or belongs to root.
   --help               print this text
 
 If PGHOST, PGHOSTADDR or PGSERVICE is set, hits are counted in that PostgreSQL
-server, with the other variables of libpq. Otherwise the collector creates a
-database cluster in DIR.
+server. The other environment variables of libpq apply too. Otherwise the
+collector creates a database cluster in DIR.
 END
 }
 

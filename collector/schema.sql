@@ -222,10 +222,11 @@ BEGIN
     RETURN body;
 END $$;
 
--- compute_period with a cache. A merge deletes the cached periods that are not older than its first day.
+-- compute_period with a cache. A merge deletes each cached period that ends on or after the first merged day.
 CREATE OR REPLACE FUNCTION period(first_day date, last_day date, least_machines int) RETURNS json LANGUAGE plpgsql AS $$
 BEGIN
-    PERFORM pg_advisory_xact_lock_shared(hashtext('collector.merge')); -- else a result from before a merge could be cached after it
+    -- Prevents a merge during the computation. Otherwise an obsolete result could be cached.
+    PERFORM pg_advisory_xact_lock_shared(hashtext('collector.merge'));
     INSERT INTO period_cache
         SELECT first_day, last_day, least_machines, compute_period(first_day, last_day, least_machines)
         WHERE NOT EXISTS (SELECT FROM period_cache

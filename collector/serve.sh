@@ -17,7 +17,8 @@ readonly report=(python3 "$RUN/report.py" --data "$DATA" --threshold "$THRESHOLD
 say() { echo "collector: $*" >&2; }
 running() { [[ -n $1 ]] && kill -0 "$1" 2>/dev/null; }
 
-# start SIGNAL COMMAND...: runs the command in the background. If this script is killed, the kernel sends it SIGNAL.
+# start SIGNAL COMMAND...: runs the command in the background. If this script is killed, the kernel sends the command
+# SIGNAL.
 start() {
     local signal=$1
     shift

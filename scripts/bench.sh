@@ -14,8 +14,8 @@ Each row has a figure, its goal, and whether the goal is met. Other programs on
 the machine change the times, but hardly the numbers of instructions or the
 ratios of two measurements.
 
-  --plot  also measure growth with names, threads and hits, and draw it to
-          docs/growth.svg
+  --plot  also measure the cost for more names, threads and hits, and draw the
+          results to docs/growth.svg
   --help  print this text
 END
 }

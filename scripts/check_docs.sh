@@ -13,7 +13,7 @@ Checks the documents:
   - Doxygen creates the reference of the public headers without warnings.
   - The table in docs/host-guide.md lists all CMake options.
   - Each script has a --help text.
-  - The tables of hit parameters agree with a hit.
+  - The tables of hit parameters list exactly the parameters of a hit.
   - The programs in README.md and docs/ compile, run and send the shown hits.
 
   --build-dir DIR  use the library and ostrelctl in DIR (build/linux)

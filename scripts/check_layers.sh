@@ -66,7 +66,7 @@ only_in 'src/toolkit/kiln2/path\.cpp|src/foundations/folders\.cpp' 'include *<bo
 only_in 'src/foundations/trace\.|tests/|examples/logging_host/|bench/' 'include *<log4cplus/' \
     'log4cplus outside its layer'
 # The benchmarks and the fuzz targets run on Linux only. mingw-w64 has some of these headers too, so a build for Windows
-# does not find all of these includes.
+# does not fail on each of them.
 only_in 'src/platform/(posix|windows)/|(tests|tools)/([a-z]+/)?(posix|windows)/|bench/|fuzz/' \
     'include *<((unistd|fcntl|dirent|netdb|poll|pwd|spawn|signal|pthread|dlfcn)\.h|(sys|netinet|arpa)/)' \
     'POSIX header outside a folder posix/'
@@ -75,5 +75,5 @@ only_in 'src/platform/windows/|(tests|tools)/([a-z]+/)?windows/' \
     'Windows header outside a folder windows/'
 only_in 'src/platform/|include/ostrel/export\.h' \
     '^ *# *(el)?if.*\b(_?WIN(32|64)|_MSC_VER|__MINGW|__(linux|unix|APPLE|GLIBC)__|_POSIX)' \
-    '#if on a system outside export.h and src/platform'
+    'conditional compilation for one system outside export.h and src/platform'
 exit $faults

@@ -28,7 +28,7 @@ step() {
 missing_packages() {
     local package
     for package in "$@"; do
-        # One line for each architecture. A package that is known only because
+        # dpkg-query prints a line for each architecture. A package that is known only because
         # others refer to it has the status "not-installed".
         dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || echo "$package"
     done

@@ -214,7 +214,7 @@ show_and_check() {
     check "what the manager was asked" <(expected_calls) \
         <(calls | sed -E 's/(-s |uuid-)[0-9]+/\1PID/' | sort)
     check "what the host's log says" <(expected_log) <(grep '^INFO  ostrel' "$folder/logging.txt")
-    echo "The demo passed: exactly what should have arrived did, in its order."
+    echo "The demo passed: exactly the expected hits arrived, in the expected order."
 }
 
 if [[ -z $build_dir ]]; then

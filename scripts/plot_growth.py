@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Draws an SVG from the benchmarks' JSON: the cost of a notification, by names, threads and hits."""
+"""Draws an SVG from the benchmarks' JSON: the cost of a notification for numbers of names, threads and hits."""
 
 import argparse
 import json
@@ -8,8 +8,8 @@ import math
 WIDTH, HEIGHT, LEFT, TOP, GAP = 300, 200, 60, 50, 70
 PANELS = (
     ("names in the filter", (("routed", "notify/routed/"), ("not in the filter", "notify/missed/")), "cpu_time"),
-    ("threads at once", (("routed, each thread", "threads/"),), "ns"),
-    ("hits in one go", (("routed", "hits/"),), "real_time"),
+    ("concurrent threads", (("routed, each thread", "threads/"),), "ns"),
+    ("consecutive hits", (("routed", "hits/"),), "real_time"),
 )
 COLOURS = ("#1f5fa8", "#c2571a")
 
@@ -77,7 +77,7 @@ def main():
     with open(arguments.drawing, "w", encoding="utf-8") as target:
         target.write(f'<svg xmlns="http://www.w3.org/2000/svg" width="{width}" height="{TOP + HEIGHT + 50}" '
                      'font-family="sans-serif" font-size="12">\n<rect width="100%" height="100%" fill="white"/>\n')
-        target.write(text(8, 16, "processor time of the caller, ns a notification", "start") + "\n")
+        target.write(text(8, 16, "processor time of the caller, ns per notification", "start") + "\n")
         target.write("\n".join(parts) + "\n</svg>\n")
 
 

@@ -18,8 +18,9 @@ Creates the Wine prefix if it does not exist, then runs the program in it.
 
   OSTREL_WINE_PREFIX  the prefix (build/windows/wine). If build/windows/wine
                       exists, a new prefix is created as its copy.
-  OSTREL_DLL_DIR      the only folder with DLLs (the DLL folders of the build and
-                      of its libraries)
+  OSTREL_DLL_DIR      folder with the DLLs that the program needs. If it is not
+                      set, the DLL folders of the build and of its libraries are
+                      used.
 END
 }
 

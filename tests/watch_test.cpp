@@ -56,7 +56,7 @@ TEST_F(watch, control_characters_are_escaped_and_malformed_hits_counted) {
         "category \"a\\x1b\", no label, product \"y\", version \"1\\x1b[2J\", regular user: yes\n"
         "  v=1&tid=UA-40271936-07&cid=x&an=y&av=1\\x1B[2J&cd1=win32&cd2=z&t=event&ec=a%1B&cd3=y\n"
         "malformed: the text does not begin like a hit\n  \\x1B[31m\n"
-        "malformed: not HTTP as expected: body limit exceeded\n  \n");
+        "malformed: invalid HTTP: body limit exceeded\n  \n");
 }
 
 TEST_F(watch, json_is_one_object_a_line) {

@@ -1,4 +1,4 @@
-"""Log files become counts in the database, and these the report."""
+"""From log files to counts in the database and to the report."""
 import json
 import os
 import subprocess
@@ -38,7 +38,7 @@ class CountsTest(CollectorTest):
         self.assertLess(abs(latest["days"][1][2] - 20000), 1000)
         self.assertLess(abs(self.feature(report["earlier"][0], "many", "label")["machines"] - 5000), 250)
 
-    def test_cells_below_the_threshold_are_hidden_and_cannot_be_subtracted(self):
+    def test_cells_below_the_threshold_are_hidden_and_cannot_be_computed(self):
         small, large = range(3), range(45)
         self.collector.load(
             lines([hit(f"a{n}", label="hidden", version="9", system="Rare") for n in small] +
@@ -57,7 +57,7 @@ class CountsTest(CollectorTest):
         self.assertEqual(shown["days"], [["(other)", 51, 45]])
         self.assertEqual([v["machines"] for v in shown["versions"]], [24, 24])
         self.assertEqual(shown["versions"][0]["version"], "(other)")
-        # One hidden number of regular users hides the others: the product's number is shown.
+        # The product's number is shown. If one system's number is hidden, all are hidden, or it could be computed.
         self.assertEqual([(i["os"], i["regular_machines"]) for i in report["installations"]],
                          [("Debian", None), ("(other)", None)])
         self.assertEqual(report["products"][0]["regular_machines"], 22)

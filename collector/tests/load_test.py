@@ -1,4 +1,4 @@
-"""How bodies and log lines are read, without a database."""
+"""Parsing of bodies and log lines, without a database."""
 import datetime
 import io
 import json
@@ -20,7 +20,7 @@ def read(content, filters):
 
 
 class ReadingTest(unittest.TestCase):
-    def test_bodies_mean_what_the_shared_table_says(self):
+    def test_parsed_bodies_match_the_shared_table(self):
         with open(os.path.join(ROOT, "tests/data/hit_bodies.json"), encoding="utf-8") as file:
             cases = json.load(file)
         for case in cases:
@@ -46,7 +46,7 @@ class ReadingTest(unittest.TestCase):
             with self.subTest(stamp[:20]):
                 self.assertEqual(read(f"{stamp} {hit()}\n".encode(), {None: {"editor"}}), (0, {"wrong time": 1}))
 
-    def test_listed_names_count_and_run_with_one_word(self):
+    def test_listed_names_and_run_dot_name_are_counted(self):
         filters = {None: {"editor"}, "c_host": {"debugger.attach"}}
         for count, body in [(1, hit()), (1, hit(product="any")), (1, hit(category="debugger.attach", label=None)),
                             (0, hit(category="debugger.attach", product="any")), (0, hit(category="editors")),

@@ -32,7 +32,7 @@ class PageTest(unittest.TestCase):
     def text(self, selector="body"):
         return self.browser.evaluate(f"document.querySelector({selector!r}).innerText")
 
-    def test_texts_and_charts_fit_both_widths_and_hostile_texts_stay_texts(self):
+    def test_page_fits_both_widths_and_shows_html_in_names_as_text(self):
         for width in (1280, 390):
             self.open(width=width)
             for selector, text in [("#features", HOSTILE_TEXT), ("#features", "editor.open.file"), ("#features", "42"),

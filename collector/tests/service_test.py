@@ -16,7 +16,7 @@ POSTGRES = "/usr/lib/postgresql/15/bin/"
 
 
 def post_some(collector, client, hits):
-    """@return the answers, each once"""
+    """@return the set of HTTP statuses"""
     with collector.client() as connection:
         return {ask(connection, body=hit(f"m{client}-{n // 2}")) for n in range(hits)}
 
@@ -73,7 +73,7 @@ class SharedCollectorTest(CollectorTest):
         for trace in (name.encode(), digest, digest[::-1], b"%d" % number):
             with self.subTest(trace):
                 self.assertEqual(files_with(self.collector.data, trace), [])
-        # The sketch contains this hash, and the search finds it in a table and in the write-ahead log.
+        # Checks the search itself: the sketch has the hash, and copies in a table and its write-ahead log are found.
         self.assertEqual(self.collector.sql(f"SELECT machines = hll_add(machines, ({number})::bigint::hll_hashval) "
                                             "FROM feature_day"), "t")
         self.collector.sql(f"CREATE TABLE planted AS SELECT '{name}' AS text, {number}::bigint AS number; CHECKPOINT")

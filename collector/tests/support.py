@@ -1,4 +1,4 @@
-"""A collector in a folder of its own, and what tests ask of it."""
+"""Starts a collector in a separate folder, and has helper functions for the tests."""
 import contextlib
 import http.client
 import json
@@ -37,7 +37,7 @@ def lines(bodies, days_ago=0):
 def wait_for(condition, seconds=90):
     deadline = time.monotonic() + seconds
     while not (result := condition()):
-        assert time.monotonic() < deadline, "waited in vain"
+        assert time.monotonic() < deadline, f"timeout after {seconds} s"
         time.sleep(0.05)
     return result
 
@@ -54,7 +54,7 @@ def listens(port):
 
 
 def processes(words):
-    """Ids of the processes whose command line holds the words."""
+    """Ids of the processes whose command line contains the words."""
     return [int(number) for number in os.listdir("/proc") if number.isdigit() and words in command_line(number)]
 
 

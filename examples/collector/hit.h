@@ -1,4 +1,4 @@
-// Parses a posted hit. Uses none of the library's code, so that a bug there cannot hide itself.
+// Parses a posted hit. Shares no code with the library, because a bug in shared code would not be noticed.
 #pragma once
 
 #include <optional>

@@ -94,7 +94,7 @@ std::string counted(int count, const std::string& noun) {
 
 collector::hit_t read_hit(const collector::request_t& request) {
     if (!request.fault.empty())
-        throw collector::malformed_hit_t("not HTTP as expected: " + request.fault);
+        throw collector::malformed_hit_t("invalid HTTP: " + request.fault);
     if (request.method != "POST" || request.target != "/collect")
         throw collector::malformed_hit_t(collector::quoted(request.method) + " to " +
                                          collector::quoted(request.target) +
@@ -129,7 +129,7 @@ void sum_up(const std::vector<collector::request_t>& requests) {
               << " malformed" << std::endl;
 }
 
-// A process cannot send a signal to another process on every system. Closing a pipe works on all of them.
+// Some systems cannot send signals to other processes. Closing a pipe works on all systems.
 void stop_when_input_ends() {
     std::thread([] {
         std::cin.ignore(std::numeric_limits<std::streamsize>::max());

@@ -57,7 +57,7 @@ private:
     void answer(const request_t& request, bool keep_alive) {
         m_response = {http::int_to_status(m_judge(request)), 11};
         if (m_response.result() == http::status::temporary_redirect)
-            m_response.set(http::field::location, "/elsewhere"); // a redirect to follow
+            m_response.set(http::field::location, "/elsewhere"); // clients can follow this redirect
         m_response.keep_alive(keep_alive);
         m_response.prepare_payload();
         http::async_write(m_stream, m_response,

@@ -23,7 +23,7 @@ struct request_t {
 
 struct server_settings_t {
     unsigned short port = 0;         ///< 0 means a free port
-    std::string target = "/collect"; ///< path in url(); the judge also gets requests to other targets
+    std::string target = "/collect"; ///< path in url(); requests to other paths are received too
     std::uint64_t longest_body = std::uint64_t{16} << 20U; ///< in bytes; a longer body is a fault
     bool keeps_requests = true; ///< if false, requests are not stored, so memory does not grow
 };

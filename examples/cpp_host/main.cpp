@@ -40,7 +40,7 @@ private:
     std::wstring m_temp_dir;
 };
 
-/// Asks the user if necessary. @return the state afterwards
+/// Asks the user for consent if necessary. @return the state of the consent after that
 ostrel::virk_state_t settle_consent(ostrel::statistic_t& statistic) {
     if (statistic.get_consent_state() == ostrel::vsUnknown) {
         std::cout << "The user must be asked. The user agrees.\n";

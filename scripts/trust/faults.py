@@ -58,7 +58,7 @@ def through(make_proxy, expected, dies=False):
 
 @contextlib.contextmanager
 def stalled():
-    """The system accepts connections to it, nobody reads them."""
+    """A proxy that never reads: the kernel accepts the connections, no program serves them."""
     with socket.create_server(("127.0.0.1", 0)) as listener:
         yield types.SimpleNamespace(address=f"127.0.0.1:{listener.getsockname()[1]}")
 
@@ -82,7 +82,7 @@ def silent_name_server(_full):
 
 CASES = {
     "nginx, 200": nginx(ALL),
-    "nginx, connection closed after each": nginx(ALL, server="keepalive_timeout 0;"),
+    "nginx closes the connection after each hit": nginx(ALL, server="keepalive_timeout 0;"),
     "nginx, 204": nginx(UNREAD, "return 204;"),
     "nginx, 301": nginx(UNREAD, "return 301 /elsewhere;"),
     "nginx, 500": nginx(UNREAD, "return 500;"),
@@ -99,12 +99,12 @@ CASES = {
     "chunked": hostile(ALL, peers.answers(
         b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nok\r\n0\r\n\r\n")),
     "100, then 200": hostile(ALL, peers.answers(b"HTTP/1.1 100 Continue\r\n\r\n" + OK)),
-    "hit of 2 MB, which libcurl announces": hostile(["n" * 12, "n1", "n2"], first="notify " + "n" * 2_000_000),
+    "hit of 2 MB with Expect: 100-continue": hostile(["n" * 12, "n1", "n2"], first="notify " + "n" * 2_000_000),
     "connection closed between two hits": hostile(ALL, peers.closes_after_the_first, lambda: None),
-    "connection closed under a hit, which libcurl repeats": hostile(
+    "connection closed after a hit without an answer: libcurl sends it again": hostile(
         ["n0", "n1", "n1", "n2"], peers.closes_under_the_second, lambda: None),
 }
-# Wine reports the reset as a regular end, which libcurl takes for the end of the headers.
+# Wine reports an orderly close instead of the reset. libcurl then accepts the incomplete headers.
 UNDER_WINE = {"reset within headers": hostile(ALL, peers.resets_after(b"HTTP/1.1 200 OK\r\nConte"))}
 LINUX_ONLY = {
     "tinyproxy": through(Tinyproxy, ALL),
@@ -136,7 +136,7 @@ def make_read_only(folder):
 
 @contextlib.contextmanager
 def disk(spoil, answer):
-    """The profile of an earlier process, or of a user who has not answered, on a disk of its own."""
+    """A profile on a separate disk. With @p answer it has the files of an earlier process, otherwise no files."""
     with tempfile.TemporaryDirectory() as folder:
         subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "trust", folder], check=True)
         try:
@@ -164,7 +164,7 @@ def new_answer(_full):
     with disk(fill, None) as profile, Peer() as peer, Host(profile, peer.url) as host:
         host.tell("create")
         must_ask = host.tell("consent 1")[1]
-        expect("an answer that is not saved is asked for again", must_ask == "1", must_ask)
+        expect("the user must be asked again if the answer was not saved", must_ask == "1", must_ask)
         host.tell("notify n", "destroy")
         host.end()
         expect("nothing arrives", not peer.bodies, peer.bodies)

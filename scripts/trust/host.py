@@ -1,4 +1,4 @@
-"""A host process under test, with a data folder of its own."""
+"""A host process under test, with a separate data folder."""
 import os
 import pathlib
 import re
@@ -12,12 +12,12 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 
 class Fault(Exception):
-    """A broken promise."""
+    """A failed check."""
 
 
 def expect(what, holds, seen=""):
     if not holds:
-        raise Fault(f"{what}: {seen}")
+        raise Fault(f"expected: {what}; seen: {seen}")
 
 
 def wait_for(what, get, wanted, seconds=60):
@@ -55,7 +55,9 @@ class Profile:
 
 
 def environment(profile, url, **more):
-    """The caller's environment, of the settings of the library only where its DLLs are. hosts(5) names the domain."""
+    """Returns the caller's environment for a host. Removes the library's variables, except those for Wine and DLLs.
+
+    hosts(5) contains the corporate domain, so no DNS is needed."""
     unwanted = re.compile(r"NORVANE_|OSTREL_(?!WIN|CACHE)|PELLAR_|XDG_|https?_proxy|all_proxy|no_proxy", re.IGNORECASE)
     return {name: value for name, value in os.environ.items() if not unwanted.match(name)} | {
         "XDG_DATA_HOME": str(profile.folder), "OSTREL_TRUST_DATA": "Z:" + str(profile.folder).replace("/", "\\"),
@@ -80,7 +82,7 @@ class Host:
     def answer(self):
         """@return milliseconds and result of one command"""
         line = self.process.stdout.readline()
-        expect("the host lives", line, self.process.poll())
+        expect("the host answers", line, self.process.poll())
         milliseconds, result = line.rstrip().split(" ", 1)
         return float(milliseconds), result
 
@@ -92,12 +94,13 @@ class Host:
         return answer
 
     def state(self):
-        """@return the number of descriptors (on Windows the next handle), that of threads, and resident memory in KiB"""
+        """@return the number of descriptors (on Windows the value of a new handle), the number of threads, and the
+        resident memory in KiB"""
         descriptors, threads, pages = map(int, self.tell("state")[1].split())
         return descriptors, threads, pages * 4
 
     def settle(self, before):
-        """Waits for the system, which may remove descriptors and threads later than the library."""
+        """Waits until both numbers are as before: the system may remove descriptors and threads after a delay."""
         wait_for("descriptors and threads", lambda: self.state()[:2], before[:2], 10)
 
     def end(self, line="return", timeout=None):

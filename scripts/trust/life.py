@@ -74,22 +74,22 @@ def share_profile(count, rounds):
                     use_concurrently(peer, profile, count)
                 looks += watcher.looks
                 expect("files are whole at every moment", not watcher.flaws, watcher.flaws[:5])
-                expect("only the files are left", sorted(profile.contents()) == [
+                expect("no other files are left", sorted(profile.contents()) == [
                     "last_active_dates.xml", "uuid.xml", "virk"], profile.contents())
                 ids = collections.defaultdict(list)
                 for body in peer.bodies:
                     ids[re.search(r"el=p(\d+)_", body)[1]].append(re.search("cid=([^&]*)", body)[1])
             expect("each process reports", len(ids) == count, len(ids))
             for used in ids.values():
-                expect("the first object has one id", len(set(used[:2])) == 1, used)
-                expect("four hits arrive, the later ones with the stored id", used[2:] == ids["0"][2:] and
+                expect("the first object uses one id", len(set(used[:2])) == 1, used)
+                expect("four hits of each process arrive, the last two with the stored id", used[2:] == ids["0"][2:] and
                        len(used) == 4 and used[2] == used[3], (used, ids))
         return f"{looks} looks at files of {count} processes"
     return case
 
 
 def killed_while_saving(ci_rounds):
-    """Ten years of days of use make saving slow enough for kills."""
+    """The file has ten years of days of use, so that saving it takes long enough for a kill."""
     def case(full):
         rounds, outcomes, longest = 500 if full else ci_rounds, collections.Counter(), 0
         old = DAYS.format("".join(ITEM.format(1 + day % 28) for day in range(3650)))
@@ -111,8 +111,8 @@ def killed_while_saving(ci_rounds):
                 outcomes[days.read_text().count("<item>")] += 1
                 outcomes["locks"] += lock.exists()
                 lock.unlink(missing_ok=True)  # by hand, as documented
-                drafts = [name for name in profile.contents() if name.endswith(".tmp")]
-                expect("drafts do not pile up", len(drafts) <= 3, drafts)
+                temporary = [name for name in profile.contents() if name.endswith(".tmp")]
+                expect("at most three temporary files are left", len(temporary) <= 3, temporary)
             with Host(profile, peer.url) as host:
                 host.tell("create", "notify n", "destroy")
                 host.end()
@@ -122,7 +122,7 @@ def killed_while_saving(ci_rounds):
 
 
 def ending(prepare, line, logs, behave=None):
-    """Wine itself hangs in some processes that exit (docs/guarantees.md), so a third of them may."""
+    """At most a third of the processes may hang at exit, because Wine hangs in some of them (docs/guarantees.md)."""
     def case(full):
         longest, hung, rounds = 0, 0, (40 if full else 6) if Host.windows else (20 if full else 3)
         with Peer(behave) as peer, Profile() as profile:
@@ -162,7 +162,7 @@ def forked(full):
             seen = collections.Counter(re.sub(r"\d", "", label) for label in peer.arrived())
             expect("the parent's hits and those of the child's own object arrive",
                    seen == {"n": rounds * 100, "child": rounds, "shared": 1}, seen)
-    return f"{2 * rounds} children used and destroyed what they had inherited and delivered a hit each"
+    return f"{2 * rounds} children used and destroyed the inherited objects, and delivered one hit each"
 
 
 RELOAD = """
@@ -189,8 +189,8 @@ def reloaded(full):
                                 env=environment(profile, peer.url), check=True).stdout
         expect("all hits arrive", len(peer.bodies) == rounds + 20, len(peer.bodies))
     *before, old_memory, descriptors, threads, memory = map(int, output.split())
-    expect("descriptors and threads stay", before == [descriptors, threads], output)
-    expect("memory stays", memory - old_memory < 1024, output)
+    expect("the numbers of descriptors and threads do not change", before == [descriptors, threads], output)
+    expect("memory grows by less than 1 MiB", memory - old_memory < 1024, output)
     return f"{rounds} times: {before[0]} descriptors, {before[1]} threads, {memory - old_memory:+d} KiB"
 
 
@@ -209,7 +209,7 @@ def threads(_full):
 def storm(full):
     rounds = 50 if full else 10
     with Peer() as peer, Profile() as profile, Host(profile, peer.url) as host:
-        for _ in range(rounds):  # without the file, eight threads record the first day
+        for _ in range(rounds):  # without the file, all eight threads try to record the first day of use
             profile.settings("storm").joinpath("last_active_dates.xml").unlink(missing_ok=True)
             host.tell("storm")
         host.end()

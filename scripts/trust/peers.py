@@ -43,8 +43,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
 
 class Peer(http.server.ThreadingHTTPServer):
-    """Takes posts. behave(peer, connection, number) answers one hit, counted from 0, and returns whether to keep the
-    connection."""
+    """Receives POST requests. behave(peer, connection, number) answers one hit, counted from 0, and returns whether to
+    keep the connection."""
     request_queue_size = 512
 
     def __init__(self, behave=None, resets=False):
@@ -61,7 +61,7 @@ class Peer(http.server.ThreadingHTTPServer):
         return not self.resets
 
     def shutdown_request(self, request):
-        request.close()  # without the orderly end that would come before a reset
+        request.close()  # without shutdown(), which would send a FIN before the reset
 
     def handle_error(self, *_):
         pass  # the host has closed its connection
@@ -112,7 +112,7 @@ def keeps_silent(peer, _connection, _number):
 
 
 class Daemon:
-    """A server in the foreground with a folder of its own."""
+    """A server that runs in the foreground, with a separate folder."""
 
     def __init__(self, command, configuration):
         self.folder, port = pathlib.Path(tempfile.mkdtemp(prefix="ostrel-peer-")), free_port()
@@ -137,7 +137,7 @@ class Daemon:
 
 
 class Nginx(Daemon):
-    """A collector that logs each body. @p more is added to the collecting location, @p server to its server."""
+    """A collector that logs each body. @p more is added to the location /collect, @p server to the server block."""
 
     def __init__(self, more="", server=""):
         # nginx reads the body, and can log it, only because it passes the request on.

@@ -19,7 +19,7 @@ def traced(answer="1", commands=(), **variables):
         prefix = ["strace", "-f", "-o", log, "-e", "trace=%network,openat,open"]
         if Host.windows:
             prefix = ["sh", "-c", 'exec "$@" 2>"$0"', log]
-        # hosts(5) does not name the domain, so that the trace shows if it is resolved.
+        # The domain is not in hosts(5), so the trace shows each attempt to resolve it.
         with Host(profile, peer.url, prefix=prefix, WINEDEBUG="-all,+winsock,+winhttp,+process",
                   OSTREL_CORPORATE_DOMAIN="corp.trust.example", **variables) as host:
             host.tell("create", "get", "notify n 3", "destroy", "release", *commands)
@@ -33,11 +33,12 @@ def switched_off(_full):
             calls, hits = traced(**{switch: "0"}, **force)
             expect(f"no call with {switch}, {force}", not calls, calls[:5])
             expect(f"no hit with {switch}, {force}", not hits, hits)
-    return "each switch, alone and with the forcing one: no network, no file of the name service or OpenSSL"
+    return ("each opt-out variable, alone and with NORVANE_FORCE_FEEDBACK: "
+            "no network, no file of the name service or OpenSSL")
 
 
 def forced(_full):
-    """The trace that shows nothing in the other cases shows the network here."""
+    """Checks the trace itself: it shows network calls if collection is on."""
     calls, hits = traced(NORVANE_FORCE_FEEDBACK="1", commands=["child"])
     expect("hits arrive", len(hits) == 4, hits)
     for call in (["WSAStartup", "connect", "WinHttpOpen", "CreateProcessInternalW"] if Host.windows else
@@ -53,8 +54,8 @@ def not_agreed(_full):
                  "htons(53)" not in call]
         expect(f"only the name service is used with the answer {answer}", not wrong, wrong[:5])
         expect(f"no hit with the answer {answer}", not hits, hits)
-    return "no answer and a refusal: the corporate domain is resolved, nothing else"
+    return "no answer, or a refusal: the network is used only to resolve the corporate domain"
 
 
-CASES = {"a disabling switch is set": switched_off, "forced on": forced}
+CASES = {"an opt-out variable is set": switched_off, "forced on": forced}
 LINUX_ONLY = {"no answer, refusal": not_agreed}

@@ -36,27 +36,27 @@ def hang(*_):
 
 
 def run(name, case, full):
-    """@return whether the promise was kept"""
+    """@return whether the case passed"""
     start = time.monotonic()
     signal.alarm(3600 if full else 300)
     try:
-        outcome, kept = case(full), True
+        outcome, passed = case(full), True
     except Exception as error:  # the other cases still run
-        outcome, kept = f"**FAILED**: {error}", False
+        outcome, passed = f"**FAILED**: {error}", False
         if not isinstance(error, host.Fault):
             traceback.print_exc()
     signal.alarm(0)
     print(f"| {name} | {outcome} | {time.monotonic() - start:.1f} |", flush=True)
-    return kept
+    return passed
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("groups", nargs="*", help=f"any of {', '.join(LINUX)}; by default all but storm")
-    parser.add_argument("--windows", action="store_true", help="the Windows build, under Wine")
+    parser.add_argument("groups", nargs="*", help=f"groups of cases: {', '.join(LINUX)} (default: all but storm)")
+    parser.add_argument("--windows", action="store_true", help="test the Windows build, under Wine")
     parser.add_argument("--build", type=pathlib.Path, help="build tree (build/linux or build/windows)")
-    parser.add_argument("--full", action="store_true", help="the long counts, some seven minutes")
-    parser.add_argument("--case", default="", help="only cases whose name contains this")
+    parser.add_argument("--full", action="store_true", help="more repetitions (about seven minutes)")
+    parser.add_argument("--case", default="", help="run only the cases whose name contains this text")
     options = parser.parse_args()
     host.Host.windows = options.windows
     host.Host.build = (options.build or pathlib.Path("build", "windows" if options.windows else "linux")).resolve()
@@ -67,13 +67,13 @@ def main():
     if os.geteuid() and AS_ROOT & set(groups):
         parser.error(f"needs root: {', '.join(sorted(AS_ROOT))}")
     signal.signal(signal.SIGALRM, hang)
-    broken = 0
+    failed = 0
     for group in groups:
         print(f"\n| {group} | result | s |\n|---|---|---|", flush=True)
-        broken += sum(not run(name, case, options.full) for name, case in available[group].items()
+        failed += sum(not run(name, case, options.full) for name, case in available[group].items()
                       if options.case in name)
-    print(f"\n{broken} promises broken")
-    sys.exit(broken > 0)
+    print(f"\n{failed} cases failed")
+    sys.exit(failed > 0)
 
 
 if __name__ == "__main__":

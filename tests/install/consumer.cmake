@@ -155,7 +155,7 @@ if(WINDOWS)
   endforeach()
   execute_process(COMMAND ${emulator} --end)
 else()
-  expect_text("${output_of_older}" "name all three numbers")
+  expect_text("${output_of_older}" "require major.minor.patch")
   # A host in C that cannot make its settings folder aborts and names it.
   expect_status(".*abort" env -u XDG_DATA_HOME HOME=/dev/null "${folder}/plain_c")
   expect_text("${output}" "/dev/null")

@@ -112,7 +112,7 @@ std::string obey(const std::string& command, arguments_t& arguments) {
     else if (command == "busy")
         busy(arguments);
     else if (command == "child")
-        std::system("exit 0"); // shows a started process to a trace
+        std::system("exit 0"); // starts a process, which a trace must show
     else if (command == "leave")
         next<std::string>(arguments, "") == "exit" ? std::exit(0) : std::_Exit(0);
     else

@@ -61,7 +61,7 @@ command_line_t command_for(const watch_t& request, const std::string& url) {
 
 collector::hit_t read_hit(const collector::request_t& request) {
     if (!request.fault.empty())
-        throw collector::malformed_hit_t("not HTTP as expected: " + request.fault);
+        throw collector::malformed_hit_t("invalid HTTP: " + request.fault);
     return collector::parse_hit(request.body);
 }
 

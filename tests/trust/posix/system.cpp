@@ -16,13 +16,13 @@ std::string entries(const char* folder) {
 
 } // namespace
 
-void use_data_folder() {} // the library reads the same variable
+void use_data_folder() {} // the library reads XDG_DATA_HOME itself
 
-// The descriptor that lists the folder counts, too.
+// The number of descriptors includes the one that lists the folder.
 std::string state() {
     std::ifstream memory("/proc/self/statm");
     std::string resident;
-    memory >> resident >> resident; // behind the virtual size
+    memory >> resident >> resident; // the second field; the first is the virtual size
     return entries("/proc/self/fd") + " " + entries("/proc/self/task") + " " + resident;
 }
 

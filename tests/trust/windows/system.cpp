@@ -17,7 +17,7 @@ void use_data_folder() {
 }
 
 std::string state() {
-    // The system gives the lowest free value, so it grows with the number of open handles.
+    // A new handle has the lowest free value. If handles leak, this value grows.
     const HANDLE next = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
     ::CloseHandle(next);
     PROCESS_MEMORY_COUNTERS memory{};
