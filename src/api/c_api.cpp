@@ -1,4 +1,4 @@
-// The C entry points: convert, forward, nothing more.
+// The C entry points. They only convert arguments and forward calls.
 #include "ostrel/ostrel.h"
 
 #include "ostrel/statistic.h"

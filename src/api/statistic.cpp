@@ -1,4 +1,4 @@
-// The statistic interface's own bodies and the factory of the shared object.
+// Default implementations of the statistic interface, and the factory of the shared object.
 #include "ostrel/statistic.h"
 
 #include "settor2/product_locations.h"
@@ -14,7 +14,7 @@ namespace {
 
 std::mutex factory_mutex;
 
-// The maker's name for the object that a whole process shares. Collectors know it.
+// The product id of the process-wide object. Every hit carries it, so collectors depend on the value.
 const wchar_t* const shared_product_id = L"vemtra";
 
 std::wstring host_version() {

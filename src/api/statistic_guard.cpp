@@ -15,7 +15,8 @@ statistic_guard_t::statistic_guard_t(const std::wstring& name, const std::wstrin
     m_statistic->flush();
 }
 
-// Copies report no begin event: it belongs to the activity. Every destructor reports the end event.
+// A copy reports no begin event, because the activity has already begun. Every destructor, also that of a
+// copy, reports the end event.
 statistic_guard_t::statistic_guard_t(const statistic_guard_t& other) = default;
 statistic_guard_t& statistic_guard_t::operator=(const statistic_guard_t& other) = default;
 

@@ -30,7 +30,8 @@ datetime_t::fields_t to_fields(const std::tm& time) {
             time.tm_wday, time.tm_yday, 0};
 }
 
-// Some systems check the range before they normalise the fields, others never. So the result is checked.
+// Some systems check the range of the time before they normalise the fields. Other systems never check it.
+// So the result is checked here.
 bool is_in_range(std::int64_t seconds) {
     return seconds >= 0 && seconds <= last_second;
 }

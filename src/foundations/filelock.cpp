@@ -13,7 +13,7 @@ kiln2::path_t lock_file_of(const kiln2::path_t& data_file) {
 
 filelock_t::filelock_t(const kiln2::path_t& path) : m_locked(false), m_lock_path(lock_file_of(path)) {}
 
-// Hosts rely on copies that are memberwise: the copy of a locked object counts as locked too.
+// Hosts rely on memberwise copies: the copy of a locked object counts as locked too.
 filelock_t::filelock_t(const filelock_t& other) = default;
 filelock_t& filelock_t::operator=(const filelock_t& other) = default;
 

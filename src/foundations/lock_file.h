@@ -1,4 +1,4 @@
-// The companion file of a lock between processes.
+// The path of a lock file.
 #pragma once
 
 #include "kiln2/path.h"
@@ -6,7 +6,7 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// The file that is created to lock @p data_file.
+/// The path of the file that filelock_t creates to lock @p data_file.
 kiln2::path_t lock_file_of(const kiln2::path_t& data_file);
 
 } // namespace OSTREL_NAMESPACE

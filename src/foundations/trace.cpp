@@ -51,7 +51,8 @@ log4cplus::tstring to_tstring(const Wide& text) {
         return quillkit::strings::utf16_to_utf8(text);
 }
 
-// Creates missing ancestors. If the host configures an ancestor later, it configures the logger stored here.
+// Also creates the ancestors that do not exist yet, so that the list contains every ancestor that the host
+// may configure later.
 std::vector<log4cplus::Logger>& configured_loggers(std::wstring name) {
     brask_1::log::configureComponentLogger(name);
     auto& loggers = *new std::vector<log4cplus::Logger>;

@@ -96,7 +96,7 @@ private:
     static constexpr std::wstring_view ostrel_signature = signature;                                         \
     const OSTREL_NAMESPACE::call_tracer_t ostrel_call_tracer((logger), ostrel_signature, __FILE__, __LINE__)
 
-// NOLINTBEGIN(bugprone-macro-parentheses): with parentheses, << would first be applied to the pieces alone
+// NOLINTBEGIN(bugprone-macro-parentheses): message << (a << b) would evaluate a << b before it appends a
 
 /// Writes the pieces, joined by <<, at a level of log_level_t.
 #define OSTREL_LOG(logger, level, pieces)                                                                    \

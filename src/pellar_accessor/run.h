@@ -9,8 +9,8 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// The result of a run that did not start: the tool is missing, the session is remote, or the start of a tool
-/// that is not waited for failed.
+/// The result of run_tool if the tool's executable is missing, if the session is remote, or if the tool could
+/// not be started and `sync` is false.
 inline constexpr int not_started = -1;
 
 /// Whether the environment variable OSTREL_DISABLE_PELLAR allows starting a tool. Each call reads the
@@ -20,9 +20,9 @@ bool is_call_allowed();
 /// Runs a tool.
 /// @param sync whether to wait for the tool's end, without a timeout
 /// @param program_files returns the folder of common program files
-/// @return 0 if the bridge is switched off, otherwise not_started or the result of the start. With @p sync
-///         the result is the tool's exit code, or the system's error number if the run failed. Without it
-///         the result is 0.
+/// @return 0 if the bridge is switched off, and not_started in the cases named above. Otherwise, a run with
+///         @p sync returns the tool's exit code, or the system's error number if the run failed. A run
+///         without @p sync returns 0.
 int run_tool(pellar_accessor_impl_t::pellar_tool_t tool, const std::vector<std::wstring>& arguments,
              bool sync, program_files_t program_files);
 

@@ -11,7 +11,7 @@ enum class entry_t {
     folder,
     file,
     stream,        ///< a device or a pipe
-    dangling_link, ///< a symbolic link without a target
+    dangling_link, ///< a symbolic link whose target is missing
     other,         ///< for example a socket
     unreachable,   ///< this user lacks permission to search a folder of the path
 };

@@ -12,7 +12,7 @@ namespace ostrel_platform {
 
 /// An open regular file that other processes may read and write concurrently.
 ///
-/// Devices, pipes and folders cannot be opened, because reading them could block for ever.
+/// Only regular files can be opened, because reading a device or a pipe could block for ever.
 class shared_file_t {
 public:
     /// @return nullopt if the file is missing, is not a regular file or cannot be read
@@ -34,7 +34,10 @@ private:
 };
 
 /// Creates an empty file. Of several concurrent callers, in any process, exactly one succeeds. No handle
-/// stays open. On POSIX only their user can access the new files that these functions create.
+/// stays open.
+///
+/// On POSIX, if a function in this header creates a file that did not exist, only the current user can access
+/// the file.
 /// @return false if the file exists already or cannot be created
 bool create_exclusively(const std::wstring& path);
 

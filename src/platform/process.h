@@ -25,8 +25,8 @@ struct run_result_t {
 /// Runs a program without a window and waits for its end, without a timeout.
 ///
 /// On POSIX, if a signal kills the program, the run is finished and its code is 128 plus the signal's number.
-/// If the host ignores SIGCHLD or waits for any child, `finished` is false and the code is ECHILD, although
-/// the program has run.
+/// If the host ignores SIGCHLD, or collects the exit status first, for example with waitpid(-1), `finished`
+/// is false and the code is ECHILD, although the program has run.
 run_result_t run_process(const command_t& command);
 
 /// Starts a program and does not wait for it. The program may outlive this process. On POSIX it has other

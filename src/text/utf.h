@@ -56,7 +56,7 @@ inline std::string to_utf8(std::wstring_view text) {
     return convert_utf<char>(text);
 }
 
-/// Converts UTF-8 to wide text. @p units has room for as many units as @p text has bytes.
+/// Converts UTF-8 to wide text. @p units must have room for one unit per byte of @p text.
 /// @return the end of the output
 inline wchar_t* to_wide(std::string_view text, wchar_t* units) {
     // Most text is ASCII: copy it in one pass. If a non-ASCII byte was seen, convert properly.

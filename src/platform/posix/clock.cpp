@@ -34,8 +34,8 @@ std::int64_t utc_seconds(std::tm& fields) {
 }
 
 std::optional<std::tm> last_write_time(const std::wstring& path) {
-    // Opens the file, because the result is nullopt for a file that cannot be read. Folders give nullopt too,
-    // as on systems that cannot open folders.
+    // Opens the file, because the result is nullopt for a file that cannot be read. The result for a folder
+    // is nullopt too, because Windows refuses to open the folder.
     const descriptor_t file(::open(to_utf8(path).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (!file.is_open() || ::fstat(file.get(), &status) != 0 || S_ISDIR(status.st_mode))

@@ -50,7 +50,7 @@ struct closer_t {
     ~closer_t() {
         if (!lock_in_time(gate().mutex))
             return;
-        // The end of another thread need not be the end of the process.
+        // If another thread ends, the process may continue, so only the main thread closes the gate.
         gate().is_closed = gate().is_closed || is_main_thread();
         gate().mutex.unlock();
     }

@@ -81,8 +81,8 @@ std::optional<std::string> follow_links(std::string path) {
 }
 
 // Opens the file to check permissions. A rename needs permission for the folder only, so it would also
-// replace a file that the user lacks permission to write. When opening, the kernel also refuses links that it
-// protects.
+// replace a file that the user lacks permission to write. The kernel may also refuse to open a symbolic link
+// that another user created in a shared folder such as /tmp.
 std::optional<target_t> find_target(const std::string& path) {
     descriptor_t file = open_file(path, O_WRONLY | O_NONBLOCK);
     if (file.is_open() ? !is_regular(file) : errno != ENOENT)
@@ -97,20 +97,21 @@ bool has_writable_folder(const target_t& target) {
     return may_create_in(to_wide(target.path.substr(0, target.path.rfind('/'))));
 }
 
-// All writers use the same temporary file (the draft). So killed writers leave at most one file behind.
-descriptor_t open_draft(const std::string& draft) {
+// All writers use the same temporary file. So killed writers leave at most one file behind.
+descriptor_t open_temporary(const std::string& path) {
     constexpr int flags = O_WRONLY | O_CREAT | O_NOFOLLOW;
-    descriptor_t file = open_regular(draft, flags);
-    // A draft that cannot be opened, for example one that root left, would prevent saving for ever.
-    if (!file.is_open() && ::unlink(draft.c_str()) == 0)
-        file = open_regular(draft, flags);
+    descriptor_t file = open_regular(path, flags);
+    // A temporary file that cannot be opened, for example one that root left, would prevent saving for ever.
+    if (!file.is_open() && ::unlink(path.c_str()) == 0)
+        file = open_regular(path, flags);
     return file;
 }
 
-// The lock excludes other writers. If another writer has renamed the draft since it was opened, @p file is
-// the finished file and must not be changed. On a file system without locks, only the second check remains.
-bool is_own_draft(const descriptor_t& file, const std::string& draft) {
-    return (::flock(file.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) && is_still_at(file, draft);
+// Whether this writer got the lock of the temporary file, and no other writer has renamed the file since it
+// was opened. After such a rename, @p file is the finished file and must not be changed. On a file system
+// without locks, only the rename is checked.
+bool is_own_temporary(const descriptor_t& file, const std::string& path) {
+    return (::flock(file.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) && is_still_at(file, path);
 }
 
 // Failures are ignored, because some file systems have neither owners nor modes. If the owner or group cannot
@@ -125,21 +126,21 @@ void take_over_rights(const descriptor_t& file, const descriptor_t& former) {
 enum class replaced_t {
     yes,
     no,
-    busy, ///< another writer uses the draft
+    busy, ///< another writer uses the temporary file
 };
 
 replaced_t replace(const target_t& target, std::string_view bytes) {
-    const std::string draft = target.path + ".tmp";
-    const descriptor_t file = open_draft(draft);
+    const std::string temporary = target.path + ".tmp";
+    const descriptor_t file = open_temporary(temporary);
     if (!file.is_open())
         return replaced_t::no;
-    if (!is_own_draft(file, draft))
+    if (!is_own_temporary(file, temporary))
         return replaced_t::busy;
     take_over_rights(file, target.file);
     if (::ftruncate(file.get(), 0) == 0 && write_all(file, bytes) && ::fsync(file.get()) == 0 &&
-        ::rename(draft.c_str(), target.path.c_str()) == 0)
+        ::rename(temporary.c_str(), target.path.c_str()) == 0)
         return replaced_t::yes;
-    ::unlink(draft.c_str());
+    ::unlink(temporary.c_str());
     return replaced_t::no;
 }
 

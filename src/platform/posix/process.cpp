@@ -130,9 +130,9 @@ pid_t fork_starter(const launch_t& launch, const descriptor_t& report) {
     return starter;
 }
 
-// The starter reports through a pipe. Shared memory would not do, because sanitizers and emulators replace
-// vfork by fork. The report is one number: if the host forks another process in the meantime, that process
-// keeps the pipe open, so waiting for the end of the pipe could block.
+// The starter reports through a pipe. Memory shared by vfork is not used, because sanitizers and emulators
+// replace vfork by fork. This function reads one number and does not wait for the end of the pipe: if the
+// host forks another process in the meantime, that process keeps the pipe open, and the wait could block.
 bool read_report(const descriptor_t& report) {
     int error = -1;
     ssize_t count = -1;

@@ -43,7 +43,8 @@ std::int64_t utc_seconds(std::tm& fields) {
 }
 
 std::optional<std::tm> last_write_time(const std::wstring& path) {
-    // Without FILE_SHARE_WRITE this fails while the file is open for writing: its time is not final yet.
+    // FILE_SHARE_WRITE is left out, so that the call fails while the file is open for writing: the time is
+    // not final yet.
     const handle_t file(
         ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
     FILETIME written{};

@@ -113,10 +113,10 @@ bool create_empty(const std::wstring& path) {
 }
 
 bool replace_file(const std::wstring& path, std::string_view bytes) {
-    // All writers use the same temporary file (the draft). So killed writers leave at most one file behind.
-    const std::wstring draft = path + L".tmp";
+    // All writers use the same temporary file. So killed writers leave at most one file behind.
+    const std::wstring temporary = path + L".tmp";
     // FILE_SHARE_READ: readers may open the renamed file before this handle is closed.
-    const open_file_t file(::CreateFileW(draft.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ, nullptr,
+    const open_file_t file(::CreateFileW(temporary.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ, nullptr,
                                          CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file.is_open())
         return false;
@@ -128,8 +128,9 @@ bool replace_file(const std::wstring& path, std::string_view bytes) {
 }
 
 bool overwrite_file(const std::wstring& path, std::string_view bytes) {
-    // A new file is written as a draft and renamed, so that readers never see it empty. If another process is
-    // creating the file, the draft cannot be opened. Then try again, until the file exists.
+    // A new file is written as a temporary file and renamed, so that readers never see it empty. If another
+    // process is creating the file, the temporary file cannot be opened. Then try again, until the file
+    // exists.
     for (int attempt = 0; attempt < creation_attempts && is_missing(path); ++attempt) {
         if (replace_file(path, bytes))
             return true;

@@ -10,7 +10,8 @@ namespace ostrel_platform {
 
 namespace {
 
-/// Initialises the socket library until destruction. WSAStartup counts its callers.
+/// Keeps the socket library initialised while an object exists. Other users of the socket library in this
+/// process are not affected, because it counts the calls of WSAStartup and WSACleanup.
 class sockets_t {
 public:
     sockets_t() : m_started(::WSAStartup(0x0101, &m_data) == 0) {}

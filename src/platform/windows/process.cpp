@@ -44,7 +44,7 @@ bool do_threads_run_at_exit() {
 }
 
 bool is_remote_session() {
-    // SM_REMOTESESSION is 0x1000. The value 0x2000 is SM_SHUTTINGDOWN.
+    // SM_REMOTESESSION is 0x1000. Do not confuse it with SM_SHUTTINGDOWN (0x2000).
     return ::GetSystemMetrics(SM_REMOTESESSION) != 0;
 }
 

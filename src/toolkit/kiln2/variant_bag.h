@@ -64,7 +64,8 @@ private:
 int load_variant_bag2(variant_bag_t& bag, const path_t& path, const std::wstring& root, bool optional);
 
 /// Writes a bag atomically, see ostrel_platform::replace_file.
-/// @return false if nothing was written: the file cannot be replaced, or XML cannot contain a name or a text
+/// @return false if nothing was written: the file cannot be replaced, a text contains a zero character, or a
+///         name is not plain (ASCII letters, digits, _, - and ., with a letter or _ first)
 bool save_variant_bag2(const variant_bag_t& bag, const path_t& path, const std::wstring& root);
 
 } // namespace kiln2

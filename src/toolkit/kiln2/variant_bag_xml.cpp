@@ -97,7 +97,8 @@ bool fill(variant_bag_t& bag, const pugi::xml_node& element, int depth) {
             bag.put_utf8(child.name(), to_value(child));
             continue;
         }
-        // Reserves memory for all remaining siblings: few bags contain both values and nested bags.
+        // Reserves memory for all remaining siblings. They are usually nested bags too, because few bags
+        // contain both values and nested bags.
         if (bag.bags().empty())
             bag.reserve_bags(count_from(child));
         if (!fill(bag.add_bag_utf8(child.name()), child, depth + 1))
@@ -115,7 +116,7 @@ bool parse(variant_bag_t& bag, std::string& content, const std::wstring& root) {
     return utf8_to_utf16(element.name()) == root && fill(bag, element, 1);
 }
 
-// A plain name needs no escaping in XML. All names that the library uses are plain.
+// A plain name is ASCII and a valid XML name. All names that the library uses are plain.
 bool is_plain_name(const std::string& name) {
     const auto is_letter = [](char c) {
         return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';

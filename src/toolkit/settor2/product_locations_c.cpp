@@ -12,7 +12,7 @@ namespace settor2 {
 
 namespace {
 
-// The kind of location that is the name of the product's folder below the company folder.
+// The library asks for this kind of location only: the name of the product's folder below the company folder.
 constexpr int product_folder_kind = 6;
 
 std::wstring to_wide(const char* text) {
