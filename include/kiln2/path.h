@@ -15,8 +15,8 @@ class OSTREL_API path_t {
 public:
     /// The empty path.
     path_t();
-    /// Copies the text and replaces "/" with the system's preferred separator. The constructor is implicit,
-    /// so that callers can pass a text as a path.
+    /// Copies the text and replaces "/" with the system's preferred separator. Implicit, so that callers can
+    /// pass a text as a path.
     path_t(const std::wstring& text);           // NOLINT(google-explicit-constructor)
     path_t(const path_t& other);                ///< The same text.
     path_t(path_t&& other) noexcept;            ///< Leaves @p other valid, its text unspecified.
@@ -24,8 +24,8 @@ public:
     path_t& operator=(path_t&& other) noexcept; ///< Leaves @p other valid, its text unspecified.
     ~path_t();
 
-    /// Appends @p other. If this path does not end with a separator and @p other does not begin with one,
-    /// adds a preferred separator, unless this path is empty. Appending the empty path changes nothing.
+    /// Appends @p other. Between two paths that are not empty, adds a preferred separator if neither path has
+    /// a separator there.
     /// @return this path
     path_t& append(const path_t& other);
 
@@ -35,8 +35,7 @@ public:
     /// Whether the text is empty. Accesses no file.
     bool is_empty() const;
 
-    /// Replaces the extension, which begins at the last dot of the file name. If there is no extension, adds
-    /// @p extension.
+    /// Replaces or adds the extension. An extension begins at the last dot of the file name.
     /// @param extension with or without the leading dot; empty: removes the extension
     /// @return this path
     path_t& change_ext(const std::wstring& extension);

@@ -15,7 +15,7 @@ namespace OSTREL_NAMESPACE {
 /// invalid value and throws nothing. No time zone or daylight-saving rule is applied.
 class OSTREL_API datetime_t {
 public:
-    /// Calendar fields with the order and ranges of the C library's `tm`. Hosts do not need this type. It is
+    /// Calendar fields with the order and ranges of the C library's `tm`. Hosts do not need this type: it is
     /// public only because its layout is part of the ABI.
     struct fields_t {
         std::int32_t second = 0;   ///< from 0

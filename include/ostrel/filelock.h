@@ -31,14 +31,13 @@ public:
     explicit filelock_t(const kiln2::path_t& path);
     /// The copy counts as locked if @p other does.
     filelock_t(const filelock_t& other);
-    /// Like the copy constructor. If this object held a lock, that lock is not released: its lock file
-    /// remains.
+    /// Like the copy constructor. A lock that this object held is not released: its lock file remains.
     filelock_t& operator=(const filelock_t& other);
     /// Releases the lock if it is held.
     ~filelock_t();
 
-    /// Tries once and never waits. If this object already holds the lock, the call does nothing and returns
-    /// true: locks are not counted, and one unlock releases the lock.
+    /// Tries once and never waits. If this object already holds the lock, returns true. Locks are not
+    /// counted: one unlock releases the lock.
     /// @return false if the lock file exists or cannot be created. The two cases cannot be told apart.
     bool lock();
 

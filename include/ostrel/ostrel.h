@@ -9,8 +9,7 @@
  * ostrel_destroy_statistic(handle);
  * @endcode
  *
- * A host that has a configuration service installs the service before the first call, see
- * settor2/product_locations_c.h.
+ * A host with a configuration service installs the service first, see settor2/product_locations_c.h.
  *
  * Terms:
  * - host: the program that loads the library;
@@ -42,9 +41,9 @@
  * - any exception of the host's own configuration service or log appender.
  *
  * The other functions allocate memory and write log lines, so they can throw too. A C host cannot catch an
- * exception: the process calls std::terminate. To avoid the filesystem_error, a C host first checks that the
- * folder can be created. If it cannot be created, the host unsets HOME and XDG_DATA_HOME before it calls
- * ostrel_create_statistic. The handle then has no machine id and collects nothing.
+ * exception: the process calls std::terminate. To avoid the filesystem_error on Linux, a C host first checks
+ * whether the settings folder can be created (path: see ostrel_create_statistic). If not, the host unsets
+ * HOME and XDG_DATA_HOME. The handle then has no machine id and collects nothing.
  *
  * Errors: no function reports failures of the network or of the collector.
  *
@@ -65,27 +64,30 @@ typedef struct statistic_handle_t statistic_handle_t;
 
 /** Creates a statistic object for one product.
  *
- * product_id: the product's name in every hit. It also names the settings folder, unless the configuration
- * service names another folder. May be empty, must not be null.
+ * product_id: the product's name in every hit. May be empty, must not be null. The settings folder is
+ * LOCAL_APP_DATA/Norvane Corporation/NAME/settings/statistic. NAME is the name that the configuration service
+ * returns, or else product_id. LOCAL_APP_DATA is the user's local application-data folder: on Linux
+ * XDG_DATA_HOME, or else HOME/.local/share.
  * product_version: the product's version in every hit. It is not percent-encoded, so use only characters that
  * need no encoding in a URL, for example "1.0.0". May be empty, must not be null.
  *
  * Returns a handle, never null. The caller owns the handle and releases it with ostrel_destroy_statistic.
  *
- * May block. The function reads and creates small files in the user's local application-data folder. It waits
- * at most one second for a lock file that another process holds. It resolves one DNS name, unless an
- * environment switch is set. It sends nothing on the calling thread. */
+ * May block. The function reads and creates small files below LOCAL_APP_DATA. It waits at most one second for
+ * a lock file that another process holds. It resolves one DNS name, unless an environment switch is set. It
+ * sends nothing on the calling thread. */
 OSTREL_API statistic_handle_t* ostrel_create_statistic(const char* product_id, const char* product_version);
 
-/** Destroys a statistic object. The handle is invalid afterwards. A null handle is ignored.
+/** Destroys a statistic object. The handle is invalid afterwards.
  *
  * Blocks until every queued hit is posted or dropped:
  * - If no hit is queued, the function waits only while the sending thread initialises itself. On Windows this
  *   can include an automatic proxy lookup in the network.
  * - If the collector answers, the function takes as long as posting the queued hits. It has no overall
  *   timeout.
- * - If the collector fails, the first hit is tried through each proxy candidate, with a timeout of 5 seconds
- *   for each candidate. Then all queued hits are dropped. A name server that does not answer can take longer.
+ * - If the collector fails, the first hit is tried through each proxy candidate: the configured proxies, then
+ *   libcurl's default. Each try has a timeout of 5 seconds, or longer if a name server does not answer.
+ *   If no try succeeds, all queued hits are dropped.
  *
  * A hit that fails through every proxy candidate turns sending off for this handle. After such a failure the
  * function returns without waiting.

@@ -11,14 +11,13 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// A number that the host chooses for its product. The bridge stores and returns the number. It does not
-/// interpret it and does not pass it to the software manager.
+/// A number that the host chooses for its product. The bridge only stores and returns the number.
 struct OSTREL_API product_id_t {
     std::uint32_t value = 0; ///< zero until the host sets a value
 };
 
-/// Starts the tools of the software manager: a separate product of the maker, which uploads files and checks
-/// for updates. Each operation starts one child process.
+/// Starts the tools of the software manager, a separate product of the maker. Each tool runs as a child
+/// process: the remote monitor (file upload, machine id), the consent checker or the manager (update check).
 ///
 /// @code
 /// OSTREL_NAMESPACE::pellar_accessor_impl_t bridge;
@@ -31,17 +30,21 @@ struct OSTREL_API product_id_t {
 /// Wide strings are UTF-16 on Windows and UTF-32 on Linux; malformed code units are left out.
 ///
 /// No operation throws because a tool is missing or fails. No tool is started in two cases:
-/// - The bridge is turned off: OSTREL_DISABLE_PELLAR is set and not empty.
+/// - The bridge is turned off: OSTREL_DISABLE_PELLAR is set and not empty. Every operation then returns the
+///   same as after a tool that did nothing and exited with code 0.
 /// - The session is remote: a Remote Desktop session on Windows; on Linux XRDP_SESSION is set and not empty.
+///   Every operation then returns the same as if the tool were missing.
 ///
 /// The tools inherit the environment and the current folder. Other inherited state depends on the system:
 /// - Linux: a tool inherits no signal mask and no ignored signals. If the operation waits, the tool inherits
 ///   only the three standard descriptors. Otherwise the tool has /dev/null as standard descriptors and runs
 ///   in its own session.
-/// - Windows: if the operation does not wait, the tool inherits every inheritable handle of the host.
+/// - Windows: if the operation waits, the tool inherits no handle. Otherwise it inherits every inheritable
+///   handle of the host.
 ///
-/// On Linux, an exit code is lost if the host ignores SIGCHLD or waits for any child process. The run then
-/// counts as failed with the error number ECHILD, although the tool has run.
+/// On Linux, the exit code is lost if the host ignores SIGCHLD or reaps child processes that it did not
+/// start, for example with waitpid(-1). The result is then the error number ECHILD instead of the exit code,
+/// although the tool has run.
 ///
 /// The order of the virtual operations is fixed: hosts built against an earlier header call them by position.
 class OSTREL_API pellar_accessor_t {
@@ -54,20 +57,19 @@ public:
     /// Uploads a statistics file and waits. The tool deletes the file after the upload.
     /// @param file passed to the tool unchanged; a relative path is relative to the current folder
     /// @param force passes the option "-f" to the tool
-    /// @return true if the file no longer exists, whatever the exit code of the tool. False if the file still
-    ///         exists, the tool is missing or the session is remote.
+    /// @return false if the tool is missing. Otherwise whether the file no longer exists, whatever the exit
+    ///         code.
     virtual bool send_file(const kiln2::path_t& file, bool force) = 0;
 
     /// Uploads the usage package and waits.
-    /// @return false if the tool is missing or the session is remote. Otherwise true, also if the tool failed
-    ///         or the bridge is turned off.
+    /// @return false if the tool is missing; otherwise true, even if the tool failed
     virtual bool send_usage_package() = 0;
 
     /// Like send_file, for a crash report.
     virtual bool send_crash_report(const kiln2::path_t& file, bool force) = 0;
 
-    /// Asks the software manager's consent checker whether the user agreed to send feedback, and waits.
-    /// @return true if the checker exits with code 0 or the bridge is turned off; false otherwise
+    /// Asks the consent checker whether the user agreed to send feedback, and waits.
+    /// @return whether the checker exits with code 0
     virtual bool is_feedback_enabled() const = 0;
 
     /// Tells the consent checker that the calling process shows its user interface. Does not wait for the
@@ -79,16 +81,15 @@ public:
     /// @param product_guid passed to the tool without a check; may be empty
     virtual void check_for_updates(const std::wstring& product_guid) = 0;
 
-    /// Stores a copy of @p product_id. The call must not overlap with another call of this function or of
-    /// get_product_id.
+    /// Stores a copy of @p product_id. Must not run concurrently with itself or with get_product_id.
     virtual void set_product_id(const product_id_t& product_id) = 0;
 
-    /// The id that was set last. Its value is zero if none was set. The reference is valid as long as the
-    /// object, and a later set_product_id changes the id that it refers to.
+    /// The id that was set last, or zero. The reference is valid while this object exists. A later
+    /// set_product_id changes the value that the reference shows.
     virtual const product_id_t& get_product_id() const = 0;
 
-    /// Asks the remote monitor for the software manager's own machine id, and waits. This is not the machine
-    /// id in the hits.
+    /// Asks the remote monitor for the software manager's own machine id, and waits. Hits contain another
+    /// machine id.
     ///
     /// The tool writes its answer into a file in the folder that settor2::IProductLocations::getTempDir
     /// returns. The folder must exist and should be accessible to the user only. The answer is the first line
@@ -97,8 +98,8 @@ public:
     ///         is installed, or if the folder is missing.
     virtual std::wstring get_uuid() const = 0;
 
-    /// "{00000000-0000-0000-0000-000000000000}": a product_guid that means no product. The bridge itself does
-    /// not use it.
+    /// "{00000000-0000-0000-0000-000000000000}": a product_guid that means no product. The bridge does not
+    /// use it.
     static const std::wstring DefaultProductGUID;
 };
 

@@ -1,5 +1,4 @@
-// The C++ interface: the statistic object that the whole process shares, and a guard that reports the begin
-// and the end of an activity.
+// The C++ interface: the process's shared statistic object, and a guard that reports an activity.
 #pragma once
 
 #include "ostrel/cxx_interface.h"
@@ -63,8 +62,7 @@ public:
     /// Does nothing.
     virtual void reserved_slot_7() = 0;
 
-    /// No-op that returns true. The background thread posts hits continuously. Only destruction waits for
-    /// them.
+    /// No-op that returns true: a background thread posts hits continuously. Only destruction waits for them.
     virtual bool flush() = 0;
 
     /// Returns false.
@@ -104,14 +102,13 @@ public:
 /// @endcode
 ///
 /// The class is not thread-safe: use one guard on one thread. Guards on several threads may share a statistic
-/// object. Copying a guard reports no begin event, but every guard reports the end event: each copy adds one
-/// end event.
+/// object. A copy of a guard reports no begin event, but its destructor reports the end event once more.
 class OSTREL_API statistic_guard_t {
 public:
-    /// Reports the feature name @p name + @p begin_suffix, joined without a separator.
+    /// Reports @p name + @p begin_suffix. No separator is added.
     /// @param name         first part of both feature names
-    /// @param begin_suffix last part of the begin event's feature name
-    /// @param end_suffix   last part of the end event's feature name
+    /// @param begin_suffix last part of the feature name that the constructor reports
+    /// @param end_suffix   last part of the feature name that the destructor reports
     /// @param statistic    receives both events; must not be null; the guard shares ownership
     statistic_guard_t(const std::wstring& name, const std::wstring& begin_suffix,
                       const std::wstring& end_suffix, boost::shared_ptr<statistic_t> statistic);
@@ -121,8 +118,8 @@ public:
     /// Reports nothing now. The replaced activity's end is not reported.
     statistic_guard_t& operator=(const statistic_guard_t& other);
 
-    /// Reports the feature name + end suffix. The destructor can throw: it lets an exception of the report
-    /// pass. If the guard holds the last reference, it also destroys the statistic object, which may block.
+    /// Reports name + end suffix. The destructor can throw: it lets an exception of the report pass.
+    /// If the guard holds the last reference, it also destroys the statistic object, which may block.
     ~statistic_guard_t() noexcept(false);
 
 private:

@@ -39,16 +39,17 @@ public:
     /// @return the name; if it is empty, the product id names the folder
     virtual std::wstring getLocation(int kind) const = 0;
 
-    /// Returns the folder in which statistic/enabled_stat_events.xml lies. This file is the event filter: the
+    /// Returns the folder that contains statistic/enabled_stat_events.xml. This file is the event filter: the
     /// list of feature names that may be sent. Empty: there is no event filter.
     virtual const wchar_t* getFolder() const = 0;
 
-    /// Returns an existing folder for exchange files with the software manager. Use a folder that only the
-    /// user can access, not a shared folder such as /tmp. Empty: there is no such folder.
+    /// Returns an existing folder in which pellar_accessor_t and the software manager exchange files, see
+    /// ostrel/pellar_accessor.h. Use a folder that only the user can access, not a shared folder such as
+    /// /tmp. Empty: there is no such folder.
     virtual const wchar_t* getTempDir() const = 0;
 
-    /// Controls the log when a tool of the software manager is missing. False: the bridge logs an error.
-    /// True: the bridge logs nothing.
+    /// Controls the log if a tool of the software manager is missing. False: pellar_accessor_t logs an error.
+    /// True: it logs nothing.
     virtual bool isManagerExpected() const = 0;
 
     /// Returns the installed service, or null if there is none. Thread-safe.
@@ -58,7 +59,7 @@ public:
     /// ownership.
     ///
     /// Remove a service before you destroy it. Remove or replace it only while no thread creates a statistic
-    /// object or calls the bridge.
+    /// object or uses pellar_accessor_t.
     static void install(IProductLocations* service);
 };
 

@@ -21,8 +21,8 @@ typedef struct settor2_product_locations_t {
     int version[3];       /**< major, minor, build */
     const char* location; /**< name of the product's settings folder; empty: the product id names it */
     const char* folder;   /**< folder that contains statistic/enabled_stat_events.xml */
-    const char* temp_dir; /**< folder for exchange files; only the user can access it */
-    int manager_expected; /**< zero: the bridge logs an error if a tool is missing */
+    const char* temp_dir; /**< private folder for files of the software manager, see getTempDir */
+    int manager_expected; /**< zero counts as false, see isManagerExpected */
 } settor2_product_locations_t;
 
 /** Copies the structure and its strings, and installs the copy for the whole process. Null removes the

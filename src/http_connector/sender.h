@@ -39,7 +39,8 @@ private:
     /// The only synchronisation between callers and the thread. nullopt lets the thread prepare; an empty
     /// text stops it.
     boost::sync_queue<std::optional<std::string>> m_queue;
-    /// Used only by the sending thread. If libcurl is not thread-safe, the constructor creates it.
+    /// Created by the sending thread or, if libcurl is not thread-safe, by the constructor. Used only by the
+    /// sending thread.
     std::optional<curl_session_t> m_curl;
     std::optional<poster_t> m_poster; ///< used only by the sending thread
     bool m_is_prepared = false;       ///< used only by the sending thread

@@ -10,7 +10,7 @@ namespace OSTREL_NAMESPACE {
 
 /// The rules in their order. The first rule that applies decides. The last rule always applies.
 enum class rule_t {
-    folders, ///< applies if a folder cannot be created. The function decide starts with the next rule.
+    folders, ///< a folder cannot be created. The callers of decide test this rule first.
     machine_id,
     switches,
     network,

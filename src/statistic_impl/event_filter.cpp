@@ -2,6 +2,7 @@
 #include "statistic_impl/event_filter.h"
 
 #include "settor2/product_locations.h"
+#include "statistic_impl/bag_file.h"
 #include "toolkit/kiln2/variant_bag.h"
 
 #include <algorithm>
@@ -100,7 +101,7 @@ kiln2::path_t event_filter_path() {
 event_filter_t load_enabled_events(const kiln2::path_t& path) {
     kiln2::variant_bag_t bag;
     std::vector<std::wstring_view> names;
-    if (!path.is_empty() && kiln2::load_variant_bag2(bag, path, L"bag", false) == 1)
+    if (!path.is_empty() && kiln2::load_variant_bag2(bag, path, bag_root, false) == 1)
         for (const auto& [kind, event] : bag.bags())
             if (const auto* const name = std::get_if<std::wstring>(&event.get_utf8("name"));
                 kind == std::string_view("event") && name != nullptr)

@@ -2,6 +2,7 @@
 #include "statistic_impl/last_active_dates.h"
 
 #include "ostrel/filelock.h"
+#include "statistic_impl/bag_file.h"
 #include "toolkit/kiln2/variant_bag.h"
 
 #include <boost/date_time/gregorian/gregorian_types.hpp>
@@ -65,8 +66,8 @@ bool is_another_day(const std::vector<active_date_t>& dates, const active_date_t
 }
 
 bool is_new_regular_user(std::size_t count, const active_date_t& first, const active_date_t& today) {
-    // On 29 February the result is 29 February of the previous year. That day may not exist; only
-    // the order of the dates matters.
+    // On 29 February, the compared date does not exist: 29 February of the previous year. The order is still
+    // right, because that date is later than 28 February and earlier than 1 March.
     return count >= min_days_of_regular_user && active_date_t{today.year - 1, today.month, today.day} < first;
 }
 
@@ -85,7 +86,7 @@ std::wstring active_dates_file(const kiln2::path_t& folder) {
 
 std::optional<std::vector<active_date_t>> stored_active_dates(const std::wstring& path) {
     kiln2::variant_bag_t bag;
-    if (kiln2::load_variant_bag2(bag, path, L"bag", false) != 1)
+    if (kiln2::load_variant_bag2(bag, path, bag_root, false) != 1)
         return std::nullopt;
     std::vector<active_date_t> dates;
     for (const auto& [name, item] : bag.bags())
@@ -160,7 +161,7 @@ bool last_active_dates_t::save() const {
     if (!guard.owns_lock() || m_path.empty() || !m_dirty || m_dates.empty())
         return false;
     filelock_t lock(m_path);
-    return lock.lock() && kiln2::save_variant_bag2(to_bag(m_dates), m_path, L"bag");
+    return lock.lock() && kiln2::save_variant_bag2(to_bag(m_dates), m_path, bag_root);
 }
 
 } // namespace OSTREL_NAMESPACE

@@ -28,8 +28,8 @@ bool operator<(const active_date_t& left, const active_date_t& right);
 /// clock was set back, a day can therefore be in the list twice.
 bool is_another_day(const std::vector<active_date_t>& dates, const active_date_t& day);
 
-/// Whether the user is a regular user: @p count is at least 4, and the first day of use is later than the
-/// date one year before @p today.
+/// Whether the user is a regular user: @p count is at least 4, and the first day of use is less than one
+/// year before @p today.
 bool is_new_regular_user(std::size_t count, const active_date_t& first, const active_date_t& today);
 
 /// Converts the number of days since 1970-01-01 to a calendar date.

@@ -5,7 +5,7 @@
 
 namespace OSTREL_NAMESPACE {
 
-/// The logger of the analytics object has the same name, so that a host configures one logger.
+/// statistic_impl_t and statistic_impl_ga_t both use this name, so that a host configures one logger.
 inline constexpr const wchar_t* statistic_logger_name = L"ostrel.statistic";
 
 extern const component_logger_t policy_log;

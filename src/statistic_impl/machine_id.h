@@ -43,8 +43,8 @@ struct uuid_finding_t {
 
 /// Returns the machine id that the environment sets, or the id stored in @p path. Writes nothing.
 ///
-/// If the file is well-formed but contains no id, there is no machine id and nothing is reported. A new id
-/// would give the machine a second identity.
+/// If the file is well-formed but contains no id, there is no machine id, so the library collects nothing. A
+/// new id would give the machine a second identity.
 uuid_finding_t find_uuid(const std::wstring& path);
 
 /// Returns the id that find_uuid finds. If a new id is needed, generates it, replaces the file and returns

@@ -32,7 +32,7 @@ enum class place_state_t {
     unreadable,
     malformed,     ///< readable, but not a valid bag
     dangling_link, ///< a symbolic link without a target
-    device,        ///< a device or pipe instead of a file. Instead of the consent file it is a refusal.
+    device,        ///< a device or pipe instead of a file; as the consent file it counts as a refusal
     not_a_file,    ///< a folder or another entry instead of a file
 };
 
@@ -50,7 +50,7 @@ struct step_t {
     rule_t rule;
     const switch_t* variable = nullptr;       ///< only for environment switches; otherwise null
     bool is_reached = false;                  ///< false: an earlier step decided, and this step read nothing
-    bool is_set = false;                      ///< whether the switch is set; false if not reached
+    bool is_set = false;                      ///< for a switch: reached and set; for the build: true
     verdict_t verdict = verdict_t::undecided; ///< undecided unless this step decides
 };
 
@@ -72,7 +72,7 @@ struct days_plan_t {
     bool is_regular_user = false;
 };
 
-/// The result of each step of the creation. The constructor of a statistic object calls the same functions.
+/// The result of each step of the creation. make_plan and a statistic object decide with the same functions.
 struct plan_t {
     std::optional<settings_paths_t> paths;    ///< nullopt if the system returns no folder
     std::optional<folder_forecast_t> failure; ///< set if a folder, and so the object, cannot be created

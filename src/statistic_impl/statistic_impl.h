@@ -45,7 +45,7 @@ public:
     bool is_enabled() const;
 
 protected:
-    /// Throws if a folder cannot be created. make_plan computes the results of these steps without creating
+    /// Throws if a folder cannot be created. make_plan computes the constructor's results without creating
     /// anything.
     statistic_impl_t(const std::wstring& product_id, const std::wstring& product_version,
                      resolver_t resolver);

@@ -28,7 +28,7 @@ std::string compose_hit_prefix(const hit_identity_t& identity) {
     prefix.append("&cid=").append(utf16_to_utf8(identity.machine_id));
     append_percent_encoded(prefix.append("&an="), identity.application_name);
     prefix.append("&av=").append(utf16_to_utf8(identity.application_version));
-    // The value is "win32" on every system, because collectors group hits by it.
+    // Collectors group hits by this value. It is "win32" on every system, so that all hits form one group.
     append_percent_encoded(prefix.append("&cd1="), L"win32");
     append_percent_encoded(prefix.append("&cd2="), identity.os_name);
     return prefix.append("&t=event&ec=");

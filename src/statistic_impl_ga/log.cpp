@@ -1,4 +1,4 @@
-// The logger of the analytics object.
+// The logger of statistic_impl_ga_t.
 #include "statistic_impl_ga/log.h"
 
 #include "statistic_impl/log.h"

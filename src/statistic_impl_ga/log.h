@@ -1,4 +1,4 @@
-// The logger of the analytics object.
+// The logger of statistic_impl_ga_t.
 #pragma once
 
 #include "foundations/trace.h"
