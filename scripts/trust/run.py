@@ -25,7 +25,7 @@ LINUX = SHARED | {
 WINDOWS = SHARED | {
     "faults": faults.CASES | faults.UNDER_WINE,
     "processes": {"8 processes on a fresh profile": life.share_profile(8, rounds=2),
-                  "TerminateProcess while saving": life.killed_while_saving(30), "threads": life.threads},
+                  "kill -9 while saving": life.killed_while_saving(30), "threads": life.threads},
     "ends": life.endings({"without a log": False}, {"four threads reporting": ["create", "busy 4 1"]}),
     "million": {"a long queue": life.queue(100_000)}, "privacy": privacy.CASES}
 AS_ROOT = {"faults", "disks"}  # mount disks, enter namespaces
