@@ -80,6 +80,7 @@ for package in build/package/*.deb; do
     depends=$(dpkg-deb -f "$package" Depends)
     echo "  ${package##*/}: $depends"
     [[ -n $depends ]] || die "CPack has found no dependencies (see $log)"
+    [[ ${1-} == --build-only || -n $(missing_packages "${names[-1]}") ]] || die "${names[-1]} is already installed"
     files_of "$package" | sed 's/^/    /'
 done
 [[ ${1-} != --build-only ]] || exit 0

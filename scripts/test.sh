@@ -8,10 +8,10 @@ source "$root/scripts/common.sh"
 usage() {
     cat <<END
 Usage: ${0##*/} [--no-lint] [linux | windows | asan | tsan | fuzz | trust | windows-trust |
-                                instructions | collector | arm64 | all]
+                                instructions | collector | packages | arm64 | all]
 
-Default: linux. trust and windows-trust need root. The others need it only to
-install packages. "all" includes every build except arm64, which is cross-built
+Default: linux. trust, windows-trust and packages need root. The others need it
+only to install packages. "all" includes every build except arm64, which is cross-built
 and runs its tests under emulation.
 
   --no-lint  do not run clang-format and clang-tidy; only linux runs them
@@ -20,7 +20,7 @@ END
 }
 
 # Each build has a function test_BUILD. "all" runs these builds in this order.
-readonly builds=(linux windows asan tsan fuzz trust windows-trust instructions collector)
+readonly builds=(linux windows asan tsan fuzz trust windows-trust instructions collector packages)
 readonly apart=(arm64)
 lint=yes
 
@@ -70,6 +70,11 @@ test_collector() {
     step "configure linux" cmake --preset linux
     step "build c_host (log in $log)" cmake --build --preset linux --target c_host
     python3 -m unittest discover -v -s collector/tests -p '*_test.py'
+}
+
+# Installs the Debian packages on this machine and removes them again.
+test_packages() {
+    "$root/scripts/check_packages.sh"
 }
 
 # The tests use a separate Wine prefix in the build folder. Its server is stopped when this script exits.
@@ -122,7 +127,7 @@ for argument in "$@"; do
     esac
 done
 ((${#selected[@]})) || selected=(linux)
-[[ " ${selected[*]} " != *"trust "* ]] || ((EUID == 0)) || die "trust needs root: it mounts disks and changes users"
+[[ ! " ${selected[*]} " =~ (trust|packages)\  ]] || ((EUID == 0)) || die "trust and packages need root (see --help)"
 
 cd "$root"
 for build in "${selected[@]}"; do
