@@ -4,7 +4,6 @@
 #include "support/programs.h"
 
 #include <cstdlib>
-#include <gtest/gtest.h>
 
 using namespace test_support;
 
