@@ -58,6 +58,7 @@ TEST(feature_route, names_of_every_length_are_found_and_similar_ones_are_not) {
     for (std::size_t size = 1; size <= 300; ++size)
         names.push_back(L"group." + std::wstring(size, L'x'));
     const event_filter_t filter({names.begin(), names.end()});
+    EXPECT_EQ(event_filter_t({L"b", L"a", L"b"}).names(), (std::vector<std::wstring_view>{L"a", L"b"}));
     for (const std::wstring& name : names) {
         SCOPED_TRACE(name.size());
         EXPECT_EQ(filter.longest_match(name + L".y"), name.size());

@@ -2,6 +2,7 @@
 #include "support/pellar.h"
 
 #include <functional>
+#include <future>
 #include <stdexcept>
 
 using namespace test_support;
@@ -16,7 +17,6 @@ struct pellar_accessor : pellar_test_t {
         write_file(file, "x");
         return wide(file);
     }
-    kiln2::path_t missing_file() const { return wide(profile.folder() / "missing"); }
 };
 
 } // namespace
@@ -42,8 +42,7 @@ TEST_F(pellar_accessor, every_operation_runs_its_tool_with_its_arguments) {
         SCOPED_TRACE(run);
         forget();
         call();
-        EXPECT_TRUE(wait_for_runs(1));
-        EXPECT_EQ(runs(), texts_t{run});
+        EXPECT_EQ(wait_for_runs(1), texts_t{run});
         texts_t first_lines = logged();
         first_lines.resize(lines.size());
         EXPECT_EQ(first_lines, lines);
@@ -63,10 +62,9 @@ TEST_F(pellar_accessor, an_upload_succeeded_if_the_tool_ran_and_the_file_is_gone
     profile.set("STAND_IN_EXIT", "3");
     profile.set("STAND_IN_ACTION", "delete");
     expect("exit code 3, file gone", true, true, false);
-    EXPECT_TRUE(bridge.send_file(missing_file(), false));
     remove_when_free(tools());
     expect("no tool", false, false, false);
-    EXPECT_FALSE(bridge.send_file(missing_file(), false));
+    EXPECT_FALSE(bridge.send_file(wide(profile.folder() / "missing"), false));
 }
 
 TEST_F(pellar_accessor, every_situation_has_its_result_and_lines) {
@@ -86,8 +84,7 @@ TEST_F(pellar_accessor, every_situation_has_its_result_and_lines) {
     expect(pellar, 7, 0,
            {"pellar location=" + path, "pellar command line='\"" + path + "\" \"a b\" \"\u00e9\u4e2d\"'"},
            {"pellar return code=7"});
-    EXPECT_TRUE(wait_for_runs(2));
-    EXPECT_EQ(runs(), texts_t(2, "[a b][\u00e9\u4e2d]"));
+    EXPECT_EQ(wait_for_runs(2), texts_t(2, "[a b][\u00e9\u4e2d]"));
     profile.set("OSTREL_DISABLE_PELLAR", "false");
     expect(pellar, 0, 0, {});
     profile.set("OSTREL_DISABLE_PELLAR", "");
@@ -130,7 +127,7 @@ TEST_F(pellar_accessor, a_detached_start_returns_while_the_tool_runs) {
     profile.set("STAND_IN_ACTION", "wait");
     profile.set("STAND_IN_UNTIL", (profile.folder() / "go").u8string());
     bridge.notify_gui_start();
-    EXPECT_TRUE(wait_for_runs(1));
+    EXPECT_EQ(wait_for_runs(1).size(), 1U);
     write_file(profile.folder() / "go", "");
     remove_when_free(tools()); // some systems keep the file of a running program
 }
@@ -209,12 +206,10 @@ TEST_F(pellar_accessor, without_an_answer_the_machine_id_is_empty) {
 
 TEST_F(pellar_accessor, concurrent_threads_all_get_the_machine_id) {
     answer("abc \u00e9\n");
-    std::vector<std::wstring> answers(16);
-    std::vector<std::thread> threads;
-    for (std::wstring& one : answers)
-        threads.emplace_back([&one] { one = accessor_t().get_uuid(); });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(answers, std::vector<std::wstring>(16, L"abc \u00e9"));
+    std::vector<std::future<std::wstring>> ids(16);
+    for (auto& id : ids)
+        id = std::async(std::launch::async, [] { return accessor_t().get_uuid(); });
+    for (auto& id : ids)
+        EXPECT_EQ(id.get(), L"abc \u00e9");
     EXPECT_EQ(runs().size(), 16U);
 }

@@ -8,8 +8,8 @@
 #include "support/profile.h"
 
 #include <boost/make_shared.hpp>
+#include <future>
 #include <regex>
-#include <thread>
 
 using namespace test_support;
 using namespace OSTREL_NAMESPACE;
@@ -96,15 +96,11 @@ TEST_F(statistic, enabled_features_become_events_in_their_order) {
 }
 
 TEST_F(statistic, without_a_readable_filter_only_run_events_pass) {
-    texts_t expected;
-    for (const char* const content : {"<bag><event><name>menu</name></event>", "", "<other/>"}) {
-        write_filter(content);
-        expected.push_back("run&el=tool");
-        EXPECT_EQ(events_after({"menu", "run.tool"}), expected) << content;
-    }
+    write_filter("<bag><event><name>menu</name></event>");
+    EXPECT_EQ(events_after({"menu", "run.tool"}), texts_t{"run&el=tool"});
     locations.folder.clear();
     EXPECT_TRUE(event_filter_path().is_empty());
-    EXPECT_EQ(events_after({"menu", "run.tool"}, "..\xC0 & \u00e9", "1 & \xFF")[3],
+    EXPECT_EQ(events_after({"menu", "run.tool"}, "..\xC0 & \u00e9", "1 & \xFF").back(),
               "v=1&tid=UA-40271936-07&cid=i&d \u00e9&an=..%20%26%20%C3%A9&av=1 & "
               "&cd1=win32&cd2=SYSTEM&t=event&ec=run&el=tool");
 }
@@ -218,9 +214,9 @@ TEST_F(statistic, a_service_in_c_is_copied_and_kept_for_its_readers) {
 }
 
 TEST_F(statistic, reports_of_concurrent_threads_all_arrive) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i)
-        threads.emplace_back([shared = statistic_t::get()] {
+    std::vector<std::future<void>> users(8);
+    for (auto& user : users)
+        user = std::async(std::launch::async, [shared = statistic_t::get()] {
             for (int round = 0; round < 25; ++round) {
                 EXPECT_EQ(statistic_t::get(), shared);
                 shared->notify_feature_usage(L"run.a");
@@ -228,8 +224,7 @@ TEST_F(statistic, reports_of_concurrent_threads_all_arrive) {
                 EXPECT_EQ(shared->get_consent_state(), vsEnabled);
             }
         });
-    for (std::thread& thread : threads)
-        thread.join();
+    users.clear(); // waits for them
     EXPECT_TRUE(collector.wait_for(200));
 }
 
