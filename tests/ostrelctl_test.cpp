@@ -94,8 +94,13 @@ TEST_F(ostrelctl, status_gives_a_reason_and_an_exit_status) {
         EXPECT_EQ(run({"status"}), status);
         EXPECT_EQ(output.find("now?  " + answer), 36U) << output;
     };
+    profile.set("NORVANE_FORCE_UUID", "i");
     profile.set("NORVANE_FORCE_FEEDBACK", "1");
     expect(0, "yes: the environment forces it\n");
+    EXPECT_NE(output.find("from NORVANE_FORCE_UUID"), std::string::npos) << output;
+    EXPECT_EQ(run({"consent"}), 1);
+    EXPECT_NE(output.find("NORVANE_FORCE_FEEDBACK is set here"), std::string::npos) << output;
+    profile.unset("NORVANE_FORCE_UUID");
     profile.set("NORVANE_DISABLE_FEEDBACK", "1");
     expect(1, "no: the environment switches it off\n");
     write_file(profile.statistic_dir("vemtra") / "uuid.xml", "<bag/>");
@@ -111,14 +116,17 @@ TEST_F(ostrelctl, commands_report_failures_and_change_the_answer_only) {
         fs::exists("/dev/null") ? "preview --filter /dev/null run.a" : "preview --filter NUL run.a";
     const std::tuple<const char*, long long, const char*, std::size_t> rows[] = {
         {"consent forget", 0, "answer: none", 0},
+        {"status", 1, "no answer on file: a host would ask", 0},
+        {"status --settings another-name", 1, "another-name", 0},
         {"consent yes", 0, "answer: yes", 2},
         {"preview run.a", 0, "&cid=NEW-MACHINE-ID&an=vemtra&av=unknown&cd1=", 2},
         {"preview --filter nowhere run.a", 2, "no such file: nowhere", 2},
-        {preview_with_device, 0, "The event filter is a device, so that it lists nothing", 2},
+        {preview_with_device, 0, "it runs first.)\n(The event filter is a device, so that it lists nothing",
+         2},
         {"consent no", 0, "answer: no", 2},
         {"consent forget --json", 0, "\"answer\": \"none\"", 1},
         {"", 2, "a command is required", 1},
-        {"sta\x1B", 2, "not expected: sta\\x1B\nTry: ostrelctl status", 1},
+        {"s\x1B\u0085\u202E", 2, "not expected: s\\x1B\\xC2\\x85\\xE2\\x80\\xAE\nTry: ostrelctl status", 1},
         {"preview", 2, "NAME is required", 1},
         {"consent maybe", 2, "maybe not in {yes,no,forget}", 1},
         {"--version", 0, "ostrelctl " OSTREL_TEST_VERSION "\n", 1},

@@ -54,24 +54,18 @@ const texts_t yes = asked + texts_t{"virk file content read", "virk file enables
 const texts_t no = asked + texts_t{"virk file content read", "virk file disables statistic"};
 const texts_t none = asked + texts_t{"virk file missing/not readable"};
 
-const struct {
-    const char* title;
-    texts_t variables;
-    host_addresses_t address;
-    const char* answer;
-    verdict_t verdict;
-    std::size_t steps; ///< reached: folders, machine id, four switches, network, consent
-    texts_t lines;
-} decision_cases[] = {
-    {"no id", {force}, unknown, "1", verdict_t::no_machine_id, 2, no_id},
-    {"off", {id, disable, force}, unknown, "1", verdict_t::switched_off, 5, off},
-    {"forced", {id, force}, inside, "0", verdict_t::forced_on, 6, on},
-    {"inside", {id}, inside, "1", verdict_t::inside_network, 7, excluded},
-    {"no resolver", {id}, failed, "1", verdict_t::network_unknown, 7, no_network},
-    {"outside", {id}, outside, "1", verdict_t::agreed, 8, yes},
-    {"no IPv4", {id}, no_ipv4, "1", verdict_t::agreed, 8, yes},
-    {"unknown", {id}, unknown, "0", verdict_t::not_agreed, 8, no},
-    {"no answer", {id}, unknown, "", verdict_t::not_agreed, 8, none},
+// The steps are those that are reached, of folders, machine id, four switches, network and consent.
+const std::tuple<const char*, texts_t, host_addresses_t, const char*, verdict_t, std::size_t, texts_t>
+    decision_cases[] = {
+        {"no id", {force}, unknown, "1", verdict_t::no_machine_id, 2, no_id},
+        {"off", {id, disable, force}, unknown, "1", verdict_t::switched_off, 5, off},
+        {"forced", {id, force}, inside, "0", verdict_t::forced_on, 6, on},
+        {"inside", {id}, inside, "1", verdict_t::inside_network, 7, excluded},
+        {"no resolver", {id}, failed, "1", verdict_t::network_unknown, 7, no_network},
+        {"outside", {id}, outside, "1", verdict_t::agreed, 8, yes},
+        {"no IPv4", {id}, no_ipv4, "1", verdict_t::agreed, 8, yes},
+        {"unknown", {id}, unknown, "0", verdict_t::not_agreed, 8, no},
+        {"no answer", {id}, unknown, "", verdict_t::not_agreed, 8, none},
 };
 
 struct policy : testing::Test {
@@ -81,32 +75,32 @@ struct policy : testing::Test {
 } // namespace
 
 TEST(plan, the_first_rule_that_applies_decides_and_later_ones_are_not_asked) {
-    for (const auto& one : decision_cases) {
-        SCOPED_TRACE(one.title);
+    for (const auto& [title, variables, address, answer, verdict, steps, lines] : decision_cases) {
+        SCOPED_TRACE(title);
         const profile_t profile;
         write_file(profile.statistic_dir() / "uuid.xml", "<bag/>");
         profile.set("OSTREL_CORPORATE_DOMAIN", "corp.example");
-        for (const std::string& variable : one.variables)
+        for (const std::string& variable : variables)
             profile.set(variable, "1");
-        if (*one.answer != '\0')
-            write_file(profile.virk(), one.answer);
-        resolver_answer = one.address;
+        if (*answer != '\0')
+            write_file(profile.virk(), answer);
+        resolver_answer = address;
         resolved_names.clear();
         const plan_t plan = plan_for(profile);
-        EXPECT_EQ(plan.decision.verdict, one.verdict);
+        EXPECT_EQ(plan.decision.verdict, verdict);
         ASSERT_EQ(plan.steps.size(), 8U);
         for (std::size_t i = 0; i < 8; ++i) {
-            EXPECT_EQ(plan.steps[i].is_reached, i < one.steps) << i;
-            EXPECT_EQ(plan.steps[i].verdict, i + 1 == one.steps ? one.verdict : verdict_t::undecided) << i;
+            EXPECT_EQ(plan.steps[i].is_reached, i < steps) << i;
+            EXPECT_EQ(plan.steps[i].verdict, i + 1 == steps ? verdict : verdict_t::undecided) << i;
         }
         const log_capture_t capture;
         const statistic_impl_ga_t statistic(L"product", L"1", &resolve);
-        EXPECT_EQ(resolved_names, texts_t(one.steps > 6 ? 2 : 0, "corp.example"));
+        EXPECT_EQ(resolved_names, texts_t(steps > 6 ? 2 : 0, "corp.example"));
         EXPECT_EQ(capture.texts(),
                   traced(wide_text + " " + library + "statistic_impl_t::load_uuid()") +
-                      traced("bool " + library + "statistic_impl_t::is_enabled() const", one.lines));
-        EXPECT_EQ(capture.lines()[3].level, one.verdict == verdict_t::no_machine_id ? 20000 : 0);
-        EXPECT_EQ(statistic.is_enabled(), allows(one.verdict));
+                      traced("bool " + library + "statistic_impl_t::is_enabled() const", lines));
+        EXPECT_EQ(capture.lines()[3].level, verdict == verdict_t::no_machine_id ? 20000 : 0);
+        EXPECT_EQ(statistic.is_enabled(), allows(verdict));
     }
 }
 
@@ -131,7 +125,7 @@ TEST(plan, the_machine_id_is_forced_or_stored_or_created_or_missing) {
         {"", "<bag><uuid>3F2A0C91</uuid></bag>", uuid_source_t::without_id, ""},
         {"", "<bag><UUID type=\"int\">5</UUID></bag>", uuid_source_t::without_id, ""},
         {"", "<bag><UUID><UUID>nested</UUID></UUID></bag>", uuid_source_t::without_id, ""},
-        {"", "<bag><UUID></UUID></bag>", uuid_source_t::without_id, ""},
+        {"", "<bag><UUID type=\"string\"/></bag>", uuid_source_t::without_id, ""},
         {"", "<bag><UUID>3F", uuid_source_t::malformed, fresh},
         {"", "<other><UUID>i</UUID></other>", uuid_source_t::malformed, fresh},
         {"", "no file", uuid_source_t::missing, fresh},
@@ -172,30 +166,26 @@ TEST_F(policy, an_id_that_cannot_be_stored_changes_with_every_object) {
 }
 
 TEST_F(policy, each_switch_overrides_the_lower_ones_whatever_its_value) {
-    const struct {
-        std::string variable, value, state_name;
-        int state;
-        virk_state_t consent;
-        bool is_sending_disabled;
-    } rising[] = {{"NORVANE_FORCE_FEEDBACK", "no", "evsEnabledForced", 1, vsEnabled, false},
-                  {"NORVANE_DISABLE_FEEDBACK", " ", "evsDisabled", 3, vsDisabled, false},
-                  {"NORVANE_DONOTSEND_FEEDBACK", "false", "evsDisabled", 3, vsDisabled, true},
-                  {"NORVANE_STATISTICS_DISABLE", "1", "evsDisabled", 3, vsDisabled, true}};
-    for (const auto& one : rising) {
-        SCOPED_TRACE(one.variable);
-        profile.set(one.variable, one.value);
+    const std::tuple<std::string, const char*, std::string, int, virk_state_t, bool> rising[] = {
+        {"NORVANE_FORCE_FEEDBACK", "no", "evsEnabledForced", 1, vsEnabled, false},
+        {"NORVANE_DISABLE_FEEDBACK", " ", "evsDisabled", 3, vsDisabled, false},
+        {"NORVANE_DONOTSEND_FEEDBACK", "false", "evsDisabled", 3, vsDisabled, true},
+        {"NORVANE_STATISTICS_DISABLE", "1", "evsDisabled", 3, vsDisabled, true}};
+    for (const auto& [variable, value, name, state, consent, sends_no_files] : rising) {
+        SCOPED_TRACE(variable);
+        profile.set(variable, value);
         // Created last: its thread reads the environment, which must not change meanwhile.
         const statistic_impl_ga_t statistic(L"product", L"1");
         log_capture_t capture;
-        EXPECT_EQ(statistic_impl_t::get_env_vars_state(), one.state);
-        EXPECT_EQ(capture.texts(), traced_switches(one.state_name + "' - " + one.variable + " is set"));
-        EXPECT_EQ(statistic.get_consent_state(), one.consent);
+        EXPECT_EQ(statistic_impl_t::get_env_vars_state(), state);
+        EXPECT_EQ(capture.texts(), traced_switches(name + "' - " + variable + " is set"));
+        EXPECT_EQ(statistic.get_consent_state(), consent);
         capture.clear();
-        EXPECT_EQ(statistic.is_send_files_disabled(), one.is_sending_disabled);
+        EXPECT_EQ(statistic.is_send_files_disabled(), sends_no_files);
         EXPECT_EQ(capture.texts(),
                   traced("bool " + library + "statistic_impl_t::is_send_files_disabled() const",
-                         {one.is_sending_disabled ? "Return 'true' - NORVANE_DONOTSEND_FEEDBACK is enabled"
-                                                  : "Return 'false'"}));
+                         {sends_no_files ? "Return 'true' - NORVANE_DONOTSEND_FEEDBACK is enabled"
+                                         : "Return 'false'"}));
     }
 }
 

@@ -28,7 +28,7 @@ struct watch : testing::Test {
     const children_app_data_t shared{profile.local_app_data()};
     finished_t shown;
     const std::string hit =
-        "v=1&tid=UA-40271936-07&cid=x&an=y&av=1\x1B[2J&cd1=win32&cd2=z&t=event&ec=a%1B&cd3=y";
+        "v=1&tid=UA-40271936-07&cid=x&an=y~&av=1\x1B[2J&cd1=win32&cd2=z&t=event&ec=a%1B&cd3=y";
 };
 
 } // namespace
@@ -54,8 +54,8 @@ TEST_F(watch, only_hits_to_the_random_path_count_and_none_is_explained) {
 TEST_F(watch, control_characters_are_escaped_and_malformed_hits_counted) {
     EXPECT_EQ(
         watch_command({"--raw"}, {"post=" + hit, "post=\x1B[31m", "post-long=66000"}, "1 hit, 2 malformed"),
-        "category \"a\\x1b\", no label, product \"y\", version \"1\\x1b[2J\", regular user: yes\n"
-        "  v=1&tid=UA-40271936-07&cid=x&an=y&av=1\\x1B[2J&cd1=win32&cd2=z&t=event&ec=a%1B&cd3=y\n"
+        "category \"a\\x1b\", no label, product \"y~\", version \"1\\x1b[2J\", regular user: yes\n"
+        "  v=1&tid=UA-40271936-07&cid=x&an=y~&av=1\\x1B[2J&cd1=win32&cd2=z&t=event&ec=a%1B&cd3=y\n"
         "malformed: the text does not begin like a hit\n  \\x1B[31m\n"
         "malformed: not HTTP as expected: body limit exceeded\n  \n");
 }

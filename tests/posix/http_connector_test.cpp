@@ -39,25 +39,22 @@ curl_version_info_data* curl_version_info(CURLversion version) {
 }
 
 TEST_F(posix_http_connector, the_sending_thread_initialises_libcurl_once_it_collects) {
-    const struct {
-        const char *situation, *disabling_switch;
-        bool answers, is_libcurl_old;
-        texts_t threads;
-    } cases[] = {{"no answer on file", "", false, false, {}},
-                 {"the user agrees", "", true, false, {"sender"}},
-                 {"the answer is on file", "", false, false, {"sender"}},
-                 {"switched off", "1", true, false, {}},
-                 {"libcurl is not thread-safe", "1", false, true, {"host"}}};
-    for (const auto& one : cases) {
-        SCOPED_TRACE(one.situation);
-        profile.set("NORVANE_DISABLE_FEEDBACK", one.disabling_switch);
-        is_libcurl_old = one.is_libcurl_old;
+    const std::tuple<const char*, const char*, bool, bool, texts_t> cases[] = {
+        {"no answer on file", "", false, false, {}},
+        {"the user agrees", "", true, false, {"sender"}},
+        {"the answer is on file", "", false, false, {"sender"}},
+        {"switched off", "1", true, false, {}},
+        {"libcurl is not thread-safe", "1", false, true, {"host"}}};
+    for (const auto& [situation, disabling_switch, agrees, is_old, threads] : cases) {
+        SCOPED_TRACE(situation);
+        profile.set("NORVANE_DISABLE_FEEDBACK", disabling_switch);
+        is_libcurl_old = is_old;
         initialising_threads.clear();
         statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
-        if (one.answers)
+        if (agrees)
             ostrel_set_statistic_collection_enabled(handle, 1);
         ostrel_destroy_statistic(handle);
-        EXPECT_EQ(initialising_threads, one.threads);
+        EXPECT_EQ(initialising_threads, threads);
     }
 }
 

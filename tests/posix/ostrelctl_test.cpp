@@ -25,6 +25,10 @@ TEST(ostrelctl_on_posix, an_answer_that_cannot_be_read_or_shown_is_recorded) {
         EXPECT_EQ(read_file(profile.local_app_data() / "output"),
                   "ostrelctl: standard output cannot be written; the answer was recorded\n");
         EXPECT_EQ(read_file(profile.virk()), "1");
+        fs::permissions(profile.virk(), fs::perms(0400));
+        fs::permissions(profile.company(), fs::perms(0500));
+        EXPECT_EQ(std::system((tool + " consent | grep -q 'readable, read-only'").c_str()), 0);
+        fs::permissions(profile.company(), fs::perms(0700));
     });
 }
 
