@@ -86,13 +86,13 @@ const char* const filter =
 
 TEST_F(statistic, enabled_features_become_events_in_their_order) {
     write_filter(filter);
-    const std::string fills(60, 'f'), long_name(300000, 'x'); // "run." and this fill the buffer for names
+    const std::string units(64, 'u'), long_name(300000, 'x'); // as many units as the buffer for names has
     const std::string features = "menu.file.open menu.edit menu menux other 5 run.tool run.a.b menu.file. "
                                  "caf\xC3\xA9.\xE4\xB8\xAD run.\xFF\xFE menu.\xC3 ";
     const std::string expected = "menu.file&el=open menu&el=edit menu run&el=tool menu.file "
                                  "caf%C3%A9&el=%E4%B8%AD run menu ";
-    EXPECT_EQ(events_after(words_of(features + "run." + fills + " run." + long_name) + texts_t{""}),
-              words_of(expected + "run&el=" + fills + " run&el=" + long_name));
+    EXPECT_EQ(events_after(words_of(features + "run." + units + " run." + long_name) + texts_t{""}),
+              words_of(expected + "run&el=" + units + " run&el=" + long_name));
 }
 
 TEST_F(statistic, without_a_readable_filter_only_run_events_pass) {
