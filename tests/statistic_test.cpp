@@ -1,17 +1,15 @@
 // The statistic object through its public interfaces, from a notification to the bytes that arrive.
 #include "ostrel/ostrel.h"
 #include "ostrel/statistic.h"
-#include "platform/os_name.h"
 #include "settor2/product_locations_c.h"
-#include "statistic_impl_ga/hit.h"
+#include "statistic_impl/event_filter.h"
 #include "support/collector.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
 
 #include <boost/make_shared.hpp>
-#include <gtest/gtest.h>
-#include <optional>
-#include <thread>
+#include <future>
+#include <regex>
 
 using namespace test_support;
 using namespace OSTREL_NAMESPACE;
@@ -32,23 +30,30 @@ struct statistic : testing::Test {
         locations.folder = wide(folder);
     }
 
-    /// @return all bodies so far, after one more object reported these features
-    texts_t bodies_after(const texts_t& features, const char* id = "product", const char* version = "1") {
+    /// @return all events so far, after one more object reported these features
+    texts_t events_after(const texts_t& features, const char* id = "product", const char* version = "1") {
         statistic_handle_t* const handle = ostrel_create_statistic(id, version);
         for (const std::string& feature : features)
             ostrel_notify_feature_usage(handle, feature.c_str());
         ostrel_destroy_statistic(handle);
-        return collector.bodies();
+        return events();
+    }
+
+    /// The bodies so far, without the beginning and the end that most of them share.
+    texts_t events() const {
+        static const std::regex shared(
+            "^v=1&tid=UA-40271936-07&cid=i&d \u00e9&an=product&av=1&cd1=win32&cd2=SYSTEM"
+            "&t=event&ec=|&cd3=n$");
+        texts_t result = collector.bodies();
+        for (std::string& body : result)
+            body = std::regex_replace(std::regex_replace(body, std::regex("cd2=[^&]*"), "cd2=SYSTEM"), shared,
+                                      "");
+        return result;
     }
 
     profile_t profile;
     const collector_t collector;
     locations_t locations;
-    const std::string system = // from the application's version to the event
-        compose_hit_prefix(
-            {"", {}, {}, {}, ostrel_platform::os_product_name().value_or(L"Undefined Windows Version")})
-            .substr(sizeof "v=1&tid=&cid=&an=&av=" - 1);
-    const std::string prefix = "v=1&tid=UA-40271936-07&cid=i&d \u00e9&an=product&av=1" + system;
 };
 
 /// Remembers what a guard calls.
@@ -61,7 +66,7 @@ struct fake_statistic_t : statistic_t {
     bool reserved_slot_9() override { return true; }
     void notify_feature_usage(const std::wstring& feature_name) override {
         calls.append(feature_name.begin(), feature_name.end());
-        if (fails)
+        if (feature_name == L"fail")
             throw std::runtime_error("no more");
     }
     bool flush() override {
@@ -70,7 +75,6 @@ struct fake_statistic_t : statistic_t {
     }
 
     std::string calls;
-    bool fails = false;
 };
 
 const char* const filter =
@@ -82,75 +86,60 @@ const char* const filter =
 
 TEST_F(statistic, enabled_features_become_events_in_their_order) {
     write_filter(filter);
-    const std::string long_name(300000, 'x'), units(64, 'u');
-    const texts_t features =
-        words_of("menu.file.open menu.edit menu menux other 5 run.tool run.a.b caf\xC3\xA9.\xE4\xB8\xAD "
-                 "menu.file. run.\xFF\xFE menu.\xC3 run." +
-                 units + " run." + long_name);
-    texts_t expected =
-        words_of("menu.file&el=open menu&el=edit menu run&el=tool caf%C3%A9&el=%E4%B8%AD menu.file run menu "
-                 "run&el=" +
-                 units + " run&el=" + long_name);
-    expected.emplace_back(
-        "run&el=%01%20%21%22%23%24%25%26%27%28%29%2A%2B%2C-%2F%3A%3B%3C%3D%3E%3F%40%5B%5C%5D"
-        "%5E_%60%7B%7C%7D~%7F");
-    for (std::string& event : expected)
-        event = prefix + event + "&cd3=n";
-    EXPECT_EQ(bodies_after(features + texts_t{"", "run.\x01 !\"#$%&'()*+,-/:;<=>?@[\\]^_`{|}~\x7F"}),
-              expected);
+    const std::string units(64, 'u'), long_name(300000, 'x'); // as many units as the buffer for names has
+    const std::string features = "menu.file.open menu.edit menu menux other 5 run.tool run.a.b menu.file. "
+                                 "caf\xC3\xA9.\xE4\xB8\xAD run.\xFF\xFE menu.\xC3 ";
+    const std::string expected = "menu.file&el=open menu&el=edit menu run&el=tool menu.file "
+                                 "caf%C3%A9&el=%E4%B8%AD run menu ";
+    EXPECT_EQ(events_after(words_of(features + "run." + units + " run." + long_name) + texts_t{""}),
+              words_of(expected + "run&el=" + units + " run&el=" + long_name));
 }
 
 TEST_F(statistic, without_a_readable_filter_only_run_events_pass) {
-    texts_t expected;
-    for (const char* const content : {"<bag><event><name>menu</name></event>", "", "<other/>"}) {
-        write_filter(content);
-        expected.push_back(prefix + "run&el=tool&cd3=n");
-        EXPECT_EQ(bodies_after({"menu", "run.tool"}), expected) << content;
-    }
+    write_filter("<bag><event><name>menu</name></event>");
+    EXPECT_EQ(events_after({"menu", "run.tool"}), texts_t{"run&el=tool"});
     locations.folder.clear();
-    EXPECT_EQ(bodies_after({"menu", "run.tool"}, "..\xC0 & \u00e9", "1 & \xFF")[3],
-              "v=1&tid=UA-40271936-07&cid=i&d \u00e9&an=..%20%26%20%C3%A9&av=1 & " + system +
-                  "run&el=tool&cd3=n");
+    EXPECT_TRUE(event_filter_path().is_empty());
+    EXPECT_EQ(events_after({"menu", "run.tool"}, "..\xC0 & \u00e9", "1 & \xFF").back(),
+              "v=1&tid=UA-40271936-07&cid=i&d \u00e9&an=..%20%26%20%C3%A9&av=1 & "
+              "&cd1=win32&cd2=SYSTEM&t=event&ec=run&el=tool");
 }
 
 TEST_F(statistic, the_hit_tells_regular_users_and_days_count_while_off) {
     const fs::path days = profile.statistic_dir() / "last_active_dates.xml";
     const std::string day = "<item><Y type=\"int\">9999</Y><M type=\"int\">1</M><D type=\"int\">1</D></item>";
-    for (const std::string& more : {std::string(), day}) {
-        write_file(days, "<bag>" + day + day + more + "</bag>");
-        EXPECT_EQ(bodies_after({"run.a"}).back(), prefix + "run&el=a&cd3=" + (more.empty() ? "n" : "y"));
-    }
+    write_file(days, "<bag>" + day + day + "</bag>");
+    EXPECT_EQ(events_after({"run.a"}), texts_t{"run&el=a"});
+    write_file(days, "<bag>" + day + day + day + "</bag>");
+    EXPECT_EQ(events_after({"run.a"}), (texts_t{"run&el=a", "run&el=a&cd3=y"}));
     fs::remove(days);
     profile.set("NORVANE_DISABLE_FEEDBACK", "1");
-    const log_capture_t nothing("ostrel.statistic", 60000); // a report without lines has its own path
     statistic_t::get()->notify_feature_usage(L"run.a");
-    EXPECT_EQ(bodies_after({"run.a"}).size(), 2U);
+    EXPECT_EQ(events_after({"run.a"}).size(), 2U);
     EXPECT_TRUE(fs::exists(days));
     EXPECT_TRUE(fs::exists(profile.statistic_dir("vemtra") / "last_active_dates.xml"));
 }
 
 TEST_F(statistic, a_refusal_does_not_stop_a_forced_session) {
-    statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
-    ostrel_set_statistic_collection_enabled(handle, 0);
-    EXPECT_EQ(read_file(profile.virk()), "0");
-    ostrel_notify_feature_usage(handle, "run.a");
-    ostrel_destroy_statistic(handle);
-    EXPECT_EQ(collector.bodies(), texts_t{prefix + "run&el=a&cd3=n"});
+    auto shared = statistic_t::get();
+    shared->set_statistic_collection_enabled(false);
+    shared->notify_feature_usage(L"run.a");
+    shared.reset(); // waits for the hit
+    EXPECT_EQ(collector.bodies().size(), 1U);
 }
 
-TEST_F(statistic, an_answer_starts_and_stops_collection) {
-    ostrel_notify_feature_usage(nullptr, nullptr);
-    ostrel_set_statistic_collection_enabled(nullptr, 1);
-    ostrel_destroy_statistic(nullptr);
-    EXPECT_EQ(ostrel_should_ask_user_consent(nullptr), 0);
+TEST_F(statistic, an_answer_starts_and_stops_collection_and_is_not_asked_again) {
     profile.unset("NORVANE_FORCE_FEEDBACK");
     statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
+    EXPECT_EQ(ostrel_should_ask_user_consent(handle), 1);
     ostrel_notify_feature_usage(handle, "run.before");
     write_file(profile.virk(), "a longer answer");
     ostrel_set_statistic_collection_enabled(handle, 2);
     EXPECT_EQ(read_file(profile.virk()), "1");
     ostrel_notify_feature_usage(handle, "run.between");
     ostrel_set_statistic_collection_enabled(handle, 0);
+    EXPECT_EQ(read_file(profile.virk()), "0");
+    EXPECT_EQ(ostrel_should_ask_user_consent(handle), 0);
     ostrel_notify_feature_usage(handle, "run.after");
     fs::remove(profile.virk());
     fs::create_directories(profile.virk());
@@ -158,30 +147,31 @@ TEST_F(statistic, an_answer_starts_and_stops_collection) {
     EXPECT_EQ(ostrel_should_ask_user_consent(handle), 1) << "the answer could not be written";
     ostrel_notify_feature_usage(handle, "run.unanswered");
     ostrel_destroy_statistic(handle);
-    EXPECT_EQ(collector.bodies(), texts_t{prefix + "run&el=between&cd3=n"});
+    EXPECT_EQ(events(), texts_t{"run&el=between"});
 }
 
-TEST_F(statistic, notifications_are_traced_with_name_and_value) {
+TEST_F(statistic, a_null_handle_is_a_no_op) {
+    ostrel_notify_feature_usage(nullptr, nullptr);
+    ostrel_set_statistic_collection_enabled(nullptr, 1);
+    ostrel_destroy_statistic(nullptr);
+    EXPECT_EQ(ostrel_should_ask_user_consent(nullptr), 0);
+}
+
+TEST_F(statistic, notifications_are_traced_as_soon_as_somebody_listens) {
+    statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
     const auto shared = statistic_t::get();
-    const log_capture_t capture;
+    shared->notify_feature_usage(L"not traced");
+    const log_capture_t capture("ostrel");
     EXPECT_TRUE(shared->flush());
     EXPECT_FALSE(shared->reserved_slot_9());
-    shared->notify_feature_usage(L"caf\u00e9");
+    ostrel_notify_feature_usage(handle, "caf\xC3\xA9");
     shared->notify_feature_usage_ex(L"", 18446744073709551615U);
     const std::string call = "void " + library + "statistic_impl_ga_t::notify_feature_usage_ex(const " +
                              wide_text + " &, unsigned __int64)";
     EXPECT_EQ(capture.texts(), traced(call, {"feature_name=caf\xC3\xA9 value=1"}) +
                                    traced(call, {"feature_name= value=18446744073709551615"}));
     EXPECT_EQ(capture.lines()[1].level, 20000);
-}
-
-TEST_F(statistic, an_appender_attached_later_receives_all_further_lines) {
-    const auto shared = statistic_t::get();
-    shared->notify_feature_usage(L"not enabled");
-    std::optional<log_capture_t> capture;
-    std::thread([&capture] { capture.emplace("ostrel"); }).join();
-    shared->notify_feature_usage(L"not enabled");
-    EXPECT_EQ(capture->lines().size(), 3U);
+    ostrel_destroy_statistic(handle);
 }
 
 TEST_F(statistic, the_factory_shares_one_object_until_its_last_owner_releases_it) {
@@ -198,37 +188,45 @@ TEST_F(statistic, the_factory_shares_one_object_until_its_last_owner_releases_it
     locations.version = -7;
     profile.set("NORVANE_FORCE_UUID", "other");
     statistic_t::get()->notify_feature_usage(L"run.b");
+    const std::string begin = "v=1&tid=UA-40271936-07&cid=";
+    EXPECT_EQ(events(),
+              (texts_t{begin + "i&d \u00e9&an=vemtra&av=unknown&cd1=win32&cd2=SYSTEM&t=event&ec=run&el=a",
+                       begin + "other&an=vemtra&av=-7.1.312&cd1=win32&cd2=SYSTEM&t=event&ec=run&el=b"}));
+}
+
+TEST_F(statistic, a_service_in_c_is_copied_and_kept_for_its_readers) {
     write_filter(filter);
     const std::string folder = ostrel_platform::to_utf8(locations.folder);
-    settor2_product_locations_t in_c = {{7, 0, 12}, "f\xC3\xB6lder", folder.c_str(), nullptr, 0};
+    settor2_product_locations_t in_c = {{7, 0, 12}, "f\xC3\xB6lder", folder.c_str(), "t\xC3\xA9mp", 1};
     settor2_install_product_locations(&in_c);
+    const auto* const first = settor2::IProductLocations::get();
     in_c = {};
     statistic_t::get()->notify_feature_usage(L"menu");
+    EXPECT_EQ(events(), texts_t{"v=1&tid=UA-40271936-07&cid=i&d "
+                                "\u00e9&an=vemtra&av=7.0.12&cd1=win32&cd2=SYSTEM&t=event&ec=menu"});
+    EXPECT_TRUE(fs::exists(profile.statistic_dir("f\xC3\xB6lder") / "last_active_dates.xml"));
+    settor2_install_product_locations(&in_c);
+    EXPECT_EQ(first->getTempDir(), std::wstring(L"t\u00e9mp"));
+    EXPECT_TRUE(first->isManagerExpected());
+    EXPECT_EQ(settor2::IProductLocations::get()->getTempDir(), std::wstring());
+    EXPECT_FALSE(settor2::IProductLocations::get()->isManagerExpected());
     settor2_install_product_locations(nullptr);
     EXPECT_EQ(settor2::IProductLocations::get(), nullptr);
-    EXPECT_TRUE(fs::exists(profile.statistic_dir("f\xC3\xB6lder") / "last_active_dates.xml"));
-    const std::string begin = "v=1&tid=UA-40271936-07&cid=";
-    EXPECT_EQ(collector.bodies(),
-              (texts_t{begin + "i&d \u00e9&an=vemtra&av=unknown" + system + "run&el=a&cd3=n",
-                       begin + "other&an=vemtra&av=-7.1.312" + system + "run&el=b&cd3=n",
-                       begin + "other&an=vemtra&av=7.0.12" + system + "menu&cd3=n"}));
 }
 
 TEST_F(statistic, reports_of_concurrent_threads_all_arrive) {
-    const auto use = [shared = statistic_t::get()] {
-        for (int round = 0; round < 25; ++round) {
-            EXPECT_EQ(statistic_t::get(), shared);
-            shared->notify_feature_usage(L"run.a");
-            shared->set_statistic_collection_enabled(true);
-            EXPECT_EQ(shared->get_consent_state(), vsEnabled);
-        }
-    };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i)
-        threads.emplace_back(use);
-    for (std::thread& thread : threads)
-        thread.join();
-    ASSERT_TRUE(collector.wait_for(200));
+    std::vector<std::future<void>> users(8);
+    for (auto& user : users)
+        user = std::async(std::launch::async, [shared = statistic_t::get()] {
+            for (int round = 0; round < 25; ++round) {
+                EXPECT_EQ(statistic_t::get(), shared);
+                shared->notify_feature_usage(L"run.a");
+                shared->set_statistic_collection_enabled(true);
+                EXPECT_EQ(shared->get_consent_state(), vsEnabled);
+            }
+        });
+    users.clear(); // waits for them
+    EXPECT_TRUE(collector.wait_for(200));
 }
 
 TEST_F(statistic, every_destroyed_guard_reports_the_end_event_that_it_holds) {
@@ -243,10 +241,6 @@ TEST_F(statistic, every_destroyed_guard_reports_the_end_event_that_it_holds) {
     }
     EXPECT_EQ(left->calls, "a<!a>!a>!a>!");
     EXPECT_EQ(right->calls, "b<!");
-    const auto leave = [&right] {
-        const statistic_guard_t guard(L"c", L"", L".", right);
-        right->fails = true;
-    };
-    EXPECT_THROW(leave(), std::runtime_error);
-    EXPECT_EQ(right->calls, "b<!c!c.");
+    EXPECT_THROW(statistic_guard_t(L"", L"c", L"fail", right), std::runtime_error);
+    EXPECT_EQ(right->calls, "b<!c!fail");
 }

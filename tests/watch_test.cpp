@@ -3,9 +3,7 @@
 #include "support/programs.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <sstream>
+#include <regex>
 
 using namespace test_support;
 
@@ -30,7 +28,7 @@ struct watch : testing::Test {
     const children_app_data_t shared{profile.local_app_data()};
     finished_t shown;
     const std::string hit =
-        "v=1&tid=UA-40271936-07&cid=x&an=y&av=1\x1B[2J&cd1=win32&cd2=z&t=event&ec=a%1B&cd3=y";
+        "v=1&tid=UA-40271936-07&cid=x&an=y~&av=1\x1B[2J&cd1=win32&cd2=z&t=event&ec=a%1B&cd3=y";
 };
 
 } // namespace
@@ -45,33 +43,32 @@ TEST_F(watch, hits_are_separate_from_the_output_of_the_command) {
     EXPECT_EQ(shown.status, 7);
 }
 
-TEST_F(watch, without_hits_the_summary_names_the_status_command) {
+TEST_F(watch, only_hits_to_the_random_path_count_and_none_is_explained) {
     profile.set("NORVANE_FORCE_FEEDBACK", "");
-    EXPECT_EQ(watch_command({}, {"report=run.tool"}, "0 hits, 0 malformed; \"ostrelctl status\" says"), "");
+    EXPECT_EQ(
+        watch_command({}, {"report=run.tool", "post-elsewhere=" + hit},
+                      "0 hits, 0 malformed, 1 request to other paths ignored; \"ostrelctl status\" says"),
+        "");
 }
 
 TEST_F(watch, control_characters_are_escaped_and_malformed_hits_counted) {
     EXPECT_EQ(
         watch_command({"--raw"}, {"post=" + hit, "post=\x1B[31m", "post-long=66000"}, "1 hit, 2 malformed"),
-        "category \"a\\x1b\", no label, product \"y\", version \"1\\x1b[2J\", regular user: yes\n"
-        "  v=1&tid=UA-40271936-07&cid=x&an=y&av=1\\x1B[2J&cd1=win32&cd2=z&t=event&ec=a%1B&cd3=y\n"
+        "category \"a\\x1b\", no label, product \"y~\", version \"1\\x1b[2J\", regular user: yes\n"
+        "  v=1&tid=UA-40271936-07&cid=x&an=y~&av=1\\x1B[2J&cd1=win32&cd2=z&t=event&ec=a%1B&cd3=y\n"
         "malformed: the text does not begin like a hit\n  \\x1B[31m\n"
         "malformed: invalid HTTP: body limit exceeded\n  \n");
 }
 
 TEST_F(watch, json_is_one_object_a_line) {
-    std::istringstream lines(watch_command({"--json", "--raw"}, {"report=run.tool", "post=text"}, ""));
-    std::string line;
-    std::getline(lines, line);
-    nlohmann::json document = nlohmann::json::parse(line);
-    EXPECT_FALSE(document["os"].get<std::string>().empty());
-    EXPECT_EQ(document["body"].get<std::string>().find("v=1&tid=UA-40271936-07&cid=an id&an=watched"), 0U);
-    document.erase("os");
-    document.erase("body");
-    EXPECT_EQ(document.dump(), R"({"category":"run","label":"tool","machine_id":"an id","product":"watched",)"
-                               R"("regular_user":false,"schema":1,"version":"1 & 2"})");
-    std::getline(lines, line);
-    EXPECT_EQ(line, R"({"schema":1,"malformed":"the text does not begin like a hit","body":"text"})");
+    const std::string output = watch_command({"--json", "--raw"}, {"report=run.tool", "post=text"}, "");
+    EXPECT_EQ(
+        std::regex_replace(output, std::regex("(cd2=|\"os\":\")[^&\"]+"), "$1SYSTEM"),
+        R"({"schema":1,"category":"run","label":"tool","product":"watched","version":"1 & 2",)"
+        R"("machine_id":"an id","os":"SYSTEM","regular_user":false,"body":"v=1&tid=UA-40271936-07&cid=an id)"
+        R"(&an=watched&av=1 & 2&cd1=win32&cd2=SYSTEM&t=event&ec=run&el=tool&cd3=n"}
+{"schema":1,"malformed":"the text does not begin like a hit","body":"text"}
+)");
 }
 
 TEST_F(watch, hits_bypass_proxies_and_the_proxy_settings_stay) {
@@ -84,12 +81,6 @@ TEST_F(watch, hits_bypass_proxies_and_the_proxy_settings_stay) {
     watch_command({}, {"show=no_proxy"}, "*\n");
 }
 
-TEST_F(watch, only_the_random_path_takes_hits) {
-    EXPECT_EQ(
-        watch_command({}, {"post-elsewhere=" + hit}, "0 hits, 0 malformed, 1 request to other paths ignored"),
-        "");
-}
-
 TEST_F(watch, arguments_reach_the_command_unchanged) {
     const texts_t words =
         texts_t{"", " ", "a b\\"} + words_of("a\"b \\ a\\\\\" \" --json -- caf\xC3\xA9 %PATH% a&b|c^d");
@@ -100,10 +91,8 @@ TEST_F(watch, arguments_reach_the_command_unchanged) {
 }
 
 TEST_F(watch, a_missing_command_is_reported) {
-    shown = run_program({OSTRELCTL, "watch", "--",
-                         "no-such-\x1B"
-                         "command"});
+    shown = run_program({OSTRELCTL, "watch", "--", "missing\x1B"});
     EXPECT_EQ(shown.status, 127);
-    EXPECT_EQ(shown.errors, "ostrelctl: no-such-\\x1Bcommand: command not found\n");
+    EXPECT_EQ(shown.errors, "ostrelctl: missing\\x1B: command not found\n");
     EXPECT_EQ(run_program({OSTRELCTL, "watch", "--"}).status, 2);
 }

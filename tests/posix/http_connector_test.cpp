@@ -7,8 +7,6 @@
 #include <csignal>
 #include <curl/curl.h>
 #include <dlfcn.h>
-#include <gtest/gtest.h>
-#include <mutex>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,75 +15,53 @@ using OSTREL_NAMESPACE::http_connector_t;
 
 namespace {
 
-std::mutex mutex;
-std::vector<std::thread::id> initialising_threads; ///< guarded by mutex
+struct posix_http_connector : testing::Test {
+    const profile_t profile;
+};
+
+const std::thread::id host = std::this_thread::get_id();
+texts_t initialising_threads; ///< of libcurl; an object's destructor waits for its thread
 bool is_libcurl_old = false;
 
 } // namespace
 
 // These definitions precede libcurl's own.
 CURLcode curl_global_init(long flags) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    initialising_threads.push_back(std::this_thread::get_id());
+    initialising_threads.emplace_back(std::this_thread::get_id() == host ? "host" : "sender");
     return reinterpret_cast<decltype(&curl_global_init)>(::dlsym(RTLD_NEXT, "curl_global_init"))(flags);
 }
 
 curl_version_info_data* curl_version_info(CURLversion version) {
-    using function_t = decltype(&curl_version_info);
     static curl_version_info_data data;
-    data = *reinterpret_cast<function_t>(::dlsym(RTLD_NEXT, "curl_version_info"))(version);
-    if (is_libcurl_old)
-        data.features &= ~CURL_VERSION_THREADSAFE;
+    data = *reinterpret_cast<decltype(&curl_version_info)>(::dlsym(RTLD_NEXT, "curl_version_info"))(version);
+    data.features &= is_libcurl_old ? ~CURL_VERSION_THREADSAFE : ~0;
     return &data;
 }
 
-namespace {
-
-struct posix_http_connector : testing::Test {
-    /// @return the threads that initialised libcurl while one object lived
-    template <class Use>
-    static std::vector<std::thread::id> initialised_by(const Use& use) {
+TEST_F(posix_http_connector, the_sending_thread_initialises_libcurl_once_it_collects) {
+    const std::tuple<const char*, const char*, bool, bool, texts_t> cases[] = {
+        {"no answer on file", "", false, false, {}},
+        {"the user agrees", "", true, false, {"sender"}},
+        {"the answer is on file", "", false, false, {"sender"}},
+        {"switched off", "1", true, false, {}},
+        {"libcurl is not thread-safe", "1", false, true, {"host"}}};
+    for (const auto& [situation, disabling_switch, agrees, is_old, threads] : cases) {
+        SCOPED_TRACE(situation);
+        profile.set("NORVANE_DISABLE_FEEDBACK", disabling_switch);
+        is_libcurl_old = is_old;
         initialising_threads.clear();
         statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
-        use(handle);
+        if (agrees)
+            ostrel_set_statistic_collection_enabled(handle, 1);
         ostrel_destroy_statistic(handle);
-        return initialising_threads;
+        EXPECT_EQ(initialising_threads, threads);
     }
-
-    profile_t profile;
-};
-
-} // namespace
-
-TEST_F(posix_http_connector, the_sending_thread_initialises_libcurl_once_it_collects) {
-    const auto nothing = [](statistic_handle_t*) {};
-    const auto agree = [](statistic_handle_t* handle) { ostrel_set_statistic_collection_enabled(handle, 1); };
-    EXPECT_TRUE(initialised_by(nothing).empty()) << "no answer on file";
-    const auto agreed = initialised_by(agree);
-    ASSERT_EQ(agreed.size(), 1U);
-    EXPECT_NE(agreed[0], std::this_thread::get_id());
-    EXPECT_EQ(initialised_by(nothing).size(), 1U) << "the answer is on file";
-    profile.set("NORVANE_DISABLE_FEEDBACK", "1");
-    EXPECT_TRUE(initialised_by(agree).empty()) << "switched off";
-    is_libcurl_old = true;
-    EXPECT_EQ(initialised_by(nothing), std::vector{std::this_thread::get_id()});
-    is_libcurl_old = false;
-}
-
-TEST_F(posix_http_connector, the_first_hit_initialises_libcurl_if_needed) {
-    const collector_t collector;
-    initialising_threads.clear();
-    http_connector_t(collector.url().c_str()).send("hit");
-    EXPECT_EQ(initialising_threads.size(), 1U);
-    EXPECT_EQ(collector.bodies(), texts_t{"hit"});
 }
 
 TEST_F(posix_http_connector, the_hosts_sigpipe_handler_stays_during_a_transfer) {
     std::atomic<bool> is_default{false};
     const collector_t collector([&is_default](const request_t&) {
-        struct sigaction current {};
-        ::sigaction(SIGPIPE, nullptr, &current);
-        is_default = current.sa_handler == SIG_DFL;
+        is_default = std::signal(SIGPIPE, SIG_DFL) == SIG_DFL;
         return 200U;
     });
     http_connector_t(collector.url().c_str()).send("hit");

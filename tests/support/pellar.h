@@ -52,9 +52,9 @@ struct pellar_test_t : testing::Test {
             result.push_back(line);
         return result;
     }
-    bool wait_for_runs(std::size_t count) const {
+    texts_t wait_for_runs(std::size_t count) const {
         wait_until([&] { return runs().size() >= count; });
-        return runs().size() == count;
+        return runs();
     }
     /// What the stand-in writes into the exchange file from now on.
     void answer(const std::string& bytes) {

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <map>
 #include <sstream>
