@@ -5,18 +5,23 @@
 #include "support/posix/user.h"
 #include "support/profile.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <netinet/in.h>
 #include <resolv.h>
 #include <sys/stat.h>
 
 using namespace test_support;
+using namespace testing;
 using namespace OSTREL_NAMESPACE;
 
 namespace {
 
-struct plan_on_posix : testing::Test {
+struct plan_on_posix : Test {
     static plan_t plan() { return make_plan({L"product", {}}); }
+    static void expect_failure(folder_outcome_t outcome) {
+        EXPECT_THAT(plan().failure, Optional(Field(&folder_forecast_t::outcome, outcome)));
+        EXPECT_THROW(statistic_impl_ga_t(L"product", L"1"), std::exception);
+    }
 
     const profile_t profile;
 };
@@ -29,18 +34,12 @@ TEST_F(plan_on_posix, the_resolver_tells_addresses_from_no_host_and_no_answer) {
     const auto former = _res;
     _res.nscount = 1;
     _res.nsaddr_list[0] = {AF_INET, htons(1), {htonl(INADDR_LOOPBACK)}, {}}; // no name server listens there
-    const std::tuple<const char*, resolution_t, std::vector<std::array<std::uint8_t, 4>>> cases[] = {
-        {"10.1.2.3", resolution_t::resolved, {{10, 1, 2, 3}}},
-        {"::1", resolution_t::resolved, {}},
-        {"no..host", resolution_t::unknown_host, {}},
-        {"host.example", resolution_t::failed, {}},
-    };
-    for (const auto& [name, outcome, addresses] : cases) {
-        SCOPED_TRACE(name);
-        const auto answer = ostrel_platform::resolve_host(name);
-        EXPECT_EQ(answer.outcome, outcome);
-        EXPECT_EQ(answer.ipv4, addresses);
-    }
+    const auto resolved = [](const char* name) { return ostrel_platform::resolve_host(name); };
+    EXPECT_THAT(resolved("10.1.2.3"),
+                FieldsAre(resolution_t::resolved, ElementsAre(ElementsAre(10, 1, 2, 3))));
+    EXPECT_THAT(resolved("::1"), FieldsAre(resolution_t::resolved, IsEmpty()));
+    EXPECT_THAT(resolved("no..host"), FieldsAre(resolution_t::unknown_host, IsEmpty()));
+    EXPECT_THAT(resolved("host.example"), FieldsAre(resolution_t::failed, IsEmpty()));
     ::res_nclose(&_res);
     _res = former;
 }
@@ -48,23 +47,15 @@ TEST_F(plan_on_posix, the_resolver_tells_addresses_from_no_host_and_no_answer) {
 TEST_F(plan_on_posix, folders_that_the_user_may_not_create_are_foreseen) {
     as_ordinary_user(profile.local_app_data(), [&] {
         fs::create_symlink("nowhere", profile.company());
-        EXPECT_EQ(plan().failure->outcome, folder_outcome_t::blocked);
-        EXPECT_THROW(statistic_impl_ga_t(L"product", L"1"), std::exception);
+        expect_failure(folder_outcome_t::blocked);
         profile.set("XDG_DATA_HOME", "/nonexistent");
-        const auto failure = plan().failure;
-        ASSERT_TRUE(failure.has_value());
-        EXPECT_EQ(failure->outcome, folder_outcome_t::forbidden);
-        EXPECT_EQ(failure->obstacle.as_string(), L"/");
-        EXPECT_THROW(statistic_impl_ga_t(L"product", L"1"), std::exception);
+        expect_failure(folder_outcome_t::forbidden);
+        EXPECT_EQ(plan().failure->obstacle.as_string(), L"/");
     });
-}
-
-TEST_F(plan_on_posix, a_file_in_the_place_of_the_data_folder_is_foreseen) {
-    EXPECT_TRUE(fs::remove(profile.local_app_data()));
+    fs::remove_all(profile.local_app_data());
     EXPECT_FALSE(plan().failure.has_value());
     write_file(profile.local_app_data(), "");
-    EXPECT_EQ(plan().failure->outcome, folder_outcome_t::blocked);
-    EXPECT_THROW(statistic_impl_ga_t(L"product", L"1"), std::exception);
+    expect_failure(folder_outcome_t::blocked);
 }
 
 TEST_F(plan_on_posix, files_that_the_user_may_not_write_are_foreseen) {
@@ -86,9 +77,9 @@ TEST_F(plan_on_posix, a_device_is_a_refusal_and_a_dangling_link_is_a_lock) {
     fs::create_directories(profile.statistic_dir());
     fs::create_symlink("/dev/null", profile.virk());
     fs::create_symlink("nowhere", profile.statistic_dir() / "last_active_dates.lock");
-    EXPECT_EQ(plan().answer, vsDisabled);
-    EXPECT_EQ(plan().find(place_role_t::consent)->state, place_state_t::device);
-    EXPECT_TRUE(plan().find(place_role_t::consent)->is_read_only);
-    EXPECT_EQ(plan().days.state, days_state_t::locked);
-    EXPECT_EQ(plan().places.back().state, place_state_t::dangling_link);
+    const plan_t found = plan();
+    EXPECT_EQ(found.answer, vsDisabled);
+    EXPECT_THAT(*found.find(place_role_t::consent), FieldsAre(_, _, place_state_t::device, true));
+    EXPECT_EQ(found.days.state, days_state_t::locked);
+    EXPECT_EQ(found.places.back().state, place_state_t::dangling_link);
 }
