@@ -6,6 +6,7 @@
 #include "platform/folders.h"
 #include "platform/os_name.h"
 #include "platform/posix/os_release.h"
+#include "platform/process.h"
 #include "settor2/product_locations_c.h"
 #include "statistic_impl/machine_id.h"
 #include "support/collector.h"
