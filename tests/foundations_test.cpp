@@ -107,16 +107,6 @@ TEST(datetime, now_is_the_system_clock_in_utc) {
     EXPECT_THAT(now, AllOf(Ge(before), Le(clock())));
 }
 
-TEST(datetime, only_a_readable_file_has_a_time) {
-    const profile_t profile;
-    const auto has_time = [](const fs::path& path) { return datetime_t::file_time(wide(path)).is_valid(); };
-    const fs::path file = profile.folder() / fs::u8path(u8"\u00e9 \u4e2d.txt");
-    EXPECT_FALSE(has_time(file));
-    EXPECT_FALSE(has_time(profile.folder()));
-    write_file(file, "");
-    EXPECT_TRUE(has_time(file));
-}
-
 TEST(filelock, a_held_lock_refuses_others_and_copies_count_as_locked) {
     const profile_t profile;
     const fs::path data = profile.folder() / "data.xml", file = profile.folder() / "data.lock";

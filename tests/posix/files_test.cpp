@@ -210,14 +210,16 @@ TEST_F(posix_files, on_a_full_disk_the_old_file_stays_and_no_new_one_appears) {
     std::signal(SIGXFSZ, SIG_DFL);
 }
 
-TEST_F(posix_files, new_folders_are_private_and_existing_ones_keep_their_mode) {
+TEST_F(posix_files, new_files_and_folders_are_private_and_existing_ones_stay) {
     ::chmod(folder.c_str(), 0755);
     as_ordinary_user(folder, [&] {
         const mode_t former = ::umask(0777);
         kiln2::create_folders(wide(folder / "a" / "b" / ".." / "c"));
         ::umask(0);
         kiln2::create_folders(wide(folder / "d"));
+        EXPECT_TRUE(ostrel_platform::create_exclusively(wide(folder / "lock")));
         ::umask(former);
+        EXPECT_EQ(mode_of(folder / "lock"), 0600U);
         for (const char* const made : {"a", "a/b", "a/c", "d"})
             EXPECT_EQ(mode_of(folder / made), 0700U) << made;
         write_file(file, "");

@@ -1,28 +1,30 @@
-// What only POSIX has: file modes, pipes, signals, forks, and variables that are not text.
+// What only POSIX has: pipes, signals, forks, variables that are not text, and a plan that foresees
+// permissions.
 #include "http_connector/http_connector.h"
 #include "ostrel/datetime.h"
 #include "ostrel/ostrel.h"
-#include "platform/files.h"
 #include "platform/folders.h"
 #include "platform/os_name.h"
 #include "platform/posix/os_release.h"
 #include "platform/process.h"
 #include "settor2/product_locations_c.h"
-#include "statistic_impl/machine_id.h"
+#include "statistic_impl/plan.h"
 #include "support/collector.h"
+#include "support/posix/user.h"
 #include "support/profile.h"
 
 #include <csignal>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <resolv.h>
 #include <set>
 #include <sys/stat.h>
 #include <sys/time.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace test_support;
 using namespace testing;
+using namespace OSTREL_NAMESPACE;
 
 // Sanitizers and emulators replace vfork in this way. The parent then reads the report pipe before the child
 // has written into it, so that a signal interrupts the read.
@@ -45,6 +47,14 @@ struct posix : Test {
     }
 
     profile_t profile;
+};
+
+struct posix_plan : posix {
+    static plan_t plan() { return make_plan({L"product", {}}); }
+    static void expect_failure(folder_outcome_t outcome) {
+        EXPECT_THAT(plan().failure, Optional(Field(&folder_forecast_t::outcome, outcome)));
+        EXPECT_THROW(use(), std::exception);
+    }
 };
 
 /// Like an exit handler that the host registers before it loads the library: runs after the library's.
@@ -102,16 +112,6 @@ TEST_F(posix, data_is_kept_below_the_data_home_or_the_home_or_nowhere) {
     EXPECT_EQ(use(), std::pair(0, 0)) << "a value that is not valid text counts as set";
 }
 
-TEST_F(posix, new_files_and_folders_are_private) {
-    const mode_t former = ::umask(0);
-    EXPECT_EQ(use(), std::pair(1, 0));
-    EXPECT_TRUE(ostrel_platform::create_exclusively(wide(profile.company() / "lock")));
-    ::umask(former);
-    for (const auto& [path, content] : contents(profile.local_app_data()))
-        EXPECT_EQ(fs::status(path).permissions(), fs::perms(fs::is_directory(path) ? 0700 : 0600)) << path;
-    EXPECT_THAT(contents(profile.company()), SizeIs(7));
-}
-
 TEST_F(posix, pipes_in_place_of_files_do_not_block) {
     fs::create_directories(profile.statistic_dir());
     for (const char* const name : {"uuid.xml", "uuid.xml.tmp", "last_active_dates.xml", "../../../virk"})
@@ -122,7 +122,7 @@ TEST_F(posix, pipes_in_place_of_files_do_not_block) {
 
 TEST_F(posix, a_forked_child_makes_another_machine_id) {
     const pid_t child = ::fork(); // inherits whatever state a generator may have
-    const std::string id = ostrel_platform::to_utf8(OSTREL_NAMESPACE::generate_uuid());
+    const std::string id = ostrel_platform::to_utf8(generate_uuid());
     if (child == 0) {
         write_file(profile.folder() / "id", id);
         ::_exit(0);
@@ -156,7 +156,7 @@ TEST_F(posix, a_file_time_is_in_whole_seconds_since_1970) {
         SCOPED_TRACE(seconds);
         const timespec times[2] = {{seconds, 999999999}, {seconds, 999999999}};
         ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
-        EXPECT_EQ(OSTREL_NAMESPACE::datetime_t::file_time(wide(file)).as_string(), text);
+        EXPECT_EQ(datetime_t::file_time(wide(file)).as_string(), text);
     }
 }
 
@@ -171,7 +171,7 @@ TEST_F(posix, the_sending_thread_blocks_all_signals_and_the_caller_does_not) {
     const collector_t collector;
     // The thread pool of log4cplus may still be starting threads.
     const std::set<fs::path> before = threads();
-    OSTREL_NAMESPACE::http_connector_t connector(collector.url().c_str());
+    http_connector_t connector(collector.url().c_str());
     connector.send("hit");
     ASSERT_TRUE(collector.wait_for(1));
     EXPECT_THAT(threads(), Each(AnyOf(ResultOf(blocks_all, true), AnyOfArray(before))));
@@ -192,4 +192,60 @@ TEST_F(posix, detached_start_survives_interrupted_reads) {
     }
     std::signal(SIGALRM, SIG_DFL);
     EXPECT_EQ(started, 20);
+}
+
+TEST_F(posix_plan, the_resolver_tells_addresses_from_no_host_and_no_answer) {
+    using ostrel_platform::resolution_t;
+    ASSERT_EQ(::res_init(), 0);
+    const auto former = _res;
+    _res.nscount = 1;
+    _res.nsaddr_list[0] = {AF_INET, htons(1), {htonl(INADDR_LOOPBACK)}, {}}; // no name server listens there
+    const auto resolved = [](const char* name) { return ostrel_platform::resolve_host(name); };
+    EXPECT_THAT(resolved("10.1.2.3"),
+                FieldsAre(resolution_t::resolved, ElementsAre(ElementsAre(10, 1, 2, 3))));
+    EXPECT_THAT(resolved("::1"), FieldsAre(resolution_t::resolved, IsEmpty()));
+    EXPECT_THAT(resolved("no..host"), FieldsAre(resolution_t::unknown_host, IsEmpty()));
+    EXPECT_THAT(resolved("host.example"), FieldsAre(resolution_t::failed, IsEmpty()));
+    ::res_nclose(&_res);
+    _res = former;
+}
+
+TEST_F(posix_plan, folders_that_the_user_may_not_create_are_foreseen) {
+    as_ordinary_user(profile.local_app_data(), [&] {
+        fs::create_symlink("nowhere", profile.company());
+        expect_failure(folder_outcome_t::blocked);
+        profile.set("XDG_DATA_HOME", "/nonexistent");
+        expect_failure(folder_outcome_t::forbidden);
+        EXPECT_EQ(plan().failure->obstacle.as_string(), L"/");
+    });
+    fs::remove_all(profile.local_app_data());
+    EXPECT_FALSE(plan().failure.has_value());
+    write_file(profile.local_app_data(), "");
+    expect_failure(folder_outcome_t::blocked);
+}
+
+TEST_F(posix_plan, files_that_the_user_may_not_write_are_foreseen) {
+    as_ordinary_user(profile.local_app_data(), [&] {
+        const fs::path uuid = profile.statistic_dir() / "uuid.xml";
+        write_file(uuid, "<bag>");
+        write_file(profile.virk(), "1");
+        EXPECT_TRUE(plan().keeps_machine_id);
+        ::chmod(uuid.c_str(), 0444);
+        ::chmod(profile.virk().c_str(), 0444);
+        EXPECT_FALSE(plan().keeps_machine_id);
+        EXPECT_TRUE(plan().find(place_role_t::machine_id)->is_read_only);
+        EXPECT_TRUE(plan().find(place_role_t::consent)->is_read_only);
+        EXPECT_FALSE(plan().find(place_role_t::days_of_use)->is_read_only);
+    });
+}
+
+TEST_F(posix_plan, a_device_is_a_refusal_and_a_dangling_link_is_a_lock) {
+    fs::create_directories(profile.statistic_dir());
+    fs::create_symlink("/dev/null", profile.virk());
+    fs::create_symlink("nowhere", profile.statistic_dir() / "last_active_dates.lock");
+    const plan_t found = plan();
+    EXPECT_EQ(found.answer, vsDisabled);
+    EXPECT_THAT(*found.find(place_role_t::consent), FieldsAre(_, _, place_state_t::device, true));
+    EXPECT_EQ(found.days.state, days_state_t::locked);
+    EXPECT_EQ(found.places.back().state, place_state_t::dangling_link);
 }
