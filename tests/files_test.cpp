@@ -142,6 +142,7 @@ TEST_F(last_active_dates, malformed_items_are_skipped_and_the_stored_order_is_ke
 TEST_F(last_active_dates, a_file_without_a_new_day_is_not_rewritten) {
     EXPECT_FALSE(last_active_dates_t(folder, &clock).save());
     for (const char* const content : {"malformed", "<bag/>"}) {
+        SCOPED_TRACE(content);
         write_file(file, content);
         EXPECT_FALSE(last_active_dates_t(folder, &clock).save());
         EXPECT_EQ(read_file(file), content);

@@ -36,9 +36,10 @@ void exit_while_logging() {
     OSTREL_LOG(trace_log, error, L"the last line");
 }
 
-/// Constructed first and destroyed last: its exit status says what happened at exit.
-struct exit_check_t {
-    ~exit_check_t() {
+/// Registers the exit handler before the library registers any, so that it runs after those. Its exit status
+/// says what happened.
+[[gnu::constructor(101)]] void register_exit_check() {
+    std::atexit([] {
         using namespace std::chrono_literals;
         if (!exit_start)
             return;
@@ -46,9 +47,8 @@ struct exit_check_t {
         const bool must_wait = fs::path::preferred_separator == '/'; // on Windows no other thread is left
         const bool is_closed = !trace_log.is_enabled_for(OSTREL_NAMESPACE::log_level_t::error);
         std::_Exit(!is_closed ? 2 : waited > 900ms ? 3 : must_wait && waited < 50ms ? 4 : 7);
-    }
-};
-__attribute__((init_priority(101))) const exit_check_t exit_check;
+    });
+}
 
 } // namespace
 

@@ -100,7 +100,7 @@ TEST_F(posix_files, a_file_whose_owner_cannot_be_kept_becomes_private) {
 }
 
 // Not as root, who could replace the device itself if the library were wrong.
-TEST_F(posix_files, read_only_files_devices_pipes_folders_and_circular_links_stay) {
+TEST_F(posix_files, a_target_that_is_read_only_or_no_file_stays) {
     as_ordinary_user(folder, [&] {
         ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
         const int reader = ::open((folder / "pipe").c_str(), O_RDONLY | O_NONBLOCK);
@@ -157,7 +157,9 @@ TEST_F(posix_files, another_writers_temporary_file_is_left_alone) {
     ASSERT_EQ(::syscall(SYS_flock, other, LOCK_EX), 0);
     EXPECT_FALSE(replace("ours"));
     EXPECT_EQ(read_file(temporary), "theirs");
-    ::close(other);
+    in_place_of_a_pause = [&] { return ::close(other); };
+    EXPECT_TRUE(overwrite("answer")) << "waits for the other writer";
+    write_file(temporary, "theirs");
     before_flock = [&] { // the other writer finishes after we have opened its temporary file
         fs::rename(temporary, file);
         return 0;

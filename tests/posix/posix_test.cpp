@@ -3,6 +3,7 @@
 #include "http_connector/http_connector.h"
 #include "ostrel/datetime.h"
 #include "ostrel/ostrel.h"
+#include "platform/files.h"
 #include "platform/folders.h"
 #include "platform/os_name.h"
 #include "platform/posix/os_release.h"
@@ -25,6 +26,7 @@
 using namespace test_support;
 using namespace testing;
 using namespace OSTREL_NAMESPACE;
+using ostrel_platform::to_wide;
 
 // Sanitizers and emulators replace vfork in this way. The parent then reads the report pipe before the child
 // has written into it, so that a signal interrupts the read.
@@ -57,19 +59,18 @@ struct posix_plan : posix {
     }
 };
 
-/// Like an exit handler that the host registers before it loads the library: runs after the library's.
-struct exit_handler_t {
-    ~exit_handler_t() {
-        if (!is_armed)
+const char* const long_text = "a folder whose name is longer than short strings";
+bool checks_exit = false;
+
+/// Registers the exit handler before the library registers any, so that it runs after those.
+[[gnu::constructor(101)]] void register_exit_check() {
+    std::atexit([] {
+        if (!checks_exit)
             return;
         const bool is_made = ostrel_create_statistic("product", "1") != nullptr;
-        const std::wstring folder = settor2::IProductLocations::get()->getFolder();
-        ::_exit(is_made && folder == L"a folder whose name is longer than short strings" ? 0 : 1);
-    }
-
-    bool is_armed = false;
-};
-[[gnu::init_priority(101)]] exit_handler_t exit_handler;
+        ::_exit(is_made && settor2::IProductLocations::get()->getFolder() == to_wide(long_text) ? 0 : 1);
+    });
+}
 
 } // namespace
 
@@ -78,10 +79,9 @@ TEST(posix_exit, the_service_of_a_c_host_outlives_static_objects) {
     for (const char* const name : {"HOME", "XDG_DATA_HOME"})
         set_variable(name, std::nullopt);
     const auto leave = [] {
-        const settor2_product_locations_t in_c = {
-            {}, nullptr, "a folder whose name is longer than short strings", nullptr, 0};
+        const settor2_product_locations_t in_c = {{}, nullptr, long_text, nullptr, 0};
         settor2_install_product_locations(&in_c);
-        exit_handler.is_armed = true;
+        checks_exit = true;
         std::exit(1);
     };
     EXPECT_EXIT(leave(), ExitedWithCode(0), "");
@@ -118,6 +118,7 @@ TEST_F(posix, pipes_in_place_of_files_do_not_block) {
         ASSERT_EQ(::mkfifo((profile.statistic_dir() / name).c_str(), 0600), 0);
     EXPECT_EQ(use(), std::pair(0, 0)) << "a pipe in place of the answer is a refusal";
     EXPECT_TRUE(fs::is_fifo(profile.virk()));
+    EXPECT_FALSE(ostrel_platform::shared_file_t::open_for_reading(wide(profile.virk())).has_value());
 }
 
 TEST_F(posix, a_forked_child_makes_another_machine_id) {
@@ -158,9 +159,10 @@ TEST_F(posix, a_file_time_is_in_whole_seconds_since_1970) {
         ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
         EXPECT_EQ(datetime_t::file_time(wide(file)).as_string(), text);
     }
+    EXPECT_FALSE(datetime_t::file_time(wide(profile.folder())).is_valid());
 }
 
-TEST_F(posix, the_sending_thread_blocks_all_signals_and_the_caller_does_not) {
+TEST_F(posix, the_sending_thread_blocks_all_signals_the_caller_none) {
     const auto threads = [] {
         return std::set<fs::path>(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
     };
@@ -236,6 +238,8 @@ TEST_F(posix_plan, files_that_the_user_may_not_write_are_foreseen) {
         EXPECT_TRUE(plan().find(place_role_t::machine_id)->is_read_only);
         EXPECT_TRUE(plan().find(place_role_t::consent)->is_read_only);
         EXPECT_FALSE(plan().find(place_role_t::days_of_use)->is_read_only);
+        ::chmod(profile.statistic_dir().c_str(), 0555);
+        EXPECT_TRUE(plan().find(place_role_t::days_of_use)->is_read_only);
     });
 }
 

@@ -68,12 +68,14 @@ TEST_F(tool_on_windows, an_interrupt_ends_the_command_first_and_then_the_tool) {
 }
 
 TEST_F(tool_on_windows, the_exit_code_of_a_command_keeps_its_32_bits) {
-    for (const long long code : {256LL, 3221225477LL}) // the second is the one of an access violation
+    for (const long long code : {256LL, 3221225477LL}) { // the second is the one of an access violation
+        SCOPED_TRACE(code);
         EXPECT_EQ(run_program({OSTRELCTL, "watch", "--", WATCHED, "exit=" + std::to_string(code)}).status,
                   code);
+    }
 }
 
-TEST_F(tool_on_windows, batch_files_take_no_characters_that_the_command_processor_reads) {
+TEST_F(tool_on_windows, batch_files_take_no_special_characters) {
     const std::string batch = (profile.folder() / "run.cmd").u8string();
     write_file(batch, "@echo got %1\r\n@exit /b 5\r\n");
     const finished_t plain = run_program({OSTRELCTL, "watch", "--", batch, "a-b.c"});
