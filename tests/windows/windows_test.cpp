@@ -60,18 +60,15 @@ std::string as_text(const STARTUPINFOW* startup) {
     return as_text(startup->cb) + " " + as_text(startup->dwFlags) + " " + as_text(startup->wShowWindow);
 }
 
-/// Has the parameters of a system function, records its arguments and fails.
-template <class Function>
-struct failing_t;
-template <class Result, class... Arguments>
-struct failing_t<Result(Arguments...)> {
-    template <int... Failure>
-    static Result call(Arguments... arguments) {
+/// A function with the parameters of a system function, which records its arguments and fails.
+template <int... Failure, class Result, class... Arguments>
+auto* failing(Result (*)(Arguments...)) {
+    return +[](Arguments... arguments) -> Result {
         (asked.push_back(as_text(arguments)), ...);
         ::SetLastError(1234);
         return {Failure...};
-    }
-};
+    };
+}
 
 struct proxy_settings_t {
     const wchar_t *browser, *discovered, *machine;
@@ -110,24 +107,24 @@ struct windows : Test {
 } // namespace
 
 TEST_F(windows, system_calls_get_documented_arguments_and_report_failures) {
-    const redirect_t processes(__imp_CreateProcessW, &failing_t<decltype(::CreateProcessW)>::call<0>);
+    const redirect_t processes(__imp_CreateProcessW, failing<0>(&::CreateProcessW));
     EXPECT_THAT(ostrel_platform::run_process(compose_command(L"C:\\tool.exe", {})), FieldsAre(false, 1234U));
     EXPECT_THAT(asked, ElementsAre("null", "'\"C:\\tool.exe\"'", "null", "null", "0", "16", "null", "null",
                                    "104 1 0", "set")); // 16 is a new console; 1 0 hides the window
 
-    const redirect_t sockets(__imp_WSAStartup, &failing_t<decltype(::WSAStartup)>::call<WSASYSNOTREADY>);
+    const redirect_t sockets(__imp_WSAStartup, failing<WSASYSNOTREADY>(&::WSAStartup));
     EXPECT_EQ(ostrel_platform::resolve_host("127.0.0.1").outcome, ostrel_platform::resolution_t::failed);
     EXPECT_THAT(asked, ElementsAre("257", "set")); // 1.1
 
-    const redirect_t sessions(__imp_WinHttpOpen, &failing_t<decltype(::WinHttpOpen)>::call<>);
+    const redirect_t sessions(__imp_WinHttpOpen, failing(&::WinHttpOpen));
     ostrel_platform::system_proxies("http://c/");
     EXPECT_THAT(asked, ElementsAre("''", "0", "null", "null", "0"));
 
-    const redirect_t locks(__imp__wsopen_s, &failing_t<decltype(::_wsopen_s)>::call<EEXIST>);
+    const redirect_t locks(__imp__wsopen_s, failing<EEXIST>(&::_wsopen_s));
     EXPECT_FALSE(ostrel_platform::create_exclusively(L"lock"));
     EXPECT_THAT(asked, ElementsAre("set", "'lock'", std::to_string(0x580), "16", std::to_string(0x180)));
 
-    const redirect_t metrics(__imp_GetSystemMetrics, &failing_t<decltype(::GetSystemMetrics)>::call<1>);
+    const redirect_t metrics(__imp_GetSystemMetrics, failing<1>(&::GetSystemMetrics));
     EXPECT_TRUE(ostrel_platform::is_remote_session());
     EXPECT_THAT(asked, ElementsAre(std::to_string(0x1000)));
 }
@@ -230,7 +227,7 @@ TEST_F(windows, command_lines_arrive_in_quotes_with_nothing_escaped) {
 
 TEST_F(windows, folders_that_the_system_does_not_name_are_done_without) {
     EXPECT_THAT(ostrel_platform::common_program_files_folder(), Optional(HasSubstr(L"(x86)")));
-    const redirect_t redirect(__imp_SHGetFolderPathW, &failing_t<decltype(::SHGetFolderPathW)>::call<E_FAIL>);
+    const redirect_t redirect(__imp_SHGetFolderPathW, failing<E_FAIL>(&::SHGetFolderPathW));
     EXPECT_EQ(ostrel_platform::common_program_files_folder(), std::nullopt);
     EXPECT_THAT(asked, ElementsAre(_, "44", _, _, _, _, "43", _, _, _)); // of 32-bit and of 64-bit programs
     statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
