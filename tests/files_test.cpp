@@ -78,7 +78,9 @@ TEST_F(variant_bag, a_missing_or_malformed_file_leaves_the_bag_empty) {
                       "<Bag/>", nested(65),           nested(5000),        std::string(200000, '<')};
     for (std::size_t length = 1; length < whole.size(); length += 5)
         malformed.push_back(whole.substr(0, length));
+    bag.put(L"former", 1);
     EXPECT_EQ(load(), 0);
+    EXPECT_THAT(bag.values(), IsEmpty());
     EXPECT_EQ(load(true), 1);
     for (const std::string& content : malformed) {
         SCOPED_TRACE(content.substr(0, 60));

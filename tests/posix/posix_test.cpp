@@ -136,7 +136,7 @@ TEST(os_release, the_pretty_name_is_read_as_a_shell_does) {
     const std::pair<const char*, std::optional<std::wstring>> cases[] = {
         {"NAME=other\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nID=debian\n",
          L"Debian GNU/Linux 12 (bookworm)"},
-        {"PRETTY_NAME='single \\ \"'", L"single \\ \""},
+        {"PRETTY_NAME='single \\ \"' # a comment", L"single \\ \""},
         {"PRETTY_NAME=\"a \\\"b\\\" '\"", L"a \"b\" '"},
         {"PRETTY_NAME=bare", L"bare"},
         {"PRETTY_NAME=\"\"\nPRETTY_NAME=second", L"second"},
