@@ -17,12 +17,6 @@ using namespace testing;
 namespace {
 
 struct tool_on_windows : Test {
-    /// Gives the process a separate console, without a window.
-    tool_on_windows() {
-        ::FreeConsole();
-        ::AllocConsole();
-    }
-
     /// @return the beginning of the console's first line after the tool has written there
     static std::string status_on_console() {
         const int former = ::_dup(1), console = ::_wopen(L"CONOUT$", _O_RDWR);
@@ -100,6 +94,8 @@ int main(int argc, char** argv) {
         ::GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
         ::Sleep(60000);
     }
+    ::FreeConsole();
+    ::AllocConsole(); // a separate one, without a window
     InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
