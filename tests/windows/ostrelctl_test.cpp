@@ -17,20 +17,25 @@ using namespace testing;
 namespace {
 
 struct tool_on_windows : Test {
-    /// @return the beginning of the console's first line after the tool has written there
+    /// @return the beginning of the console's first line after the tool has written there, and whether the
+    /// tool
+    ///         lets the console interpret escape sequences
     static std::string status_on_console() {
         const int former = ::_dup(1), console = ::_wopen(L"CONOUT$", _O_RDWR);
         const auto screen = reinterpret_cast<HANDLE>(::_get_osfhandle(console));
         std::wstring shown(70, L' ');
-        DWORD count = 0;
+        DWORD count = 0, mode = 0;
+        ::SetConsoleMode(screen, ENABLE_PROCESSED_OUTPUT | ENABLE_WRAP_AT_EOL_OUTPUT);
         ::SetConsoleCursorPosition(screen, {0, 0});
         ::_dup2(console, 1);
         ::_wspawnl(_P_WAIT, tool.c_str(), L"ostrelctl", L"status", L"--product", L"caf\u00e9", nullptr);
         ::_dup2(former, 1);
         ::ReadConsoleOutputCharacterW(screen, shown.data(), 70, {0, 0}, &count);
+        ::GetConsoleMode(screen, &mode);
         ::_close(console);
         ::_close(former);
-        return ostrel_platform::to_utf8(shown);
+        return ((mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0 ? "interpreted: " : "") +
+               ostrel_platform::to_utf8(shown);
     }
 
     static inline const fs::path tool = fs::u8path(OSTRELCTL).make_preferred();
@@ -42,8 +47,9 @@ struct tool_on_windows : Test {
 
 TEST_F(tool_on_windows, a_console_gets_colours_and_all_outputs_any_letter) {
     const std::string question = "Would usage of \"caf\u00e9\" be reported now?  ";
-    EXPECT_THAT(status_on_console(),
-                StartsWith(question + "\x1B[31mno: ")); // Wine does not interpret the colour
+    EXPECT_THAT(
+        status_on_console(),
+        StartsWith("interpreted: " + question + "\x1B[31mno: ")); // Wine does not interpret the colour
     profile.set("NO_COLOR", "1");
     EXPECT_THAT(status_on_console(), StartsWith(question + "no: "));
     profile.unset("NO_COLOR");

@@ -170,7 +170,7 @@ TEST_F(windows, the_product_name_is_a_text_of_at_most_255_characters_or_none) {
     for (const auto& [type, stored, expected] : cases) {
         SCOPED_TRACE(std::to_string(type) + ", " + to_utf8(stored));
         ::RegSetKeyValueW(machine, L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", L"ProductName", type,
-                          stored.data(), static_cast<DWORD>(stored.size() * sizeof(wchar_t)));
+                          (stored + L"!").data(), static_cast<DWORD>(stored.size() * sizeof(wchar_t)));
         EXPECT_EQ(ostrel_platform::os_product_name(), expected);
     }
     ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
