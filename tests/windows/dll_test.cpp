@@ -30,10 +30,9 @@ struct resources_t {
         const HANDLE event = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
         ::CloseHandle(event);
         next_handle = reinterpret_cast<std::uintptr_t>(event);
-        PROCESS_MEMORY_COUNTERS_EX memory{};
-        ::GetProcessMemoryInfo(::GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&memory),
-                               sizeof memory);
-        bytes = memory.PrivateUsage;
+        PROCESS_MEMORY_COUNTERS memory{};
+        ::GetProcessMemoryInfo(::GetCurrentProcess(), &memory, sizeof memory);
+        bytes = memory.PagefileUsage; // Wine leaves the PrivateUsage of the longer structure empty
     }
     std::size_t threads = count_threads();
     std::uintptr_t next_handle;
