@@ -9,7 +9,7 @@ cache=$(realpath -m -- "${OSTREL_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/ostrel}"
 key=$(sha256sum <"${BASH_SOURCE[0]}")
 readonly sysroot=$cache/arm64-${key:0:16} work=$cache/arm64-${key:0:16}.part
 readonly packages=(libc6-dev libstdc++-12-dev libboost-filesystem-dev libboost-thread-dev libcurl4-openssl-dev
-    liblog4cplus-dev libpugixml-dev libcli11-dev nlohmann-json3-dev libgtest-dev)
+    liblog4cplus-dev libpugixml-dev libcli11-dev nlohmann-json3-dev libgmock-dev)
 
 usage() {
     cat <<END

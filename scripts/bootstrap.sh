@@ -8,7 +8,7 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/common.sh"
 declare -rA groups=(
     [build]="cmake ninja-build g++ libboost-dev libboost-filesystem-dev libboost-thread-dev
              libcurl4-openssl-dev liblog4cplus-dev libpugixml-dev libcli11-dev nlohmann-json3-dev"
-    [test]="libgtest-dev pkg-config doxygen abigail-tools clang python3"
+    [test]="libgmock-dev pkg-config doxygen abigail-tools clang python3"
     [package]="dpkg-dev file lintian pkg-config"
     [collector]="nginx libnginx-mod-http-echo postgresql-15 postgresql-client-15 postgresql-15-hll
                  libjs-chart.js python3 util-linux"

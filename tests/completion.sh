@@ -9,9 +9,7 @@ compopt() { :; } # works in an interactive shell only
 offers() {
     local expected=$1
     shift
-    COMP_WORDS=(ostrelctl "$@")
-    COMP_CWORD=$#
-    COMPREPLY=()
+    COMP_WORDS=(ostrelctl "$@") COMP_CWORD=$# COMPREPLY=()
     _ostrelctl
     [[ "${COMPREPLY[*]}" == "$expected" ]] || { echo "$*: offers '${COMPREPLY[*]}', expected '$expected'" && exit 1; }
 }

@@ -1,25 +1,21 @@
-// Kept files on POSIX: links, modes, owners, drafts, and the order of system calls.
+// Files on POSIX: links, modes, owners, temporary files, and the order of system calls.
 #include "foundations/folders.h"
 #include "platform/files.h"
-#include "statistic_impl/consent.h"
 #include "statistic_impl/last_active_dates.h"
-#include "statistic_impl/machine_id.h"
 #include "support/posix/user.h"
 #include "support/profile.h"
 
-#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <functional>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
 using namespace test_support;
-using namespace OSTREL_NAMESPACE;
+using namespace testing;
 using ostrel_platform::overwrite_file;
 using ostrel_platform::replace_file;
 
@@ -51,7 +47,7 @@ namespace {
 
 constexpr bool (*writers[])(const std::wstring&, std::string_view) = {&replace_file, &overwrite_file};
 
-struct posix_files : testing::Test {
+struct posix_files : Test {
     ~posix_files() override { before_flock = before_fsync = in_place_of_a_pause = nullptr; }
 
     static struct stat status_of(const fs::path& path) {
@@ -61,30 +57,15 @@ struct posix_files : testing::Test {
     }
     static unsigned mode_of(const fs::path& path) { return status_of(path).st_mode & 07777U; }
     std::ptrdiff_t entries() const { return std::distance(fs::directory_iterator(folder), {}); }
+    bool replace(std::string_view bytes) const { return replace_file(wide(file), bytes); }
+    bool overwrite(std::string_view bytes) const { return overwrite_file(wide(file), bytes); }
 
     const profile_t profile;
     const fs::path folder = profile.local_app_data();
-    const fs::path file = folder / "file", draft = folder / "file.tmp";
+    const fs::path file = folder / "file", temporary = folder / "file.tmp";
 };
 
 } // namespace
-
-TEST_F(posix_files, files_that_the_user_may_not_write_stay_as_they_are) {
-    as_ordinary_user(folder, [&] {
-        const char* const names[] = {"uuid.xml", "last_active_dates.xml", "virk"};
-        for (const char* const name : names) {
-            write_file(folder / name, "<0");
-            ::chmod((folder / name).c_str(), 0444);
-        }
-        EXPECT_EQ(find_or_create_uuid(wide(folder / names[0])).size(), 36U);
-        last_active_dates_t dates(wide(folder));
-        dates.add_today();
-        EXPECT_FALSE(dates.save());
-        write_consent(wide(folder / names[2]), true);
-        for (const char* const name : names)
-            EXPECT_EQ(read_file(folder / name), "<0") << name;
-    });
-}
 
 TEST_F(posix_files, a_link_stays_and_its_target_is_replaced_or_created) {
     const fs::path target = folder / "elsewhere" / "target";
@@ -104,7 +85,7 @@ TEST_F(posix_files, a_link_stays_and_its_target_is_replaced_or_created) {
         EXPECT_EQ(status_of(target).st_uid, owner);
     }
     fs::remove(target);
-    EXPECT_TRUE(replace_file(wide(file), "dangling"));
+    EXPECT_TRUE(replace("dangling"));
     EXPECT_EQ(read_file(target), "dangling");
     EXPECT_EQ(mode_of(target), 0600U);
     EXPECT_TRUE(fs::is_symlink(file));
@@ -114,24 +95,26 @@ TEST_F(posix_files, a_link_stays_and_its_target_is_replaced_or_created) {
 TEST_F(posix_files, a_file_whose_owner_cannot_be_kept_becomes_private) {
     write_file(file, "old");
     ::chmod(file.c_str(), 0666);
-    as_ordinary_user(folder, [&] { EXPECT_TRUE(replace_file(wide(file), "new")); });
+    as_ordinary_user(folder, [&] { EXPECT_TRUE(replace("new")); });
     EXPECT_EQ(mode_of(file), ::geteuid() == 0 ? 0600U : 0666U);
 }
 
 // Not as root, who could replace the device itself if the library were wrong.
-TEST_F(posix_files, devices_pipes_folders_and_circular_links_are_refused) {
+TEST_F(posix_files, a_target_that_is_read_only_or_no_file_stays) {
     as_ordinary_user(folder, [&] {
         ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
         const int reader = ::open((folder / "pipe").c_str(), O_RDONLY | O_NONBLOCK);
-        for (const char* const target : {"pipe", "/dev/null", ".", "file"}) {
+        write_file(folder / "read-only", "old");
+        ::chmod((folder / "read-only").c_str(), 0444);
+        for (const char* const target : {"read-only", "pipe", "/dev/null", ".", "file"}) {
             SCOPED_TRACE(target);
             fs::create_symlink(target, file);
-            EXPECT_FALSE(replace_file(wide(file), "new"));
-            EXPECT_FALSE(overwrite_file(wide(file), "new"));
-            EXPECT_EQ(entries(), 2);
+            EXPECT_FALSE(replace("new"));
+            EXPECT_FALSE(overwrite("new"));
+            EXPECT_EQ(entries(), 3);
             fs::remove(file);
         }
-        EXPECT_FALSE(overwrite_file(wide(folder / "pipe"), "new"));
+        EXPECT_EQ(read_file(folder / "read-only"), "old");
         EXPECT_TRUE(fs::is_fifo(folder / "pipe"));
         ::close(reader);
     });
@@ -143,65 +126,67 @@ TEST_F(posix_files, an_answer_is_written_in_place_in_a_read_only_folder) {
         write_file(target, "0 and more");
         fs::create_symlink(target, file);
         ::chmod((folder / "closed").c_str(), 0555);
-        EXPECT_FALSE(replace_file(wide(file), "1"));
+        EXPECT_FALSE(replace("1"));
         EXPECT_EQ(read_file(target), "0 and more");
-        EXPECT_TRUE(overwrite_file(wide(file), "1"));
+        EXPECT_TRUE(overwrite("1"));
         EXPECT_EQ(read_file(target), "1");
     });
 }
 
-TEST_F(posix_files, a_draft_that_cannot_be_opened_is_removed) {
+TEST_F(posix_files, a_temporary_file_that_cannot_be_opened_is_removed) {
     const fs::path victim = folder / "victim";
     write_file(victim, "victim's");
     ::chmod(victim.c_str(), 0666);
     const std::function<void()> obstacles[] = {
-        [&] { ::close(::open(draft.c_str(), O_CREAT, 0600)); }, // root's
-        [&] { ::mkfifo(draft.c_str(), 0666); },
-        [&] { fs::create_symlink(victim, draft); },
+        [&] { ::close(::open(temporary.c_str(), O_CREAT, 0600)); }, // root's
+        [&] { ::mkfifo(temporary.c_str(), 0666); },
+        [&] { fs::create_symlink(victim, temporary); },
     };
     for (const auto& create_obstacle : obstacles) {
         SCOPED_TRACE(&create_obstacle - obstacles);
         create_obstacle();
-        as_ordinary_user(folder, [&] { EXPECT_TRUE(replace_file(wide(file), "new")); });
+        as_ordinary_user(folder, [&] { EXPECT_TRUE(replace("new")); });
         EXPECT_EQ(read_file(victim), "victim's");
         EXPECT_EQ(entries(), 2);
     }
 }
 
-TEST_F(posix_files, another_writers_draft_is_left_alone) {
-    const int other = ::open(draft.c_str(), O_WRONLY | O_CREAT, 0600);
-    ASSERT_EQ(::write(other, "theirs", 6), 6);
+TEST_F(posix_files, another_writers_temporary_file_is_left_alone) {
+    write_file(temporary, "theirs");
+    const int other = ::open(temporary.c_str(), O_WRONLY);
     ASSERT_EQ(::syscall(SYS_flock, other, LOCK_EX), 0);
-    EXPECT_FALSE(replace_file(wide(file), "ours"));
-    EXPECT_EQ(read_file(draft), "theirs");
-    ::close(other);
-    before_flock = [&] { // the other writer finishes after we have opened its draft
-        fs::rename(draft, file);
+    EXPECT_FALSE(replace("ours"));
+    EXPECT_EQ(read_file(temporary), "theirs");
+    in_place_of_a_pause = [&] { return ::close(other); };
+    EXPECT_TRUE(overwrite("answer")) << "waits for the other writer";
+    write_file(temporary, "theirs");
+    before_flock = [&] { // the other writer finishes after we have opened its temporary file
+        fs::rename(temporary, file);
         return 0;
     };
-    EXPECT_FALSE(replace_file(wide(file), "ours"));
+    EXPECT_FALSE(replace("ours"));
     EXPECT_EQ(read_file(file), "theirs");
     before_flock = [] { return ENOLCK; };
-    EXPECT_TRUE(replace_file(wide(file), "ours")) << "on a file system without locks";
+    EXPECT_TRUE(replace("ours")) << "on a file system without locks";
 }
 
 TEST_F(posix_files, bytes_are_synchronised_before_they_get_their_name) {
     texts_t seen;
     int error = 0;
     before_fsync = [&] {
-        seen.push_back(read_file(file).value_or("none") + ", " + read_file(draft).value_or("none"));
+        seen.push_back(read_file(file).value_or("none") + ", " + read_file(temporary).value_or("none"));
         return error;
     };
-    EXPECT_TRUE(replace_file(wide(file), "new"));
-    EXPECT_TRUE(overwrite_file(wide(file), "newer"));
+    EXPECT_TRUE(replace("new"));
+    EXPECT_TRUE(overwrite("newer"));
     fs::remove(file);
-    EXPECT_TRUE(overwrite_file(wide(file), "new"));
-    EXPECT_EQ(seen, (texts_t{"none, new", "new, newer", "none, new"}));
+    EXPECT_TRUE(overwrite("new"));
+    EXPECT_THAT(seen, ElementsAre("none, new", "new, newer", "none, new"));
     error = EIO;
-    EXPECT_FALSE(replace_file(wide(file), "newest"));
+    EXPECT_FALSE(replace("newest"));
     EXPECT_EQ(read_file(file), "new");
     fs::remove(file);
-    EXPECT_FALSE(overwrite_file(wide(file), "newest"));
+    EXPECT_FALSE(overwrite("newest"));
     EXPECT_EQ(entries(), 0);
 }
 
@@ -227,14 +212,16 @@ TEST_F(posix_files, on_a_full_disk_the_old_file_stays_and_no_new_one_appears) {
     std::signal(SIGXFSZ, SIG_DFL);
 }
 
-TEST_F(posix_files, new_folders_are_private_and_existing_ones_keep_their_mode) {
+TEST_F(posix_files, new_files_and_folders_are_private_and_existing_ones_stay) {
     ::chmod(folder.c_str(), 0755);
     as_ordinary_user(folder, [&] {
         const mode_t former = ::umask(0777);
         create_folders(wide(folder / "a" / "b" / ".." / "c"));
         ::umask(0);
         create_folders(wide(folder / "d"));
+        EXPECT_TRUE(ostrel_platform::create_exclusively(wide(folder / "lock")));
         ::umask(former);
+        EXPECT_EQ(mode_of(folder / "lock"), 0600U);
         for (const char* const made : {"a", "a/b", "a/c", "d"})
             EXPECT_EQ(mode_of(folder / made), 0700U) << made;
         write_file(file, "");
@@ -248,7 +235,7 @@ TEST_F(posix_files, a_held_lock_is_tried_five_times_to_load_and_once_to_save) {
     int pauses = 0;
     in_place_of_a_pause = [&] { return ++pauses, 0; };
     write_file(folder / "last_active_dates.lock", "");
-    last_active_dates_t dates(wide(folder));
+    OSTREL_NAMESPACE::last_active_dates_t dates(wide(folder));
     EXPECT_EQ(pauses, 5);
     dates.add_today();
     EXPECT_FALSE(dates.save());

@@ -1,4 +1,5 @@
-// What only POSIX has: file modes, pipes, signals, forks, and variables that are not text.
+// What only POSIX has: pipes, signals, forks, variables that are not text, and a plan that foresees
+// permissions.
 #include "http_connector/http_connector.h"
 #include "ostrel/datetime.h"
 #include "ostrel/ostrel.h"
@@ -8,21 +9,24 @@
 #include "platform/posix/os_release.h"
 #include "platform/process.h"
 #include "settor2/product_locations_c.h"
-#include "statistic_impl/machine_id.h"
-#include "statistic_impl/statistic_impl.h"
+#include "statistic_impl/plan.h"
 #include "support/collector.h"
+#include "support/posix/user.h"
 #include "support/profile.h"
 
 #include <csignal>
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <resolv.h>
 #include <set>
 #include <sys/stat.h>
 #include <sys/time.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace test_support;
+using namespace testing;
+using namespace OSTREL_NAMESPACE;
+using ostrel_platform::to_wide;
 
 // Sanitizers and emulators replace vfork in this way. The parent then reads the report pipe before the child
 // has written into it, so that a signal interrupts the read.
@@ -32,7 +36,7 @@ extern "C" pid_t vfork() noexcept {
 
 namespace {
 
-struct posix : testing::Test {
+struct posix : Test {
     /// Reports through a new object. @return whether it asks for consent, before and after the user agrees
     static std::pair<int, int> use() {
         statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
@@ -47,34 +51,40 @@ struct posix : testing::Test {
     profile_t profile;
 };
 
-/// Like an exit handler that the host registers before it loads the library: runs after the library's.
-struct exit_handler_t {
-    ~exit_handler_t() {
-        if (!is_armed)
+struct posix_plan : posix {
+    static plan_t plan() { return make_plan({L"product", {}}); }
+    static void expect_failure(folder_outcome_t outcome) {
+        EXPECT_THAT(plan().failure, Optional(Field(&folder_forecast_t::outcome, outcome)));
+        EXPECT_THROW(use(), std::exception);
+    }
+};
+
+const char* const long_text = "a folder whose name is longer than short strings";
+bool checks_exit = false;
+
+/// Registers the exit handler before the library registers any, so that it runs after those.
+[[gnu::constructor(101)]] void register_exit_check() {
+    std::atexit([] {
+        if (!checks_exit)
             return;
         const bool is_made = ostrel_create_statistic("product", "1") != nullptr;
-        const std::wstring folder = settor2::IProductLocations::get()->getFolder();
-        ::_exit(is_made && folder == L"a folder whose name is longer than short strings" ? 0 : 1);
-    }
-
-    bool is_armed = false;
-};
-[[gnu::init_priority(101)]] exit_handler_t exit_handler;
+        ::_exit(is_made && settor2::IProductLocations::get()->getFolder() == to_wide(long_text) ? 0 : 1);
+    });
+}
 
 } // namespace
 
 TEST(posix_exit, the_service_of_a_c_host_outlives_static_objects) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe"; // a process of its own
+    FLAGS_gtest_death_test_style = "threadsafe"; // a process of its own
     for (const char* const name : {"HOME", "XDG_DATA_HOME"})
         set_variable(name, std::nullopt);
     const auto leave = [] {
-        const settor2_product_locations_t in_c = {
-            {}, nullptr, "a folder whose name is longer than short strings", nullptr, 0};
+        const settor2_product_locations_t in_c = {{}, nullptr, long_text, nullptr, 0};
         settor2_install_product_locations(&in_c);
-        exit_handler.is_armed = true;
+        checks_exit = true;
         std::exit(1);
     };
-    EXPECT_EXIT(leave(), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(leave(), ExitedWithCode(0), "");
 }
 
 TEST_F(posix, data_is_kept_below_the_data_home_or_the_home_or_nowhere) {
@@ -97,50 +107,36 @@ TEST_F(posix, data_is_kept_below_the_data_home_or_the_home_or_nowhere) {
         EXPECT_EQ(ostrel_platform::malformed_folder_variable(), malformed);
     }
     EXPECT_EQ(use(), std::pair(1, 1)) << "without a folder nothing is kept";
-    EXPECT_EQ(std::distance(fs::directory_iterator(profile.folder()), {}), 1);
+    EXPECT_THAT(contents(profile.folder()), SizeIs(1));
     profile.set("NORVANE_STATISTICS_DISABLE", "\xFF");
-    EXPECT_EQ(use(), std::pair(0, 0)) << "a switch whose value is no text counts as set";
-}
-
-TEST_F(posix, new_files_and_folders_are_private) {
-    const mode_t former = ::umask(0);
-    EXPECT_EQ(use(), std::pair(1, 0));
-    EXPECT_TRUE(ostrel_platform::create_exclusively(wide(profile.company() / "lock")));
-    ::umask(former);
-    for (const auto& entry : fs::recursive_directory_iterator(profile.local_app_data()))
-        EXPECT_EQ(entry.status().permissions(), fs::perms(entry.is_directory() ? 0700 : 0600))
-            << entry.path();
-    EXPECT_EQ(contents(profile.company()).size(), 7U);
+    EXPECT_EQ(use(), std::pair(0, 0)) << "a value that is not valid text counts as set";
 }
 
 TEST_F(posix, pipes_in_place_of_files_do_not_block) {
     fs::create_directories(profile.statistic_dir());
     for (const char* const name : {"uuid.xml", "uuid.xml.tmp", "last_active_dates.xml", "../../../virk"})
         ASSERT_EQ(::mkfifo((profile.statistic_dir() / name).c_str(), 0600), 0);
-    EXPECT_EQ(use(), std::pair(0, 0)) << "a pipe in the answer's place is a refusal";
+    EXPECT_EQ(use(), std::pair(0, 0)) << "a pipe in place of the answer is a refusal";
     EXPECT_TRUE(fs::is_fifo(profile.virk()));
+    EXPECT_FALSE(ostrel_platform::shared_file_t::open_for_reading(wide(profile.virk())).has_value());
 }
 
 TEST_F(posix, a_forked_child_makes_another_machine_id) {
-    int ends[2] = {-1, -1};
-    ASSERT_EQ(::pipe(ends), 0);
     const pid_t child = ::fork(); // inherits whatever state a generator may have
-    const std::wstring id = OSTREL_NAMESPACE::generate_uuid();
-    if (child == 0)
-        ::_exit(::write(ends[1], id.data(), id.size() * sizeof(wchar_t)) > 0 ? 0 : 1);
+    const std::string id = ostrel_platform::to_utf8(generate_uuid());
+    if (child == 0) {
+        write_file(profile.folder() / "id", id);
+        ::_exit(0);
+    }
     ::waitpid(child, nullptr, 0);
-    std::wstring of_child(id.size(), L'\0');
-    EXPECT_EQ(::read(ends[0], of_child.data(), id.size() * sizeof(wchar_t)), 36 * sizeof(wchar_t));
-    EXPECT_NE(of_child, id);
-    ::close(ends[0]);
-    ::close(ends[1]);
+    EXPECT_THAT(read_file(profile.folder() / "id"), Optional(AllOf(SizeIs(36), Ne(id))));
 }
 
 TEST(os_release, the_pretty_name_is_read_as_a_shell_does) {
     const std::pair<const char*, std::optional<std::wstring>> cases[] = {
         {"NAME=other\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nID=debian\n",
          L"Debian GNU/Linux 12 (bookworm)"},
-        {"PRETTY_NAME='single \\ \"'", L"single \\ \""},
+        {"PRETTY_NAME='single \\ \"' # a comment", L"single \\ \""},
         {"PRETTY_NAME=\"a \\\"b\\\" '\"", L"a \"b\" '"},
         {"PRETTY_NAME=bare", L"bare"},
         {"PRETTY_NAME=\"\"\nPRETTY_NAME=second", L"second"},
@@ -155,34 +151,32 @@ TEST(os_release, the_pretty_name_is_read_as_a_shell_does) {
 TEST_F(posix, a_file_time_is_in_whole_seconds_since_1970) {
     const fs::path file = profile.folder() / "file";
     write_file(file, "");
-    const std::pair<std::time_t, const wchar_t*> cases[] = {{1000000000, L"2001-09-09T01:46:40Z"},
-                                                            {0, L"1970-01-01T00:00:00Z"},
-                                                            {-1, L"1900-01-00T00:00:00Z"},
-                                                            {-2, L"1900-01-00T00:00:00Z"}};
+    const std::pair<std::time_t, const wchar_t*> cases[] = {
+        {1000000000, L"2001-09-09T01:46:40Z"}, {0, L"1970-01-01T00:00:00Z"}, {-1, L"1900-01-00T00:00:00Z"}};
     for (const auto& [seconds, text] : cases) {
         SCOPED_TRACE(seconds);
         const timespec times[2] = {{seconds, 999999999}, {seconds, 999999999}};
         ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
-        EXPECT_EQ(OSTREL_NAMESPACE::datetime_t::file_time(wide(file)).as_string(), text);
+        EXPECT_EQ(datetime_t::file_time(wide(file)).as_string(), text);
     }
+    EXPECT_FALSE(datetime_t::file_time(wide(profile.folder())).is_valid());
 }
 
-TEST_F(posix, the_sending_thread_blocks_all_signals_and_the_caller_does_not) {
+TEST_F(posix, the_sending_thread_blocks_all_signals_the_caller_none) {
     const auto threads = [] {
         return std::set<fs::path>(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
     };
     const auto blocks_all =
-        [](const fs::path& thread) { // except what cannot be blocked, and the C library's own
+        [](const fs::path& thread) { // that can be blocked and are not the C library's own
             return read_file(thread / "status")->find("SigBlk:\tfffffffe7ffbfeff") != std::string::npos;
         };
     const collector_t collector;
     // The thread pool of log4cplus may still be starting threads.
     const std::set<fs::path> before = threads();
-    OSTREL_NAMESPACE::http_connector_t connector(collector.url().c_str());
+    http_connector_t connector(collector.url().c_str());
     connector.send("hit");
     ASSERT_TRUE(collector.wait_for(1));
-    for (const fs::path& thread : threads())
-        EXPECT_TRUE(before.count(thread) != 0 || blocks_all(thread)) << thread;
+    EXPECT_THAT(threads(), Each(AnyOf(ResultOf(blocks_all, true), AnyOfArray(before))));
     EXPECT_GT(threads().size(), before.size());
     EXPECT_FALSE(blocks_all("/proc/thread-self"));
 }
@@ -191,8 +185,7 @@ TEST_F(posix, detached_start_survives_interrupted_reads) {
     struct sigaction action {};
     action.sa_handler = [](int) {}; // without SA_RESTART
     ::sigaction(SIGALRM, &action, nullptr);
-    const itimerval often{{0, 100}, {0, 100}};
-    const itimerval never{};
+    const itimerval often{{0, 100}, {0, 100}}, never{};
     int started = 0;
     for (int run = 0; run < 20; ++run) {
         ::setitimer(ITIMER_REAL, &often, nullptr);
@@ -201,4 +194,62 @@ TEST_F(posix, detached_start_survives_interrupted_reads) {
     }
     std::signal(SIGALRM, SIG_DFL);
     EXPECT_EQ(started, 20);
+}
+
+TEST_F(posix_plan, the_resolver_tells_addresses_from_no_host_and_no_answer) {
+    using ostrel_platform::resolution_t;
+    ASSERT_EQ(::res_init(), 0);
+    const auto former = _res;
+    _res.nscount = 1;
+    _res.nsaddr_list[0] = {AF_INET, htons(1), {htonl(INADDR_LOOPBACK)}, {}}; // no name server listens there
+    const auto resolved = [](const char* name) { return ostrel_platform::resolve_host(name); };
+    EXPECT_THAT(resolved("10.1.2.3"),
+                FieldsAre(resolution_t::resolved, ElementsAre(ElementsAre(10, 1, 2, 3))));
+    EXPECT_THAT(resolved("::1"), FieldsAre(resolution_t::resolved, IsEmpty()));
+    EXPECT_THAT(resolved("no..host"), FieldsAre(resolution_t::unknown_host, IsEmpty()));
+    EXPECT_THAT(resolved("host.example"), FieldsAre(resolution_t::failed, IsEmpty()));
+    ::res_nclose(&_res);
+    _res = former;
+}
+
+TEST_F(posix_plan, folders_that_the_user_may_not_create_are_foreseen) {
+    as_ordinary_user(profile.local_app_data(), [&] {
+        fs::create_symlink("nowhere", profile.company());
+        expect_failure(folder_outcome_t::blocked);
+        profile.set("XDG_DATA_HOME", "/nonexistent");
+        expect_failure(folder_outcome_t::forbidden);
+        EXPECT_EQ(plan().failure->obstacle.as_string(), L"/");
+    });
+    fs::remove_all(profile.local_app_data());
+    EXPECT_FALSE(plan().failure.has_value());
+    write_file(profile.local_app_data(), "");
+    expect_failure(folder_outcome_t::blocked);
+}
+
+TEST_F(posix_plan, files_that_the_user_may_not_write_are_foreseen) {
+    as_ordinary_user(profile.local_app_data(), [&] {
+        const fs::path uuid = profile.statistic_dir() / "uuid.xml";
+        write_file(uuid, "<bag>");
+        write_file(profile.virk(), "1");
+        EXPECT_TRUE(plan().keeps_machine_id);
+        ::chmod(uuid.c_str(), 0444);
+        ::chmod(profile.virk().c_str(), 0444);
+        EXPECT_FALSE(plan().keeps_machine_id);
+        EXPECT_TRUE(plan().find(place_role_t::machine_id)->is_read_only);
+        EXPECT_TRUE(plan().find(place_role_t::consent)->is_read_only);
+        EXPECT_FALSE(plan().find(place_role_t::days_of_use)->is_read_only);
+        ::chmod(profile.statistic_dir().c_str(), 0555);
+        EXPECT_TRUE(plan().find(place_role_t::days_of_use)->is_read_only);
+    });
+}
+
+TEST_F(posix_plan, a_device_is_a_refusal_and_a_dangling_link_is_a_lock) {
+    fs::create_directories(profile.statistic_dir());
+    fs::create_symlink("/dev/null", profile.virk());
+    fs::create_symlink("nowhere", profile.statistic_dir() / "last_active_dates.lock");
+    const plan_t found = plan();
+    EXPECT_EQ(found.answer, vsDisabled);
+    EXPECT_THAT(*found.find(place_role_t::consent), FieldsAre(_, _, place_state_t::device, true));
+    EXPECT_EQ(found.days.state, days_state_t::locked);
+    EXPECT_EQ(found.places.back().state, place_state_t::dangling_link);
 }

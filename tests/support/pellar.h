@@ -4,6 +4,7 @@
 #include "ostrel/pellar_accessor.h"
 #include "pellar_accessor/run.h"
 #include "platform/folders.h"
+#include "platform/process.h"
 #include "support/log_capture.h"
 #include "support/profile.h"
 

@@ -1,7 +1,6 @@
 // A user profile of the test's own: data folder, environment, corporate network and the host's service.
 #pragma once
 
-#include "platform/process.h"
 #include "settor2/product_locations.h"
 #include "support/system.h"
 #include "text/utf.h"
@@ -11,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <map>
+#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -37,7 +37,6 @@ inline texts_t words_of(const std::string& text) {
 class profile_t {
 public:
     profile_t() {
-        fs::remove_all(m_folder); // of an earlier process with this number, which was killed
         fs::create_directories(local_app_data());
         for (const char* const name :
              {"NORVANE_STATISTICS_DISABLE", "NORVANE_DONOTSEND_FEEDBACK", "NORVANE_DISABLE_FEEDBACK",
@@ -66,10 +65,8 @@ public:
     }
 
 private:
-    static inline int count = 0;
     const fs::path m_folder =
-        fs::temp_directory_path() /
-        ("ostrel-test-" + std::to_string(ostrel_platform::process_id()) + "-" + std::to_string(++count));
+        fs::temp_directory_path() / ("ostrel-test-" + std::to_string(std::random_device()()));
     local_app_data_t m_local_app_data{local_app_data()};
 };
 

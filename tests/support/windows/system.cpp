@@ -9,7 +9,6 @@
 #include <tlhelp32.h>
 
 #include <cstdlib>
-#include <stdexcept>
 
 namespace test_support {
 
@@ -18,25 +17,14 @@ namespace {
 using ostrel_platform::to_utf8;
 using ostrel_platform::to_wide;
 
-constexpr const wchar_t* shell_folders =
-    L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
-
 std::wstring own_key() {
     return L"Software\\ostrel-test-" + std::to_wstring(::GetCurrentProcessId());
-}
-
-HKEY create_key(HKEY parent, const std::wstring& name) {
-    HKEY key = nullptr;
-    if (::RegCreateKeyExW(parent, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) != 0)
-        throw std::runtime_error("cannot create a registry key");
-    return key;
 }
 
 } // namespace
 
 void set_variable(const std::string& name, const std::optional<std::string>& value) {
-    // The runtime keeps a copy of the environment. An empty value, which a process may well be started with,
-    // it takes for a removal.
+    // The runtime keeps a copy of the environment and takes an empty value for a removal.
     const bool is_empty = value && value->empty();
     ::_putenv_s(name.c_str(), is_empty ? " " : value.value_or(std::string()).c_str());
     if (is_empty)
@@ -44,15 +32,14 @@ void set_variable(const std::string& name, const std::optional<std::string>& val
     ::SetEnvironmentVariableW(to_wide(name).c_str(), value ? to_wide(*value).c_str() : nullptr);
 }
 
-// The variable LOCALAPPDATA does not move the folder; the registry does, and this process gets one of its
-// own.
+// The variable LOCALAPPDATA does not move the folder. The registry does, so this process gets a separate one.
 local_app_data_t::local_app_data_t(const std::filesystem::path& folder) {
-    const HKEY own = create_key(HKEY_CURRENT_USER, own_key());
-    const HKEY folders = create_key(own, shell_folders);
+    HKEY own = nullptr;
     const std::wstring text = folder.wstring();
-    ::RegSetValueExW(folders, L"Local AppData", 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                     static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
-    ::RegCloseKey(folders);
+    ::RegCreateKeyW(HKEY_CURRENT_USER, own_key().c_str(), &own);
+    ::RegSetKeyValueW(own, L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
+                      L"Local AppData", REG_SZ, text.c_str(),
+                      static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
     ::RegOverridePredefKey(HKEY_CURRENT_USER, own);
     ::RegCloseKey(own);
 }

@@ -1,0 +1,107 @@
+// The inspection tool where only Windows has the situation: consoles, exit codes of 32 bits and batch files.
+#include "support/profile.h"
+#include "support/programs.h"
+
+#include <windows.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <io.h>
+#include <iostream>
+#include <process.h>
+
+using namespace test_support;
+using namespace testing;
+
+namespace {
+
+struct tool_on_windows : Test {
+    /// @return the beginning of the console's first line after the tool has written there, and whether the
+    /// tool
+    ///         lets the console interpret escape sequences
+    static std::string status_on_console() {
+        const int former = ::_dup(1), console = ::_wopen(L"CONOUT$", _O_RDWR);
+        const auto screen = reinterpret_cast<HANDLE>(::_get_osfhandle(console));
+        std::wstring shown(70, L' ');
+        DWORD count = 0, mode = 0;
+        ::SetConsoleMode(screen, ENABLE_PROCESSED_OUTPUT | ENABLE_WRAP_AT_EOL_OUTPUT);
+        ::SetConsoleCursorPosition(screen, {0, 0});
+        ::_dup2(console, 1);
+        ::_wspawnl(_P_WAIT, tool.c_str(), L"ostrelctl", L"status", L"--product", L"caf\u00e9", nullptr);
+        ::_dup2(former, 1);
+        ::ReadConsoleOutputCharacterW(screen, shown.data(), 70, {0, 0}, &count);
+        ::GetConsoleMode(screen, &mode);
+        ::_close(console);
+        ::_close(former);
+        return ((mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0 ? "interpreted: " : "") +
+               ostrel_platform::to_utf8(shown);
+    }
+
+    static inline const fs::path tool = fs::u8path(OSTRELCTL).make_preferred();
+    const profile_t profile;
+    const children_app_data_t shared{profile.local_app_data()};
+};
+
+} // namespace
+
+TEST_F(tool_on_windows, a_console_gets_colours_and_all_outputs_any_letter) {
+    const std::string question = "Would usage of \"caf\u00e9\" be reported now?  ";
+    EXPECT_THAT(
+        status_on_console(),
+        StartsWith("interpreted: " + question + "\x1B[31mno: ")); // Wine does not interpret the colour
+    profile.set("NO_COLOR", "1");
+    EXPECT_THAT(status_on_console(), StartsWith(question + "no: "));
+    profile.unset("NO_COLOR");
+    EXPECT_THAT(run_program({OSTRELCTL, "status", "--product", "caf\u00e9"}).output,
+                StartsWith(question + "no: "));
+}
+
+TEST_F(tool_on_windows, an_interrupt_ends_the_command_first_and_then_the_tool) {
+    ::SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE); // the event reaches this process too
+    std::wstring program(MAX_PATH, L'\0');
+    program.resize(::GetModuleFileNameW(nullptr, program.data(), MAX_PATH));
+    const finished_t shown =
+        run_program({OSTRELCTL, "watch", "--", ostrel_platform::to_utf8(program), "interrupt"});
+    EXPECT_EQ(shown.status, 3);
+    EXPECT_THAT(shown.errors, StartsWith("stopping\r\nostrelctl: 0 hits"));
+}
+
+TEST_F(tool_on_windows, the_exit_code_of_a_command_keeps_its_32_bits) {
+    for (const long long code : {256LL, 3221225477LL}) { // the second is the one of an access violation
+        SCOPED_TRACE(code);
+        EXPECT_EQ(run_program({OSTRELCTL, "watch", "--", WATCHED, "exit=" + std::to_string(code)}).status,
+                  code);
+    }
+}
+
+TEST_F(tool_on_windows, batch_files_take_no_special_characters) {
+    const std::string batch = (profile.folder() / "run.cmd").u8string();
+    write_file(batch, "@echo got %1\r\n@exit /b 5\r\n");
+    const finished_t plain = run_program({OSTRELCTL, "watch", "--", batch, "a-b.c"});
+    EXPECT_THAT(plain.errors, StartsWith("got a-b.c\r\n"));
+    EXPECT_EQ(plain.status, 5);
+    for (const char* const argument : {"a&b", "\"", "%PATH%", "a^b", "a|b", "<", ">", "(", "!"}) {
+        SCOPED_TRACE(argument);
+        const finished_t refused = run_program({OSTRELCTL, "watch", "--", batch, argument});
+        EXPECT_EQ(refused.status, 126);
+        EXPECT_THAT(refused.errors, Not(HasSubstr("got")));
+    }
+}
+
+/// With an argument, this program is a command that interrupts all programs of its console.
+int main(int argc, char** argv) {
+    if (argc > 1 && argv[1] == std::string("interrupt")) {
+        std::signal(SIGINT, [](int) {
+            ::Sleep(200);
+            std::cerr << "stopping\n";
+            std::_Exit(3);
+        });
+        ::GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+        ::Sleep(60000);
+    }
+    ::FreeConsole();
+    ::AllocConsole(); // a separate one, without a window
+    InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
