@@ -121,7 +121,7 @@ TEST_F(ostrelctl, commands_report_failures_and_change_the_answer_only) {
         {"consent yes", 0, "answer: yes", 2},
         {"preview run.a", 0, "&cid=NEW-MACHINE-ID&an=vemtra&av=unknown&cd1=", 2},
         {"preview --filter nowhere run.a", 2, "no such file: nowhere", 2},
-        {preview_with_device, 0, "it runs first.)\n(The event filter is a device, so it enables no feature",
+        {preview_with_device, 0, "its next start.)\n(The event filter is a device, so it enables no feature",
          2},
         {"consent no", 0, "answer: no", 2},
         {"consent forget --json", 0, "\"answer\": \"none\"", 1},

@@ -16,6 +16,7 @@
 
 using namespace test_support;
 using namespace testing;
+using OSTREL_NAMESPACE::create_folders;
 using ostrel_platform::overwrite_file;
 using ostrel_platform::replace_file;
 
