@@ -214,11 +214,15 @@ TEST_F(statistic, a_service_in_c_is_copied_and_kept_for_its_readers) {
     EXPECT_EQ(settor2::IProductLocations::get(), nullptr);
 }
 
+// All threads record the first day, and some create and destroy objects while others use theirs.
 TEST_F(statistic, reports_of_concurrent_threads_all_arrive) {
     std::vector<std::future<void>> users(8);
     for (auto& user : users)
         user = std::async(std::launch::async, [shared = statistic_t::get()] {
             for (int round = 0; round < 25; ++round) {
+                statistic_handle_t* const own = ostrel_create_statistic("own", "1.0");
+                ostrel_notify_feature_usage(own, "run.a");
+                ostrel_destroy_statistic(own);
                 EXPECT_EQ(statistic_t::get(), shared);
                 shared->notify_feature_usage(L"run.a");
                 shared->set_statistic_collection_enabled(true);
@@ -226,7 +230,7 @@ TEST_F(statistic, reports_of_concurrent_threads_all_arrive) {
             }
         });
     users.clear(); // waits for them
-    EXPECT_TRUE(collector.wait_for(200));
+    EXPECT_TRUE(collector.wait_for(400));
 }
 
 TEST_F(statistic, every_destroyed_guard_reports_the_end_event_that_it_holds) {

@@ -1,4 +1,4 @@
-// Delivery on POSIX: the thread that initialises libcurl, signals, and forked children.
+// Delivery on POSIX: the thread that initialises libcurl, and signals.
 #include "http_connector/http_connector.h"
 #include "ostrel/ostrel.h"
 #include "support/collector.h"
@@ -7,8 +7,6 @@
 #include <csignal>
 #include <curl/curl.h>
 #include <dlfcn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace test_support;
 using OSTREL_NAMESPACE::http_connector_t;
@@ -66,23 +64,4 @@ TEST_F(posix_http_connector, the_hosts_sigpipe_handler_stays_during_a_transfer) 
     });
     http_connector_t(collector.url().c_str()).send("hit");
     EXPECT_TRUE(is_default);
-}
-
-TEST_F(posix_http_connector, a_forked_child_neither_sends_nor_waits) {
-    const collector_t collector;
-    auto connector = std::make_unique<http_connector_t>(collector.url().c_str());
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::alarm(20);
-        connector->prepare();
-        connector->send("inherited");
-        connector.reset();
-        ::_exit(0);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-    connector->send("hit");
-    connector.reset();
-    EXPECT_EQ(collector.bodies(), texts_t{"hit"});
 }
