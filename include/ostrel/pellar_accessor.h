@@ -30,10 +30,10 @@ struct OSTREL_API product_id_t {
 /// Wide strings are UTF-16 on Windows and UTF-32 on Linux; malformed code units are left out.
 ///
 /// No operation throws because a tool is missing or fails. No tool is started in two cases:
-/// - The bridge is turned off: OSTREL_DISABLE_PELLAR is set and not empty. Every operation then returns the
-///   same as after a tool that did nothing and exited with code 0.
+/// - The bridge is turned off: OSTREL_DISABLE_PELLAR is set and not empty. The results are those of a tool
+///   that does nothing and exits with code 0. For example, is_feedback_enabled returns true.
 /// - The session is remote: a Remote Desktop session on Windows; on Linux XRDP_SESSION is set and not empty.
-///   Every operation then returns the same as if the tool were missing.
+///   The results are those of a missing tool. For example, is_feedback_enabled returns false.
 ///
 /// The tools inherit the environment and the current folder. Other inherited state depends on the system:
 /// - Linux: a tool inherits no signal mask and no ignored signals. If the operation waits, the tool inherits
@@ -42,9 +42,9 @@ struct OSTREL_API product_id_t {
 /// - Windows: if the operation waits, the tool inherits no handle. Otherwise it inherits every inheritable
 ///   handle of the host.
 ///
-/// On Linux, the exit code is lost if the host ignores SIGCHLD or reaps child processes that it did not
-/// start, for example with waitpid(-1). The result is then the error number ECHILD instead of the exit code,
-/// although the tool has run.
+/// On Linux, the bridge cannot read the exit code if the host ignores SIGCHLD or reaps child processes that
+/// it did not start, for example with waitpid(-1). Then is_feedback_enabled returns false, although the
+/// checker has run. The other operations do not depend on the exit code.
 ///
 /// The order of the virtual operations is fixed: hosts built against an earlier header call them by position.
 class OSTREL_API pellar_accessor_t {
