@@ -36,8 +36,7 @@ void exit_while_logging() {
     OSTREL_LOG(trace_log, error, L"the last line");
 }
 
-/// Registers the exit handler before the library registers any, so that it runs after those. Its exit status
-/// says what happened.
+/// Registers its exit handler before the library does, so that it runs later. The exit status is the result.
 [[gnu::constructor(101)]] void register_exit_check() {
     std::atexit([] {
         using namespace std::chrono_literals;

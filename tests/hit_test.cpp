@@ -1,5 +1,4 @@
-// The event that a feature name becomes, the text of its hit, and what the collector of the tests reads in
-// it.
+// From the name of a feature to the text of its hit, and back to the values that a collector reads.
 #include "statistic_impl_ga/hit.h"
 
 #include "collector/hit.h"

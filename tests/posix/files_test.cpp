@@ -191,26 +191,18 @@ TEST_F(posix_files, bytes_are_synchronised_before_they_get_their_name) {
     EXPECT_EQ(entries(), 0);
 }
 
-TEST_F(posix_files, on_a_full_disk_the_old_file_stays_and_no_new_one_appears) {
+TEST_F(posix_files, an_answer_that_does_not_fit_on_the_disk_is_not_saved) {
+    write_file(file, "0");
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit former{};
     ::getrlimit(RLIMIT_FSIZE, &former);
-    const auto write_within = [&](rlim_t size, const auto& write) {
-        const rlimit limit{size, former.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-        const bool is_written = write(wide(file), "new");
-        ::setrlimit(RLIMIT_FSIZE, &former);
-        return is_written;
-    };
-    for (const std::ptrdiff_t files : {0, 1}) {
-        SCOPED_TRACE(files);
-        EXPECT_FALSE(write_within(2, replace_file));
-        EXPECT_FALSE(write_within(0, overwrite_file));
-        EXPECT_EQ(entries(), files);
-        EXPECT_EQ(read_file(file).value_or("0"), "0");
-        write_file(file, "0");
-    }
+    const rlimit full{0, former.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &full);
+    const bool is_saved = overwrite_file(wide(file), "1");
+    ::setrlimit(RLIMIT_FSIZE, &former);
     std::signal(SIGXFSZ, SIG_DFL);
+    EXPECT_FALSE(is_saved);
+    EXPECT_EQ(read_file(file), "0");
 }
 
 TEST_F(posix_files, new_files_and_folders_are_private_and_existing_ones_stay) {

@@ -1,5 +1,4 @@
-// What only POSIX has: pipes, signals, forks, variables that are not text, and a plan that foresees
-// permissions.
+// Behaviour on POSIX only: pipes, signals, forks, variables that are not text, permissions.
 #include "http_connector/http_connector.h"
 #include "ostrel/datetime.h"
 #include "ostrel/ostrel.h"
