@@ -76,7 +76,8 @@ endif()
 
 if(WIN32)
   include(${PROJECT_SOURCE_DIR}/cmake/ostrel_import_library.cmake)
-  install(FILES ${PROJECT_SOURCE_DIR}/docs/windows-hosts.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/windows-hosts.md ${PROJECT_SOURCE_DIR}/docs/host-guide.md
+          DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 endif()
 if(WIN32 AND PROJECT_IS_TOP_LEVEL) # a parent project creates its own packages
   set(CPACK_GENERATOR ZIP)

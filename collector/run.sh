@@ -6,6 +6,7 @@ here=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")" && pwd)
 # shellcheck source=scripts/common.sh
 source "$here/../scripts/common.sh"
 readonly account=ostrel-collector
+PATH=$PATH:/usr/sbin # nginx and useradd are there; on Debian, only root's login shell has it in the PATH
 
 usage() {
     cat <<END

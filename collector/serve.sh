@@ -143,8 +143,9 @@ own_database=yes
 
 rotate
 start_nginx
-pause 0.3
-running "$nginx" || { say "nginx did not start"; exit 1; }
+# nginx writes this file once it has opened its ports. If a port is in use, nginx exits after 2.5 seconds.
+until [[ -e $RUN/nginx.pid ]] || ! running "$nginx"; do pause 0.1; done
+[[ -e $RUN/nginx.pid ]] || { say "nginx did not start"; exit 1; }
 say "hits to http://$LISTEN:$PORT/collect"
 [[ -z $own_database ]] || prepare_database
 while [[ -z $stopping ]]; do

@@ -5,6 +5,7 @@ import os
 import re
 import shutil
 import signal
+import socket
 import subprocess
 import tempfile
 import time
@@ -141,6 +142,15 @@ class OwnCollectorTest(unittest.TestCase):
         collector.process.wait()
         collector.start()
         self.assertEqual(collector.hits(), 120)
+
+    def test_port_in_use_fails_the_start(self):
+        collector = self.start()
+        collector.stop()
+        with socket.create_server(("127.0.0.1", 0)) as other:
+            collector.options = ("--port", str(other.getsockname()[1]))
+            with self.assertRaisesRegex(AssertionError, "nginx did not start"):
+                collector.start()
+        self.assertEqual(collector.log().count("hits to"), 1)
 
     def test_receivers_share_a_database_over_tcp_or_have_their_own(self):
         folder, port = tempfile.mkdtemp(prefix="collector-test-", dir="/tmp"), free_port()

@@ -73,7 +73,9 @@ class Collector:
         (self.outer / "key").write_text(key)
         self.data, self.page = self.outer / "data", self.outer / "data/page/index.html"
         self.port, self.page_port = free_port(), free_port()
-        self.options, self.program, self.environment = options, program, {**os.environ, **(environment or {})}
+        self.options, self.program = options, program
+        # The PATH of a Debian user other than root: nginx is not in it.
+        self.environment = {**os.environ, "PATH": "/usr/local/bin:/usr/bin:/bin", **(environment or {})}
         self.start()
 
     def start(self, wait=True):

@@ -60,7 +60,9 @@ on_windows() {
     mv ostrel-*/ prefix
     contains prefix/share/licenses/curl/copyright '[Cc]opyright'
     contains prefix/share/licenses/cli11/copyright '[Cc]opyright'
-    contains prefix/share/doc/ostrel/windows-hosts.md Windows
+    for guide in windows-hosts host-guide administrator-guide; do
+        contains "prefix/share/doc/ostrel/$guide.md" ostrelctl
+    done
     run "${emulator[@]}" prefix/bin/ostrelctl.exe products
     data=$("${emulator[@]}" --data)
     # A host in C needs only the package, one in C++ the headers of Boost as well.
