@@ -206,16 +206,6 @@ def threads(_full):
     return f"{before[1]} without an object, +1 for each"
 
 
-def storm(full):
-    rounds = 50 if full else 10
-    with Peer() as peer, Profile() as profile, Host(profile, peer.url) as host:
-        for _ in range(rounds):  # without the file, all eight threads try to record the first day of use
-            profile.settings("storm").joinpath("last_active_dates.xml").unlink(missing_ok=True)
-            host.tell("storm")
-        host.end()
-        return f"{rounds} rounds of 8 threads, {len(peer.bodies)} hits"
-
-
 def queue(ci_count):
     def case(full):
         count = 1_000_000 if full else ci_count
