@@ -18,7 +18,7 @@ LINUX = {
     "faults": faults.CASES | faults.LINUX_ONLY,
     "processes": {"16 processes on a fresh profile": life.share_profile(16, rounds=5),
                   "kill -9 while saving": life.killed_while_saving(60), "fork": life.forked,
-                  "dlopen, use, dlclose": life.reloaded, "threads": life.threads},
+                  "dlopen, use, dlclose": life.reloaded},
     "ends": life.endings({"without a log": False, "with log4cplus": True},
                          {"live shared object": ["get"], "four threads reporting": ["create", "busy 4"]}),
     "million": {"a long queue": life.queue(20_000)}, "privacy": privacy.CASES | privacy.LINUX_ONLY}
@@ -26,7 +26,7 @@ WINDOWS = {
     "disks": faults.DISKS,
     "faults": faults.CASES | faults.UNDER_WINE,
     "processes": {"8 processes on a fresh profile": life.share_profile(8, rounds=2),
-                  "kill -9 while saving": life.killed_while_saving(30), "threads": life.threads},
+                  "kill -9 while saving": life.killed_while_saving(30)},
     "ends": life.endings({"without a log": False}, {"four threads reporting": ["create", "busy 4 1"]}),
     "million": {"a long queue": life.queue(100_000)}, "privacy": privacy.CASES}
 AS_ROOT = {"faults", "disks"}  # mount disks, enter namespaces
