@@ -12,7 +12,7 @@ declare -rA groups=(
     [package]="dpkg-dev file lintian pkg-config"
     [collector]="nginx libnginx-mod-http-echo postgresql-15 postgresql-client-15 postgresql-15-hll
                  libjs-chart.js python3 util-linux"
-    [collector-test]="curl wrk chromium chromium-driver fonts-dejavu-core"
+    [collector-test]="curl procps wrk chromium chromium-driver fonts-dejavu-core"
     [lint]="clang-format clang-tidy"
     [clang]="clang libclang-rt-dev"
     [trust]="nginx-light tinyproxy strace iproute2 util-linux python3"

@@ -1,18 +1,16 @@
 """A headless Chromium, driven through WebDriver (https://www.w3.org/TR/webdriver2/)."""
 import json
+import re
 import subprocess
 import urllib.request
-
-from support import free_port, listens, wait_for
 
 OPTIONS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--no-first-run"]
 
 
 class Browser:
     def __init__(self):
-        port = free_port()
-        self.driver = subprocess.Popen(["chromedriver", f"--port={port}"], stdout=subprocess.DEVNULL)
-        wait_for(lambda: listens(port))
+        self.driver = subprocess.Popen(["chromedriver", "--port=0"], stdout=subprocess.PIPE, text=True)
+        port = next(found[1] for line in self.driver.stdout if (found := re.search(r"success.* port (\d+)", line)))
         self.address = f"http://127.0.0.1:{port}/session"
         options = {"browserName": "chrome", "goog:chromeOptions": {"args": OPTIONS}}
         self.address += "/" + self.call("", capabilities={"alwaysMatch": options})["sessionId"]
@@ -35,4 +33,4 @@ class Browser:
     def close(self):
         with urllib.request.urlopen(urllib.request.Request(self.address, method="DELETE")):
             self.driver.terminate()
-        self.driver.wait()
+        self.driver.communicate()

@@ -1,6 +1,5 @@
 """From log files to counts in the database and to the report."""
 import json
-import os
 import subprocess
 
 from support import COLLECTOR, CollectorTest, hit, lines, wait_for
@@ -93,7 +92,7 @@ class CountsTest(CollectorTest):
         self.collector.sql("DELETE FROM setting WHERE name = 'key'; UPDATE setting SET value = 1")
 
     def test_a_year_of_a_fleet_fills_all_periods(self):
-        year = subprocess.run([os.path.join(COLLECTOR, "simulate.py"), "--days", "365", "--machines", "200",
+        year = subprocess.run([COLLECTOR + "/simulate.py", "--days", "365", "--machines", "200",
                                "--product", "c_host"], check=True, capture_output=True).stdout
         report = self.collector.load(year)
         self.assertEqual(self.collector.hits(), year.count(b"&ec=editor&"))

@@ -32,10 +32,8 @@ class SharedCollectorTest(CollectorTest):
     options = ("--threshold", "1")
 
     def test_a_hosts_features_reach_the_page(self):
-        environment = {name: value for name, value in os.environ.items()
-                       if "NORVANE" not in name and "proxy" not in name.lower()}
         subprocess.run([ROOT + "/build/linux/examples/c_host/c_host"], check=True, stdout=subprocess.DEVNULL, env={
-            **environment, "XDG_DATA_HOME": self.collector.outer, "OSTREL_CORPORATE_DOMAIN": "localhost",
+            "XDG_DATA_HOME": self.collector.outer, "OSTREL_CORPORATE_DOMAIN": "localhost",
             "OSTREL_COLLECTION_URL": f"http://127.0.0.1:{self.collector.port}/collect"})
         features = wait_for(lambda: len(found := self.collector.report()["features"]) == 5 and found)
         self.assertEqual({(f["category"], f["label"]) for f in features}, {

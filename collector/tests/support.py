@@ -48,20 +48,10 @@ def free_port():
         return probe.getsockname()[1]
 
 
-def listens(port):
-    with socket.socket() as probe:
-        return probe.connect_ex(("127.0.0.1", port)) == 0
-
-
 def processes(words):
     """Ids of the processes whose command line contains the words."""
-    return [int(number) for number in os.listdir("/proc") if number.isdigit() and words in command_line(number)]
-
-
-def command_line(number):
-    with contextlib.suppress(OSError), open(f"/proc/{number}/cmdline", encoding="latin-1") as file:
-        return file.read().replace("\0", " ")
-    return ""
+    found = subprocess.run(["pgrep", "-f", "--", words], stdout=subprocess.PIPE).stdout
+    return [int(number) for number in found.split()]
 
 
 class Collector:

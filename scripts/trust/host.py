@@ -31,7 +31,6 @@ class Profile:
     """A data folder. By default the user has agreed."""
 
     def __init__(self, answer="1", folder=None):
-        self.is_own = folder is None
         self.folder = pathlib.Path(folder or tempfile.mkdtemp(prefix="ostrel-trust-"))
         self.virk = self.folder / COMPANY / "virk"
         if answer:
@@ -50,8 +49,7 @@ class Profile:
         return self
 
     def __exit__(self, *_):
-        if self.is_own:
-            shutil.rmtree(self.folder, ignore_errors=True)
+        shutil.rmtree(self.folder, ignore_errors=True)
 
 
 def environment(profile, url, **more):
@@ -115,7 +113,5 @@ class Host:
         return self
 
     def __exit__(self, *_):
-        self.process.kill()
-        self.process.wait()
-        self.process.stdin.close()
-        self.process.stdout.close()
+        with self.process:
+            self.process.kill()

@@ -25,7 +25,7 @@ def reset(connection):
 
 
 def labels(hits):
-    return [label[1][:12] if (label := re.search("el=([^&]*)", hit)) else "?" for hit in hits]
+    return [re.search("el=([^&]*)", hit)[1][:12] for hit in hits]
 
 
 class Handler(http.server.BaseHTTPRequestHandler):
@@ -95,12 +95,6 @@ def resets_after(text):
     return behave
 
 
-def drips(peer, connection, _number):
-    for byte in OK:
-        if not peer.ended.wait(1):
-            connection.sendall(bytes([byte]))
-
-
 def never_ends(peer, connection, _number):
     connection.sendall(b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n")
     while not peer.ended.wait(0.01):
@@ -137,9 +131,9 @@ class Daemon:
 
 
 class Nginx(Daemon):
-    """A collector that logs each body. @p more is added to the location /collect, @p server to the server block."""
+    """A collector that logs each body."""
 
-    def __init__(self, more="", server=""):
+    def __init__(self):
         # nginx reads the body, and can log it, only because it passes the request on.
         super().__init__(["/usr/sbin/nginx", "-e", "stderr"], """
 daemon off; worker_processes 1; pid %(folder)s/pid; error_log %(folder)s/error;
@@ -151,9 +145,9 @@ http {
     upstream sink { server unix:%(folder)s/sink; keepalive 4; }
     server { listen unix:%(folder)s/sink; return 200 ok; }
     server {
-        listen 127.0.0.1:%(port)d; """ + server + """
+        listen 127.0.0.1:%(port)d;
         location /collect { access_log %(folder)s/bodies body; proxy_http_version 1.1;
-            proxy_set_header Connection ""; proxy_pass http://sink; """ + more + """ }
+            proxy_set_header Connection ""; proxy_pass http://sink; }
     }
 }""")
         self.url = f"http://{self.address}/collect"

@@ -13,19 +13,20 @@ import host
 import life
 import privacy
 
-SHARED = {"disks": faults.DISKS, "storm": {"eight threads": life.storm}}
-LINUX = SHARED | {
+LINUX = {
+    "disks": faults.DISKS,
     "faults": faults.CASES | faults.LINUX_ONLY,
     "processes": {"16 processes on a fresh profile": life.share_profile(16, rounds=5),
                   "kill -9 while saving": life.killed_while_saving(60), "fork": life.forked,
-                  "dlopen, use, dlclose": life.reloaded, "threads": life.threads},
+                  "dlopen, use, dlclose": life.reloaded},
     "ends": life.endings({"without a log": False, "with log4cplus": True},
                          {"live shared object": ["get"], "four threads reporting": ["create", "busy 4"]}),
     "million": {"a long queue": life.queue(20_000)}, "privacy": privacy.CASES | privacy.LINUX_ONLY}
-WINDOWS = SHARED | {
+WINDOWS = {
+    "disks": faults.DISKS,
     "faults": faults.CASES | faults.UNDER_WINE,
     "processes": {"8 processes on a fresh profile": life.share_profile(8, rounds=2),
-                  "kill -9 while saving": life.killed_while_saving(30), "threads": life.threads},
+                  "kill -9 while saving": life.killed_while_saving(30)},
     "ends": life.endings({"without a log": False}, {"four threads reporting": ["create", "busy 4 1"]}),
     "million": {"a long queue": life.queue(100_000)}, "privacy": privacy.CASES}
 AS_ROOT = {"faults", "disks"}  # mount disks, enter namespaces
@@ -52,7 +53,7 @@ def run(name, case, full):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("groups", nargs="*", help=f"groups of cases: {', '.join(LINUX)} (default: all but storm)")
+    parser.add_argument("groups", nargs="*", help=f"groups of cases: {', '.join(LINUX)} (default: all)")
     parser.add_argument("--windows", action="store_true", help="test the Windows build, under Wine")
     parser.add_argument("--build", type=pathlib.Path, help="build tree (build/linux or build/windows)")
     parser.add_argument("--full", action="store_true", help="more repetitions (about seven minutes)")
@@ -61,7 +62,7 @@ def main():
     host.Host.windows = options.windows
     host.Host.build = (options.build or pathlib.Path("build", "windows" if options.windows else "linux")).resolve()
     available = WINDOWS if options.windows else LINUX
-    groups = options.groups or sorted(available.keys() - {"storm"})
+    groups = options.groups or sorted(available)
     if unknown := set(groups) - set(available):
         parser.error(f"no such group: {', '.join(unknown)}")
     if os.geteuid() and AS_ROOT & set(groups):

@@ -11,7 +11,6 @@
 #include <log4cplus/nullappender.h>
 #endif
 
-#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
@@ -20,7 +19,6 @@
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -56,27 +54,6 @@ void be_child() {
     ostrel_destroy_statistic(own);
 }
 
-void storm() {
-    statistic_handle_t* const common = ostrel_create_statistic("storm", "1.0");
-    std::atomic<int> waiting{8};
-    std::vector<std::thread> threads;
-    for (int index = 0; index < 8; ++index)
-        threads.emplace_back([&, index] {
-            for (--waiting; waiting.load() > 0;)
-                std::this_thread::yield();
-            ostrel_notify_feature_usage(common, "run.storm"); // all threads record the first day
-            ostrel_should_ask_user_consent(common);
-            ostrel_set_statistic_collection_enabled(common, index % 4 != 0);
-            statistic_t::get()->notify_feature_usage(L"run.storm");
-            statistic_handle_t* const own = ostrel_create_statistic("storm", "1.0");
-            ostrel_notify_feature_usage(own, "run.storm");
-            ostrel_destroy_statistic(own);
-        });
-    for (auto& thread : threads)
-        thread.join();
-    ostrel_destroy_statistic(common);
-}
-
 // Threads that report while the process exits, with a pause in milliseconds if one is given.
 void busy(arguments_t& arguments) {
     const int count = next(arguments, 4);
@@ -107,8 +84,6 @@ std::string obey(const std::string& command, arguments_t& arguments) {
         (shared = statistic_t::get())->notify_feature_usage(L"run.shared");
     else if (command == "release")
         shared.reset();
-    else if (command == "storm")
-        storm();
     else if (command == "busy")
         busy(arguments);
     else if (command == "child")
