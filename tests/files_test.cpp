@@ -4,8 +4,6 @@
 #include "support/profile.h"
 #include "toolkit/kiln2/variant_bag.h"
 
-#include <gmock/gmock.h>
-
 using namespace test_support;
 using namespace testing;
 using namespace OSTREL_NAMESPACE;

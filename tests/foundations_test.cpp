@@ -6,8 +6,6 @@
 #include "support/log_capture.h"
 #include "support/profile.h"
 
-#include <gmock/gmock.h>
-
 using namespace test_support;
 using namespace testing;
 using OSTREL_NAMESPACE::datetime_t;

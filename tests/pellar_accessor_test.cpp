@@ -3,7 +3,6 @@
 
 #include <functional>
 #include <future>
-#include <stdexcept>
 
 using namespace test_support;
 using ostrel_platform::to_utf8;

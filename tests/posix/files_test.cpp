@@ -8,7 +8,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <functional>
-#include <gmock/gmock.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>

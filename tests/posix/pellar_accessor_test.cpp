@@ -6,8 +6,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <sys/time.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace test_support;
 

@@ -15,8 +15,6 @@
 
 #include <csignal>
 #include <fcntl.h>
-#include <gmock/gmock.h>
-#include <netinet/in.h>
 #include <resolv.h>
 #include <set>
 #include <sys/stat.h>
@@ -165,10 +163,10 @@ TEST_F(posix, the_sending_thread_blocks_all_signals_the_caller_none) {
     const auto threads = [] {
         return std::set<fs::path>(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
     };
-    const auto blocks_all =
-        [](const fs::path& thread) { // that can be blocked and are not the C library's own
-            return read_file(thread / "status")->find("SigBlk:\tfffffffe7ffbfeff") != std::string::npos;
-        };
+    // All signals that can be blocked and are not the C library's own.
+    const auto blocks_all = [](const fs::path& thread) {
+        return read_file(thread / "status")->find("SigBlk:\tfffffffe7ffbfeff") != std::string::npos;
+    };
     const collector_t collector;
     // The thread pool of log4cplus may still be starting threads.
     const std::set<fs::path> before = threads();

@@ -8,7 +8,6 @@
 #include "support/log_capture.h"
 #include "support/profile.h"
 
-#include <gtest/gtest.h>
 #include <regex>
 
 namespace test_support {

@@ -7,7 +7,7 @@
 
 #include <chrono>
 #include <fstream>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <iterator>
 #include <map>
 #include <random>

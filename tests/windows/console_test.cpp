@@ -6,7 +6,6 @@
 
 #include <csignal>
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <io.h>
 #include <iostream>
 #include <process.h>

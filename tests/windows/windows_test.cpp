@@ -8,14 +8,11 @@
 #include "platform/network.h"
 #include "platform/os_name.h"
 #include "support/profile.h"
-#include "text/utf.h"
 
 #include <winsock2.h>
 
 #include <shlobj.h>
 #include <winhttp.h>
-
-#include <gmock/gmock.h>
 
 using namespace test_support;
 using namespace testing;
