@@ -91,7 +91,20 @@ struct locations_t : settor2::IProductLocations {
     std::wstring location, folder, temp_dir;
 };
 
-/// Blocks until a condition holds; a generous limit ends it.
+struct finished_t {
+    long long status;
+    std::string output, errors; ///< the bytes written to standard output and to standard error
+};
+
+/// As run_and_wait, with captured output.
+inline finished_t run_program(const texts_t& words) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const long long status = run_and_wait(words);
+    return {status, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
+}
+
+/// Blocks until a condition holds, at most a minute.
 template <class Condition>
 void wait_until(const Condition& holds) {
     for (int tries = 0; tries < 6000 && !holds(); ++tries)

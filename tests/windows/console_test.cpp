@@ -1,6 +1,5 @@
 // The inspection tool where only Windows has the situation: consoles, exit codes of 32 bits and batch files.
 #include "support/profile.h"
-#include "support/programs.h"
 
 #include <windows.h>
 
@@ -70,7 +69,7 @@ TEST_F(tool_on_windows, an_interrupt_ends_the_command_first_and_then_the_tool) {
 TEST_F(tool_on_windows, the_exit_code_of_a_command_keeps_its_32_bits) {
     for (const long long code : {256LL, 3221225477LL}) { // the second is the one of an access violation
         SCOPED_TRACE(code);
-        EXPECT_EQ(run_program({OSTRELCTL, "watch", "--", WATCHED, "exit=" + std::to_string(code)}).status,
+        EXPECT_EQ(run_program({OSTRELCTL, "watch", "--", STAND_IN, "exit=" + std::to_string(code)}).status,
                   code);
     }
 }
