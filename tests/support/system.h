@@ -13,21 +13,19 @@ void set_variable(const std::string& name, const std::optional<std::string>& val
 
 /// Makes @p folder the user's folder for local application data in this process until destruction. At most
 /// one object may exist.
-class local_app_data_t {
-public:
+struct local_app_data_t {
     explicit local_app_data_t(const std::filesystem::path& folder);
     ~local_app_data_t();
 };
 
 /// Makes @p folder the folder of child processes too, until destruction. Tests that use this class must not
 /// run concurrently: on Windows the setting belongs to the user, not to the process.
-class children_app_data_t {
-public:
+struct children_app_data_t {
     explicit children_app_data_t(const std::filesystem::path& folder);
     ~children_app_data_t();
 };
 
-/// The number of threads of this process. Windows only.
+/// The number of threads of this process. Only on Windows.
 std::size_t count_threads();
 
 /// Runs a program until it exits. @param words its path and its arguments, UTF-8 encoded

@@ -9,10 +9,7 @@
 namespace test_support {
 
 void set_variable(const std::string& name, const std::optional<std::string>& value) {
-    if (value)
-        ::setenv(name.c_str(), value->c_str(), 1);
-    else
-        ::unsetenv(name.c_str());
+    value ? ::setenv(name.c_str(), value->c_str(), 1) : ::unsetenv(name.c_str());
 }
 
 local_app_data_t::local_app_data_t(const std::filesystem::path& folder) {

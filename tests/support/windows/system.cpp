@@ -16,23 +16,16 @@ namespace test_support {
 
 namespace {
 
-std::wstring own_key() {
-    return L"Software\\ostrel-test-" + std::to_wstring(::GetCurrentProcessId());
-}
+const std::wstring own_key = L"Software\\ostrel-test-" + std::to_wstring(::GetCurrentProcessId());
 
-/// Stores the folder in the registry key of a user, and closes the key.
-void store_folder(HKEY user, DWORD type, const std::wstring& folder) {
+/// Stores the folder in the registry key @p user, or in the real key of the user, and closes the key.
+void store_folder(DWORD type, const std::wstring& folder, HKEY user = nullptr) {
+    if (user == nullptr)
+        ::RegOpenCurrentUser(KEY_ALL_ACCESS, &user); // ignores RegOverridePredefKey
     ::RegSetKeyValueW(user, L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
                       L"Local AppData", type, folder.c_str(),
                       static_cast<DWORD>((folder.size() + 1) * sizeof(wchar_t)));
     ::RegCloseKey(user);
-}
-
-/// The user's real key, which RegOverridePredefKey does not replace.
-HKEY real_user() {
-    HKEY user = nullptr;
-    ::RegOpenCurrentUser(KEY_ALL_ACCESS, &user);
-    return user;
 }
 
 } // namespace
@@ -50,23 +43,23 @@ void set_variable(const std::string& name, const std::optional<std::string>& val
 // The variable LOCALAPPDATA does not move the folder. The registry does, so this process gets a separate one.
 local_app_data_t::local_app_data_t(const std::filesystem::path& folder) {
     HKEY own = nullptr;
-    ::RegCreateKeyW(HKEY_CURRENT_USER, own_key().c_str(), &own);
+    ::RegCreateKeyW(HKEY_CURRENT_USER, own_key.c_str(), &own);
     ::RegOverridePredefKey(HKEY_CURRENT_USER, own);
-    store_folder(own, REG_SZ, folder.wstring());
+    store_folder(REG_SZ, folder.wstring(), own);
 }
 
 local_app_data_t::~local_app_data_t() {
     ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
-    ::RegDeleteTreeW(HKEY_CURRENT_USER, own_key().c_str());
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, own_key.c_str());
 }
 
 children_app_data_t::children_app_data_t(const std::filesystem::path& folder) {
     _fmode = _O_BINARY; // captured output of children keeps its line ends
-    store_folder(real_user(), REG_SZ, folder.wstring());
+    store_folder(REG_SZ, folder.wstring());
 }
 
 children_app_data_t::~children_app_data_t() {
-    store_folder(real_user(), REG_EXPAND_SZ, L"%USERPROFILE%\\AppData\\Local");
+    store_folder(REG_EXPAND_SZ, L"%USERPROFILE%\\AppData\\Local");
 }
 
 std::size_t count_threads() {
