@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Compares what bash offers for the command line of ostrelctl. Takes the completion script.
+# Checks the completions of bash for ostrelctl. Argument: the completion script.
 set -euo pipefail
 # shellcheck source=/dev/null
 source "$1"
-compopt() { :; } # works in an interactive shell only
+compopt() { :; } # the builtin works in an interactive shell only
 
-# offers EXPECTED WORD...: EXPECTED are the completions of the last word.
+# offers EXPECTED WORD...: fails if the completions of the last word differ.
 offers() {
     local expected=$1
     shift

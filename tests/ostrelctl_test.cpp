@@ -1,6 +1,5 @@
 // The inspection tool: it says what the library does, and changes nothing but the recorded answer.
 #include "support/profile.h"
-#include "support/programs.h"
 
 #include <algorithm>
 #include <regex>

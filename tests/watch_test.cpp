@@ -1,6 +1,5 @@
 // "ostrelctl watch": shows what a command posts, and changes nothing else for it.
 #include "support/profile.h"
-#include "support/programs.h"
 
 #include <algorithm>
 #include <regex>
@@ -17,7 +16,7 @@ struct watch : testing::Test {
 
     /// Runs the command of tests; its standard error must hold the text.
     std::string watch_command(const texts_t& options, const texts_t& arguments, const std::string& error) {
-        shown = run_program(texts_t{OSTRELCTL, "watch"} + options + texts_t{"--", WATCHED} + arguments);
+        shown = run_program(texts_t{OSTRELCTL, "watch"} + options + texts_t{"--", STAND_IN} + arguments);
         std::string& errors = shown.errors; // the command's own runtime may end lines with a return
         errors.erase(std::remove(errors.begin(), errors.end(), '\r'), errors.end());
         EXPECT_NE(shown.errors.find(error), std::string::npos) << shown.errors;

@@ -1,7 +1,6 @@
 // The inspection tool on POSIX: modes, a full disk and signals.
 #include "support/posix/user.h"
 #include "support/profile.h"
-#include "support/programs.h"
 
 #include <cstdlib>
 

@@ -1,5 +1,4 @@
-// The example's collector in the test process; unless a test says otherwise every request is answered with
-// 200.
+// The example's collector in the test process. By default, the status of every answer is 200.
 #pragma once
 
 #include "collector/server.h"

@@ -18,7 +18,7 @@ struct log_line_t {
     std::string text; ///< UTF-8
 };
 
-/// Receives the lines of one logger, from a level on as log4cplus numbers them. Not thread-safe: only the
+/// Receives the lines of one logger that have at least a level of log4cplus. Not thread-safe: only the
 /// owner's thread may log meanwhile.
 class log_capture_t {
 public:
@@ -35,7 +35,7 @@ public:
 
     const std::vector<log_line_t>& lines() const { return m_memory->lines; }
     void clear() { m_memory->lines.clear(); }
-    /// Is called for every line, inside the log call.
+    /// Sets a function that every log call calls.
     void on_line(std::function<void()> action) { m_memory->action = std::move(action); }
     std::vector<std::string> texts() const {
         std::vector<std::string> result;
@@ -63,7 +63,7 @@ private:
     log4cplus::helpers::SharedObjectPtr<memory_t> m_memory{new memory_t};
 };
 
-// As signatures in lines spell them.
+// Names as they appear in logged signatures.
 const std::string library = ostrel_platform::to_utf8(OSTREL_NAMESPACE_TEXT) + "::";
 const std::string wide_text = ostrel_platform::to_utf8(OSTREL_WSTRING_TEXT);
 
@@ -74,7 +74,7 @@ inline std::vector<std::string> traced(const std::string& signature, std::vector
     return inner;
 }
 
-/// The lines of reading the switches.
+/// The lines of a call that reads the environment's switches.
 inline std::vector<std::string> traced_switches(const std::string& decision) {
     const std::string type = library + "statistic_impl_t::";
     return traced(type + "env_vars_state_t " + type + "get_env_vars_state()", {"Return '" + decision});

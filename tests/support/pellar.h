@@ -1,4 +1,4 @@
-// Installs the software manager's stand-in for a test.
+// Installs a stand-in for each tool of the software manager.
 #pragma once
 
 #include "ostrel/pellar_accessor.h"
@@ -14,23 +14,20 @@ namespace test_support {
 
 using accessor_t = OSTREL_NAMESPACE::pellar_accessor_impl_t;
 constexpr int pellar = accessor_t::tool_pellar;
-constexpr const char* tool_names[] = {"norvaneremotemon.exe", "pellar.exe", "checkVIRKconsent.exe"};
 
-/// Removes a file or folder as soon as no tool runs in it; Windows refuses before.
+/// Waits until Windows permits the removal of a file or folder: until no program in it runs.
 inline void remove_when_free(const fs::path& path) {
     std::error_code busy;
     wait_until([&] { return fs::remove_all(path, busy) != std::uintmax_t(-1); });
 }
 
-/// Gives each test a profile with the three stand-ins in PELLAR_DIR, whose name holds a blank and a non-ASCII
-/// letter, and a service with an empty folder for exchange files.
+/// Gives each test a profile with the three stand-ins in PELLAR_DIR, whose name contains a blank and a
+/// non-ASCII letter, and a service with an empty folder for exchange files.
 struct pellar_test_t : testing::Test {
     pellar_test_t() {
         install_tools(tools());
         profile.set("PELLAR_DIR", tools().u8string());
         profile.set("STAND_IN_RECORD", (profile.folder() / "record").u8string());
-        for (const char* const name : {"STAND_IN_ACTION", "STAND_IN_EXIT", "STAND_IN_UNTIL"})
-            profile.unset(name);
         fs::create_directories(temp());
         locations.temp_dir = wide(temp());
         locations_t::install(&locations);
@@ -38,13 +35,13 @@ struct pellar_test_t : testing::Test {
 
     static void install_tools(const fs::path& folder) {
         fs::create_directories(folder);
-        for (const char* const name : tool_names)
+        for (const char* const name : {"norvaneremotemon.exe", "pellar.exe", "checkVIRKconsent.exe"})
             fs::copy_file(fs::u8path(STAND_IN), folder / name);
     }
     fs::path tools() const { return profile.folder() / fs::u8path(u8"t \u00f6"); }
     fs::path temp() const { return profile.folder() / "temp"; }
 
-    /// The stand-in's runs so far, "[argument][argument]" each.
+    /// One "[argument][argument]" for each run of a stand-in so far.
     texts_t runs() const {
         std::ifstream record(profile.folder() / "record", std::ios::binary);
         texts_t result;
@@ -56,7 +53,7 @@ struct pellar_test_t : testing::Test {
         wait_until([&] { return runs().size() >= count; });
         return runs();
     }
-    /// What the stand-in writes into the exchange file from now on.
+    /// Makes the stand-in write the bytes into the exchange file.
     void answer(const std::string& bytes) {
         write_file(profile.folder() / "answer", bytes);
         profile.set("STAND_IN_ACTION", "write");
@@ -66,16 +63,15 @@ struct pellar_test_t : testing::Test {
         return OSTREL_NAMESPACE::run_tool(static_cast<accessor_t::pellar_tool_t>(tool), arguments, sync,
                                           &ostrel_platform::common_program_files_folder);
     }
-    /// The logged texts. Errors begin with "E ", and "@" replaces their place in the code.
+    /// The logged texts. Errors begin with "E ", and "@" replaces file and line.
     texts_t logged() const {
         static const std::regex place(", at file: .+\\.cpp:\\d+$");
         texts_t result;
-        for (const log_line_t& line : log.lines())
-            result.push_back(line.level == 40000 ? "E " + std::regex_replace(line.text, place, "@")
-                                                 : line.text);
+        for (const auto& [level, text] : log.lines())
+            result.push_back(level == 40000 ? "E " + std::regex_replace(text, place, "@") : text);
         return result;
     }
-    /// Forgets what was logged and run so far.
+    /// Discards the log and the record of the runs.
     void forget() {
         log.clear();
         remove_when_free(profile.folder() / "record");

@@ -1,4 +1,4 @@
-// A user profile of the test's own: data folder, environment, corporate network and the host's service.
+// What most tests need: a separate user profile, the host's service, files and programs.
 #pragma once
 
 #include "settor2/product_locations.h"
@@ -25,24 +25,24 @@ inline texts_t operator+(texts_t left, const texts_t& right) {
     return left;
 }
 
-/// Splits at blanks.
+/// Splits at white space.
 inline texts_t words_of(const std::string& text) {
     std::istringstream words(text);
     return {std::istream_iterator<std::string>(words), {}};
 }
 
-/// Starts with every variable of the library and of proxies unset, an empty data folder whose name has a
-/// blank and a non-ASCII letter, and a corporate domain outside the corporate network. One lives at a time;
-/// what it sets the next one unsets.
+/// Unsets all variables of the library, of proxies and of the stand-in. Provides an empty data folder whose
+/// name contains a blank and a non-ASCII letter, and a corporate domain outside the corporate network. At
+/// most one object may exist.
 class profile_t {
 public:
     profile_t() {
         fs::create_directories(local_app_data());
-        for (const char* const name :
-             {"NORVANE_STATISTICS_DISABLE", "NORVANE_DONOTSEND_FEEDBACK", "NORVANE_DISABLE_FEEDBACK",
-              "NORVANE_FORCE_FEEDBACK", "NORVANE_FORCE_UUID", "NORVANE_DISABLE_UPDATES_CHECK",
-              "OSTREL_DISABLE_PELLAR", "PELLAR_DIR", "OSTREL_COLLECTION_URL", "OSTREL_CORPORATE_DOMAIN",
-              "XRDP_SESSION", "http_proxy", "https_proxy", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"})
+        for (const std::string& name : words_of(
+                 "NORVANE_STATISTICS_DISABLE NORVANE_DONOTSEND_FEEDBACK NORVANE_DISABLE_FEEDBACK PELLAR_DIR "
+                 "NORVANE_FORCE_FEEDBACK NORVANE_FORCE_UUID NORVANE_DISABLE_UPDATES_CHECK XRDP_SESSION "
+                 "OSTREL_DISABLE_PELLAR OSTREL_COLLECTION_URL STAND_IN_ACTION STAND_IN_EXIT STAND_IN_RECORD "
+                 "STAND_IN_UNTIL http_proxy https_proxy all_proxy ALL_PROXY no_proxy NO_PROXY"))
             unset(name);
         set("OSTREL_CORPORATE_DOMAIN", "127.0.0.1"); // resolved without a name server
     }
@@ -51,9 +51,7 @@ public:
         fs::remove_all(m_folder, ignored);
     }
 
-    static void set(const std::string& name, const std::optional<std::string>& value) {
-        set_variable(name, value);
-    }
+    static constexpr auto set = &set_variable;
     static void unset(const std::string& name) { set_variable(name, std::nullopt); }
 
     const fs::path& folder() const { return m_folder; }
@@ -70,7 +68,7 @@ private:
     local_app_data_t m_local_app_data{local_app_data()};
 };
 
-/// The host's service; the test installs it, its end removes it.
+/// The host's service. The test installs it, and the destructor removes it.
 struct locations_t : settor2::IProductLocations {
     ~locations_t() override { install(nullptr); }
     void getVersion(int& major, int& minor, int& build) const override {
@@ -91,31 +89,44 @@ struct locations_t : settor2::IProductLocations {
     std::wstring location, folder, temp_dir;
 };
 
-/// Blocks until a condition holds; a generous limit ends it.
+struct finished_t {
+    long long status;
+    std::string output, errors; ///< the bytes written to standard output and to standard error
+};
+
+/// As run_and_wait, with captured output.
+inline finished_t run_program(const texts_t& words) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const long long status = run_and_wait(words);
+    return {status, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
+}
+
+/// Blocks until a condition holds, at most a minute.
 template <class Condition>
 void wait_until(const Condition& holds) {
     for (int tries = 0; tries < 6000 && !holds(); ++tries)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
 }
 
-/// Writes a file, with every missing folder.
+/// Writes a file, and creates its folders if they are missing.
 inline void write_file(const fs::path& path, const std::string& content) {
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << content;
 }
 
-/// The path as the library takes it; std::filesystem's own conversion goes through the C locale.
+/// The path as the library expects it. The conversion of std::filesystem depends on the C locale.
 inline std::wstring wide(const fs::path& path) {
     return ostrel_platform::to_wide(path.u8string());
 }
 
-/// The file's bytes; nothing when there is no such file.
+/// The bytes of a file. Empty if the file cannot be opened.
 inline std::optional<std::string> read_file(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     return file ? std::make_optional(std::string(std::istreambuf_iterator<char>(file), {})) : std::nullopt;
 }
 
-/// Every file and folder below a folder, with its content.
+/// All files and folders below a folder, with the content of the files.
 inline std::map<fs::path, std::string> contents(const fs::path& folder) {
     std::map<fs::path, std::string> found;
     for (const auto& entry : fs::recursive_directory_iterator(folder))

@@ -1,4 +1,4 @@
-// What tests need of the system below the library's own platform layer.
+// What tests need of the system and the library's own platform layer does not have.
 #pragma once
 
 #include <filesystem>
@@ -8,21 +8,28 @@
 
 namespace test_support {
 
-/// Sets or removes an environment variable of this process; texts are UTF-8.
+/// Sets or removes an environment variable of this process. Name and value are UTF-8 encoded.
 void set_variable(const std::string& name, const std::optional<std::string>& value);
 
-/// Gives the process @p folder as the user's folder for local application data until destruction. One object
-/// exists at a time.
-class local_app_data_t {
-public:
+/// Makes @p folder the user's folder for local application data in this process until destruction. At most
+/// one object may exist.
+struct local_app_data_t {
     explicit local_app_data_t(const std::filesystem::path& folder);
     ~local_app_data_t();
 };
 
-/// The number of threads of this process; on Windows only.
+/// Makes @p folder the folder of child processes too, until destruction. Tests that use this class must not
+/// run concurrently: on Windows the setting belongs to the user, not to the process.
+struct children_app_data_t {
+    explicit children_app_data_t(const std::filesystem::path& folder);
+    ~children_app_data_t();
+};
+
+/// The number of threads of this process. Only on Windows.
 std::size_t count_threads();
 
-/// The arguments of main without the program's name; UTF-8.
-std::vector<std::string> utf8_arguments(int argc, char** argv);
+/// Runs a program until it exits. @param words its path and its arguments, UTF-8 encoded
+/// @return the exit status; if a signal killed the program, 128 plus the signal's number
+long long run_and_wait(const std::vector<std::string>& words);
 
 } // namespace test_support

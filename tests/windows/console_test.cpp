@@ -1,6 +1,5 @@
-// The inspection tool where only Windows has the situation: consoles, exit codes of 32 bits and batch files.
+// The tool in situations that exist on Windows only: consoles, exit codes of 32 bits and batch files.
 #include "support/profile.h"
-#include "support/programs.h"
 
 #include <windows.h>
 
@@ -10,15 +9,16 @@
 #include <iostream>
 #include <process.h>
 
+using namespace std::string_literals;
 using namespace test_support;
 using namespace testing;
 
 namespace {
 
 struct tool_on_windows : Test {
-    /// @return the beginning of the console's first line after the tool has written there, and whether the
-    /// tool
-    ///         lets the console interpret escape sequences
+    /// Runs "ostrelctl status" on the console.
+    /// @return the beginning of the console's first line, after "interpreted: " if the tool has made the
+    ///         console interpret escape sequences
     static std::string status_on_console() {
         const int former = ::_dup(1), console = ::_wopen(L"CONOUT$", _O_RDWR);
         const auto screen = reinterpret_cast<HANDLE>(::_get_osfhandle(console));
@@ -45,33 +45,25 @@ struct tool_on_windows : Test {
 } // namespace
 
 TEST_F(tool_on_windows, a_console_gets_colours_and_all_outputs_any_letter) {
-    const std::string question = "Would usage of \"caf\u00e9\" be reported now?  ";
-    EXPECT_THAT(
-        status_on_console(),
-        StartsWith("interpreted: " + question + "\x1B[31mno: ")); // Wine does not interpret the colour
+    const std::string question = "Would usage of \"caf\u00e9\" be reported now?  ", plain = question + "no: ";
+    // Wine's console does not interpret the colour.
+    EXPECT_THAT(status_on_console(), StartsWith("interpreted: " + question + "\x1B[31mno: "));
+    EXPECT_THAT(run_program({OSTRELCTL, "status", "--product", "caf\u00e9"}).output, StartsWith(plain));
     profile.set("NO_COLOR", "1");
-    EXPECT_THAT(status_on_console(), StartsWith(question + "no: "));
-    profile.unset("NO_COLOR");
-    EXPECT_THAT(run_program({OSTRELCTL, "status", "--product", "caf\u00e9"}).output,
-                StartsWith(question + "no: "));
+    EXPECT_THAT(status_on_console(), StartsWith(plain));
 }
 
-TEST_F(tool_on_windows, an_interrupt_ends_the_command_first_and_then_the_tool) {
+TEST_F(tool_on_windows, an_interrupt_stops_the_command_first_and_then_the_tool) {
     ::SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE); // the event reaches this process too
-    std::wstring program(MAX_PATH, L'\0');
-    program.resize(::GetModuleFileNameW(nullptr, program.data(), MAX_PATH));
-    const finished_t shown =
-        run_program({OSTRELCTL, "watch", "--", ostrel_platform::to_utf8(program), "interrupt"});
+    const finished_t shown = run_program({OSTRELCTL, "watch", "--", _pgmptr, "interrupt"});
     EXPECT_EQ(shown.status, 3);
     EXPECT_THAT(shown.errors, StartsWith("stopping\r\nostrelctl: 0 hits"));
 }
 
 TEST_F(tool_on_windows, the_exit_code_of_a_command_keeps_its_32_bits) {
-    for (const long long code : {256LL, 3221225477LL}) { // the second is the one of an access violation
-        SCOPED_TRACE(code);
-        EXPECT_EQ(run_program({OSTRELCTL, "watch", "--", WATCHED, "exit=" + std::to_string(code)}).status,
-                  code);
-    }
+    for (const char* const code : {"256", "3221225477"}) // the second one is that of an access violation
+        EXPECT_EQ(run_program({OSTRELCTL, "watch", "--", STAND_IN, "exit="s + code}).status,
+                  std::atoll(code));
 }
 
 TEST_F(tool_on_windows, batch_files_take_no_special_characters) {
@@ -88,9 +80,9 @@ TEST_F(tool_on_windows, batch_files_take_no_special_characters) {
     }
 }
 
-/// With an argument, this program is a command that interrupts all programs of its console.
+/// With the argument "interrupt", this program is a command that interrupts all programs of its console.
 int main(int argc, char** argv) {
-    if (argc > 1 && argv[1] == std::string("interrupt")) {
+    if (argc > 1 && argv[1] == "interrupt"s) {
         std::signal(SIGINT, [](int) {
             ::Sleep(200);
             std::cerr << "stopping\n";
@@ -100,7 +92,7 @@ int main(int argc, char** argv) {
         ::Sleep(60000);
     }
     ::FreeConsole();
-    ::AllocConsole(); // a separate one, without a window
+    ::AllocConsole(); // a separate console, without a window
     InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -1,4 +1,4 @@
-// The DLL in a host that loads it at run time: version, unloading, exceptions.
+// The DLL in a host that loads it at run time: version, unloading and exceptions.
 #include "ostrel/ostrel.h"
 #include "ostrel/version.h"
 #include "support/profile.h"
@@ -8,7 +8,6 @@
 #include <psapi.h>
 
 #include <boost/dll/shared_library.hpp>
-#include <gtest/gtest.h>
 
 using namespace test_support;
 
@@ -24,7 +23,7 @@ struct library_t {
         file.get<decltype(ostrel_notify_feature_usage)>("ostrel_notify_feature_usage");
 };
 
-/// What the process holds. The value of the next handle grows with the number of open ones.
+/// What the process uses. A new handle has the lowest free value, so that leaked handles increase it.
 struct resources_t {
     resources_t() {
         const HANDLE event = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
@@ -50,7 +49,7 @@ void use(int times) {
 
 } // namespace
 
-TEST(dll, loading_and_unloading_leaves_nothing_behind) {
+TEST(dll, loading_and_unloading_leaks_nothing) {
     const profile_t profile;
     profile.set("OSTREL_COLLECTION_URL", "http://127.0.0.1:9/collect"); // nobody listens there
     profile.set("NORVANE_FORCE_FEEDBACK", "1");
@@ -72,7 +71,7 @@ TEST(dll, an_exception_reaches_the_host) {
     library.destroy(library.create("product", "1"));
 }
 
-TEST(dll, its_version_is_that_of_the_header) {
+TEST(dll, file_version_is_that_of_the_header) {
     // The beginning of VS_FIXEDFILEINFO: signature, version of the structure, version of the file.
     const char16_t info[] = {
         0x04BD, 0xFEEF, 0, 1, OSTREL_VERSION_MINOR, OSTREL_VERSION_MAJOR, 0, OSTREL_VERSION_PATCH};

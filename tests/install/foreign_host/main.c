@@ -3,19 +3,11 @@
 #include "ostrel/ostrel.h"
 #include "settor2/product_locations_c.h"
 
-typedef struct exception_t {
-    struct {
-        unsigned long code;
-    } * record;
-} exception_t;
-
 __declspec(dllimport) void ExitProcess(unsigned int status);
 __declspec(dllimport) int TerminateProcess(void* process, unsigned int status);
 __declspec(dllimport) void* GetCurrentProcess(void);
 __declspec(dllimport) unsigned short* GetCommandLineW(void);
-__declspec(dllimport) void* SetUnhandledExceptionFilter(long (*filter)(exception_t*));
-
-enum { cxx_exception = 0x20474343, ended_by_filter = 42, nothing_thrown = 1 };
+__declspec(dllimport) void* SetUnhandledExceptionFilter(long (*filter)(unsigned int**));
 
 static int use_library(void) {
     const settor2_product_locations_t locations = {{2, 7, 312}, "foreign_host", ".", "", 0};
@@ -29,10 +21,10 @@ static int use_library(void) {
     return must_ask;
 }
 
-/* Runs before any frame is unwound: this compiler's frames cannot be unwound by the library's exception. */
-static long end_process(exception_t* exception) {
-    TerminateProcess(GetCurrentProcess(),
-                     exception->record->code == cxx_exception ? ended_by_filter : nothing_thrown);
+/* Exits with the exception's code, which is the first member of its record. No frame may be unwound before:
+   the library's exception cannot unwind the frames of this compiler. */
+static long end_process(unsigned int** exception) {
+    TerminateProcess(GetCurrentProcess(), **exception);
     return 0;
 }
 
@@ -42,7 +34,7 @@ static int fail_to_create(void) {
         product[i] = 'x';
     SetUnhandledExceptionFilter(&end_process);
     ostrel_create_statistic(product, "1.0");
-    return nothing_thrown;
+    return 1;
 }
 
 void mainCRTStartup(void) {

@@ -1,52 +1,65 @@
 // What tests need of the system, on Windows.
 #include "support/system.h"
 
+#include "ostrelctl/windows/quote.h"
 #include "text/utf.h"
 
 #include <windows.h>
 
-#include <shellapi.h>
 #include <tlhelp32.h>
 
 #include <cstdlib>
+#include <fcntl.h>
+#include <process.h>
 
 namespace test_support {
 
 namespace {
 
-using ostrel_platform::to_utf8;
-using ostrel_platform::to_wide;
+const std::wstring own_key = L"Software\\ostrel-test-" + std::to_wstring(::GetCurrentProcessId());
 
-std::wstring own_key() {
-    return L"Software\\ostrel-test-" + std::to_wstring(::GetCurrentProcessId());
+/// Stores the folder in the registry key @p user, or in the real key of the user, and closes the key.
+void store_folder(DWORD type, const std::wstring& folder, HKEY user = nullptr) {
+    if (user == nullptr)
+        ::RegOpenCurrentUser(KEY_ALL_ACCESS, &user); // ignores RegOverridePredefKey
+    ::RegSetKeyValueW(user, L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
+                      L"Local AppData", type, folder.c_str(),
+                      static_cast<DWORD>((folder.size() + 1) * sizeof(wchar_t)));
+    ::RegCloseKey(user);
 }
 
 } // namespace
 
 void set_variable(const std::string& name, const std::optional<std::string>& value) {
-    // The runtime keeps a copy of the environment and takes an empty value for a removal.
+    // The runtime has its own copy of the environment, in which an empty value would remove the variable.
     const bool is_empty = value && value->empty();
     ::_putenv_s(name.c_str(), is_empty ? " " : value.value_or(std::string()).c_str());
     if (is_empty)
         *std::getenv(name.c_str()) = '\0';
-    ::SetEnvironmentVariableW(to_wide(name).c_str(), value ? to_wide(*value).c_str() : nullptr);
+    const std::wstring wide_name = ostrel_platform::to_wide(name);
+    ::SetEnvironmentVariableW(wide_name.c_str(), value ? ostrel_platform::to_wide(*value).c_str() : nullptr);
 }
 
 // The variable LOCALAPPDATA does not move the folder. The registry does, so this process gets a separate one.
 local_app_data_t::local_app_data_t(const std::filesystem::path& folder) {
     HKEY own = nullptr;
-    const std::wstring text = folder.wstring();
-    ::RegCreateKeyW(HKEY_CURRENT_USER, own_key().c_str(), &own);
-    ::RegSetKeyValueW(own, L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
-                      L"Local AppData", REG_SZ, text.c_str(),
-                      static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+    ::RegCreateKeyW(HKEY_CURRENT_USER, own_key.c_str(), &own);
     ::RegOverridePredefKey(HKEY_CURRENT_USER, own);
-    ::RegCloseKey(own);
+    store_folder(REG_SZ, folder.wstring(), own);
 }
 
 local_app_data_t::~local_app_data_t() {
     ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
-    ::RegDeleteTreeW(HKEY_CURRENT_USER, own_key().c_str());
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, own_key.c_str());
+}
+
+children_app_data_t::children_app_data_t(const std::filesystem::path& folder) {
+    _fmode = _O_BINARY; // captured output of children keeps its line ends
+    store_folder(REG_SZ, folder.wstring());
+}
+
+children_app_data_t::~children_app_data_t() {
+    store_folder(REG_EXPAND_SZ, L"%USERPROFILE%\\AppData\\Local");
 }
 
 std::size_t count_threads() {
@@ -61,14 +74,12 @@ std::size_t count_threads() {
     return count;
 }
 
-std::vector<std::string> utf8_arguments(int /*argc*/, char** /*argv*/) {
-    int count = 0;
-    wchar_t** const all = ::CommandLineToArgvW(::GetCommandLineW(), &count);
-    std::vector<std::string> result;
-    for (int i = 1; i < count; ++i)
-        result.push_back(to_utf8(all[i]));
-    ::LocalFree(all);
-    return result;
+long long run_and_wait(const std::vector<std::string>& words) {
+    std::wstring line;
+    for (const std::string& word : words)
+        line += ostrelctl::quoted_for_runtime(ostrel_platform::to_wide(word)) + L" ";
+    const auto program = std::filesystem::u8path(words[0]).make_preferred();
+    return ::_wspawnl(_P_WAIT, program.c_str(), line.c_str(), nullptr);
 }
 
 } // namespace test_support
