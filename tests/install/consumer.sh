@@ -134,7 +134,7 @@ find_package(ostrel 1.5)
 find_package(ostrel CONFIG REQUIRED)
 message("found ${ostrel_VERSION}.")
 END
-    run cmake -S older -B "older build" "-DCMAKE_PREFIX_PATH=$folder/prefix"
+    run cmake -S older -B "older build" -G "$generator" "-DCMAKE_PREFIX_PATH=$folder/prefix"
     contains output "require major.minor.patch"
     contains output '^found [0-9.]+$'
     # A host in C that cannot make its settings folder aborts and names it.
