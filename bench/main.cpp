@@ -102,7 +102,7 @@ constexpr row_t rows[] = {
     {"delivery, processor time per hit against a bare loop", "delivery", "work", "", 1.10},
     {"whole chain, processor time per hit against a bare loop", "chain", "work", "", 1.10},
     {"loading, processor time against an empty library", "load", "ratio", "", 1.05},
-    {"create, processor time against curl_global_init and one thread", "create", "ratio", "", 0.4},
+    {"create, processor time against curl_global_init and a thread start", "create", "ratio", "", 0.4},
     {"destroy, idle", "destroy", "ms", " ms", 1},
     {"memory for each queued hit of 230 bytes", "queued_hit", "bytes", " bytes", 300},
 };

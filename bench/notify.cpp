@@ -40,7 +40,8 @@ void notify_silenced(benchmark::State& state, const char* name, bool collecting)
     bench::silence(false);
 }
 
-/// The necessary parts of a notification in plain code, without string views and without a special search.
+/// The necessary parts of a notification in plain code. Uses standard strings and a standard set instead of
+/// string views and the hash table of the library.
 void notify_parts(benchmark::State& state, const char* name) {
     bench::environment().workspace.set_filter(static_cast<int>(state.range(0)));
     const event_filter_t filter = load_enabled_events(event_filter_path());

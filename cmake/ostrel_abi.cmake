@@ -1,5 +1,5 @@
-# The exported interface, built a second time with debugging information. scripts/check_boundary.sh compares its types
-# with those of the released library.
+# The exported interface, built a second time with debugging information. scripts/check_boundary.sh compares its ABI
+# with the stored ABI in cmake/abi-linux.xml.
 set(src ${PROJECT_SOURCE_DIR}/src)
 set(interface api/c_api.cpp api/statistic.cpp api/statistic_guard.cpp foundations/datetime.cpp
               foundations/filelock.cpp pellar_accessor/manager_uuid.cpp

@@ -153,7 +153,8 @@
              "Line chart: machines and hits on each of the last 30 days. The table of figures has the values.");
         draw("months", "bar", months.map(month => month[0].slice(0, 10)),
              [line("machines", months.map(month => month[1]?.machines ?? null), "accent")], {},
-             "Bar chart: machines in each period of 30 days, labelled with its first day. The table of figures has them.");
+             "Bar chart: machines in each period of 30 days, labelled with its first day. " +
+             "The table of figures has the values.");
         fill("versions", feature.versions.map(item => [cell(item.version), cell(item.machines)]));
         fill("figures", [...(latest?.days ?? []).map(day => [cell(day[0]), cell(day[2]), cell(day[1])]),
                          ...months.map(([name, item]) => [cell(name), cell(item?.machines), cell(item?.hits)])]);

@@ -135,9 +135,9 @@ BEGIN
     DELETE FROM period_cache WHERE (current_date - last) % 30 <> 0 OR last < first_day();
 END $$;
 
--- Folds small cells: in each group, cells with fewer machines than the threshold become "(other)". If "(other)" has
--- fewer machines than the threshold too, the next smallest cells are added until it reaches the threshold. Otherwise a
--- reader could compute a hidden cell from a shown sum.
+-- Folds small cells. A cell is a name in a group, with its hits and machines. In each group, cells with fewer machines
+-- than the threshold become "(other)". If "(other)" has fewer machines than the threshold too, the next smallest cells
+-- are added until it reaches the threshold. Otherwise a reader could compute a hidden cell from a shown sum.
 CREATE OR REPLACE FUNCTION fold(threshold int)
 RETURNS TABLE (grp text[], name text[], shown text[], hits bigint, machines hll, regular hll) LANGUAGE sql AS $$
     WITH sized AS (SELECT *, hll_cardinality(c.machines) AS size FROM cell c),

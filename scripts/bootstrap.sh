@@ -40,7 +40,8 @@ Groups (default: build test lint):
   trust      web server, proxy and tracer for the tests in scripts/trust/
   bench      Google Benchmark and valgrind
   arm64      compiler for 64-bit Arm, and an emulator
-  wine       /etc/services for Wine, and Clang to build a Windows host
+  wine       /etc/services, which Wine reads, and Clang to build a Windows host
+             (scripts/windows-deps.sh installs Wine itself)
 
   --list  print the missing packages and install nothing
   --help  print this text

@@ -65,8 +65,8 @@ only_in 'src/toolkit/kiln2/path\.cpp|src/foundations/folders\.cpp' 'include *<bo
     'Boost.Filesystem outside its files'
 only_in 'src/foundations/trace\.|tests/|examples/logging_host/|bench/' 'include *<log4cplus/' \
     'log4cplus outside its layer'
-# The benchmarks and the fuzz targets run on Linux only. mingw-w64 has some of these headers too, so a build for Windows
-# does not fail on each of them.
+# The benchmarks and the fuzz targets run on Linux only. mingw-w64 has some of these headers too, so including one of
+# those does not break the Windows build.
 only_in 'src/platform/(posix|windows)/|(tests|tools)/([a-z]+/)?(posix|windows)/|bench/|fuzz/' \
     'include *<((unistd|fcntl|dirent|netdb|poll|pwd|spawn|signal|pthread|dlfcn)\.h|(sys|netinet|arpa)/)' \
     'POSIX header outside a folder posix/'

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Draws an SVG from the benchmarks' JSON: the cost of a notification for numbers of names, threads and hits."""
+"""Draws an SVG from the benchmarks' JSON: the cost of a notification against the number of names, threads and hits."""
 
 import argparse
 import json

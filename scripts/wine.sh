@@ -10,8 +10,9 @@ Usage: ${0##*/} [[--direct] PROGRAM [ARGUMENT...] | --end | --data]
 
 Creates the Wine prefix if it does not exist, then runs the program in it.
 
-  --direct  give the program the caller's streams and process id. Processes of
-            Wine may keep the output open after the program has exited.
+  --direct  exec the program, so that it has the streams and the process id of
+            this script. Processes of Wine may keep the output open after the
+            program has exited.
   --end     stop all processes of the prefix, and its server
   --data    print the data folder of the prefix's user
   --help    print this text
@@ -41,7 +42,7 @@ export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=d'
 # In the C locale, which is the default of a minimal system, Wine cannot create files with a non-ASCII name.
 export LC_ALL=C.UTF-8
-# Wine would use http_proxy as the system's proxy, and search its server in TMPDIR.
+# If http_proxy is set, Wine uses it as the system's proxy. If TMPDIR is set, Wine looks for its wineserver there.
 unset DISPLAY http_proxy TMPDIR
 
 # With address randomisation, Wine's start sometimes fails to map its shared page.

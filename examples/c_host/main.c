@@ -21,7 +21,7 @@ static const feature_t features[] = {
      "category \"editor\", label \"recent.r\xC3\xA9sum\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC\"", NULL},
     {"run.build", "category \"run\", label \"build\"", NULL},
     {"run.build.release", NULL,
-     "the filter does not list it; only run.NAME, with no further dot, needs no entry"},
+     "the filter does not list it; run.NAME needs no entry, but here NAME contains a dot"},
     {"debugger.attachments.list", NULL, "debugger.attach in the filter matches whole words only"},
     {"profiler.start", NULL, "the filter does not list it"},
 };
