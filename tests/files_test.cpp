@@ -34,7 +34,7 @@ std::int64_t day_number;
 struct last_active_dates : Test {
     last_active_dates() { day_number = february_29; }
     static std::int64_t clock() { return day_number; }
-    /// Stores these days in a new file; today stays.
+    /// Stores these days in a new file. The test's current day does not change.
     void store(const std::vector<std::int64_t>& days) {
         last_active_dates_t dates(folder, &clock);
         const std::int64_t today = day_number;
@@ -117,7 +117,7 @@ TEST_F(variant_bag, a_bag_that_cannot_be_written_leaves_the_file_as_it_was) {
     EXPECT_THAT(contents(profile.folder()), SizeIs(3)) << "a temporary file is left";
 }
 
-TEST_F(last_active_dates, a_regular_user_has_four_days_and_began_within_a_year) {
+TEST_F(last_active_dates, a_regular_user_has_four_days_and_the_first_within_a_year) {
     const std::tuple<std::size_t, active_date_t, active_date_t, bool> cases[] = {
         {3, {2020, 5, 1}, {2020, 5, 5}, false},   {4, {2019, 5, 5}, {2020, 5, 5}, false},
         {4, {2019, 5, 6}, {2020, 5, 5}, true},    {9, {2018, 12, 31}, {2020, 5, 5}, false},
@@ -139,7 +139,7 @@ TEST_F(last_active_dates, malformed_items_are_skipped_and_the_stored_order_is_ke
     EXPECT_THAT(stored(), ElementsAre(FieldsAre(2016, 3, 1), FieldsAre(2014, 7, 2), FieldsAre(2016, 2, 29)));
 }
 
-TEST_F(last_active_dates, a_file_without_a_new_day_is_not_rewritten) {
+TEST_F(last_active_dates, saving_without_a_new_day_does_not_rewrite_the_file) {
     EXPECT_FALSE(last_active_dates_t(folder, &clock).save());
     for (const char* const content : {"malformed", "<bag/>"}) {
         SCOPED_TRACE(content);

@@ -34,14 +34,14 @@ void exit_while_logging() {
     OSTREL_LOG(trace_log, error, L"the last line");
 }
 
-/// Registers its exit handler before the library does, so that it runs later. The exit status is the result.
+/// Registers an exit handler that runs after the library's. It reports its result as the exit status.
 [[gnu::constructor(101)]] void register_exit_check() {
     std::atexit([] {
         using namespace std::chrono_literals;
         if (!exit_start)
             return;
         const auto waited = std::chrono::steady_clock::now() - *exit_start;
-        const bool must_wait = fs::path::preferred_separator == '/'; // on Windows no other thread is left
+        const bool must_wait = fs::path::preferred_separator == '/'; // Windows ends other threads first
         const bool is_closed = !trace_log.is_enabled_for(OSTREL_NAMESPACE::log_level_t::error);
         std::_Exit(!is_closed ? 2 : waited > 900ms ? 3 : must_wait && waited < 50ms ? 4 : 7);
     });
@@ -57,7 +57,7 @@ TEST(path, separators_become_preferred_and_an_empty_path_adds_nothing) {
     EXPECT_EQ(path_t(std::wstring(L"a\\b\xD800")).append(path_t()).as_string(), L"a\\b\xD800");
 }
 
-TEST(datetime, parsing_is_as_lenient_as_scanf_within_the_range) {
+TEST(datetime, parsing_is_as_lenient_as_scanf_from_1970_to_3000) {
     const std::pair<const wchar_t*, const wchar_t*> cases[] = {
         {L"3000-12-31T23:59:59Z", L"3000-12-31T23:59:59Z"},
         {L" 2016- 1-+2T3:4: 5", L"2016-01-02T03:04:05Z"},
@@ -104,7 +104,7 @@ TEST(datetime, now_is_the_system_clock_in_utc) {
     EXPECT_THAT(now, AllOf(Ge(before), Le(clock())));
 }
 
-TEST(filelock, a_held_lock_refuses_others_and_copies_count_as_locked) {
+TEST(filelock, a_held_lock_refuses_others_and_a_copy_is_locked_too) {
     const profile_t profile;
     const fs::path data = profile.folder() / "data.xml", file = profile.folder() / "data.lock";
     {
@@ -128,7 +128,7 @@ TEST(filelock, a_held_lock_refuses_others_and_copies_count_as_locked) {
     EXPECT_FALSE(filelock_t(wide(profile.folder() / "missing" / "data.xml")).lock());
 }
 
-TEST(trace, calls_log_entry_and_exit_and_messages_join_their_pieces) {
+TEST(trace, traced_calls_log_two_lines_and_messages_join_their_parts) {
     const log_capture_t capture("ostrel.test");
     call_traced(false);
     EXPECT_THROW(call_traced(true), std::runtime_error);

@@ -9,7 +9,7 @@
 
 using namespace OSTREL_NAMESPACE;
 
-TEST(feature_route, the_longest_enabled_prefix_wins_and_run_needs_no_filter) {
+TEST(feature_route, the_longest_enabled_prefix_wins_and_run_dot_name_passes) {
     const std::tuple<std::wstring, std::vector<std::wstring_view>, std::wstring> cases[] = {
         {L"a.b.c", {L"a.b.c.d", L"a.b", L"a.b", L"a"}, L"a.b|c"},
         {L"a..b", {L"a"}, L"a|.b"},
@@ -76,13 +76,13 @@ TEST(hit, names_are_escaped_and_the_id_and_the_version_are_not) {
               "v=1&tid=T-1&cid=i d&an=n%20m&av=1 &&cd1=win32&cd2=o%20s%C3%A9&t=event&ec=");
 }
 
-TEST(hit, bodies_have_the_meanings_of_the_table) {
+TEST(hit, parsed_bodies_match_the_shared_table) {
     const std::string file = OSTREL_TEST_SOURCE "/tests/data/hit_bodies.json";
     const auto table = nlohmann::json::parse(*test_support::read_file(file));
     ASSERT_GT(table.size(), 30U);
     for (const nlohmann::json& row : table) {
         SCOPED_TRACE(row["name"]);
-        // The table writes each byte of a body as one character.
+        // In the table, one character (up to U+00FF) stands for one byte of the body.
         const std::wstring characters = ostrel_platform::to_wide(row["body"].get<std::string>());
         const std::string body(characters.begin(), characters.end());
         if (row.contains("malformed")) {

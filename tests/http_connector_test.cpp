@@ -18,7 +18,7 @@ struct http_connector : testing::Test {
     const profile_t profile;
 };
 
-/// Sends the hits through an object that lives no longer.
+/// Sends the hits through a temporary object. Its destructor waits until they are sent.
 void deliver(const collector_t& collector, const texts_t& hits) {
     http_connector_t connector(collector.url().c_str());
     for (const std::string& hit : hits)
@@ -34,7 +34,7 @@ collector_t::judge_t refuse(const texts_t& hits, unsigned status) {
 
 } // namespace
 
-TEST_F(http_connector, hits_are_posted_in_order_on_one_connection_until_an_empty_one) {
+TEST_F(http_connector, hits_use_one_connection_in_order_until_an_empty_hit) {
     const collector_t collector;
     texts_t hits;
     for (int i = 0; i < 500; ++i)
@@ -56,14 +56,14 @@ TEST_F(http_connector, every_status_but_200_switches_sending_off) {
     }
 }
 
-TEST_F(http_connector, a_failed_proxy_candidate_is_replaced_by_the_next_for_good) {
+TEST_F(http_connector, the_next_proxy_candidate_is_used_until_it_fails_too) {
     const collector_t named(refuse({"2", "5"}, 500)), by_default(refuse({"4", "5"}, 204));
     profile.set("http_proxy", "127.0.0.1:" + std::to_string(named.port()));
     {
         http_connector_t connector("http://collector.example/collect");
         connector.send("1");
         ASSERT_TRUE(named.wait_for(1));
-        // Read again only for the empty candidate, which stands for libcurl's own choice.
+        // The empty candidate leaves the choice to libcurl, which then reads the variable again.
         profile.set("http_proxy", "127.0.0.1:" + std::to_string(by_default.port()));
         for (const char* const hit : {"2", "3", "4", "5", "dropped"})
             connector.send(hit);
@@ -90,7 +90,7 @@ TEST_F(http_connector, a_thread_interruption_does_not_interrupt_destruction) {
     EXPECT_EQ(collector.bodies(), texts_t{"hit"});
 }
 
-TEST_F(http_connector, a_silent_server_costs_one_timeout_whatever_is_queued) {
+TEST_F(http_connector, a_silent_server_delays_destruction_by_one_timeout_only) {
     std::promise<void> end;
     const collector_t silent([ended = end.get_future().share()](const request_t&) {
         ended.wait();

@@ -9,7 +9,7 @@ using namespace test_support;
 
 namespace {
 
-/// The file as this system would have it: not every one has modes.
+/// The expected output. Windows has no file modes: null in JSON, spaces in text.
 std::string expected_text(const std::string& file) {
     const std::string text = *read_file(file);
     if (fs::path::preferred_separator == '/')
@@ -45,7 +45,7 @@ struct ostrelctl : testing::Test {
             const std::string status = std::to_string(run(words));
             text += "$ ostrelctl " + command + "\n" + output + "exit status " + status + "\n\n";
         }
-        // Separators of Windows, which JSON doubles, but not what is escaped.
+        // Replaces the separators of Windows (doubled in JSON), but no escape sequences.
         text = std::regex_replace(text, std::regex(R"(\\+(?!x|u0|"))"), "/");
         text = std::regex_replace(text, std::regex(profile.local_app_data().generic_u8string()), "DATA");
         text = std::regex_replace(text, std::regex(folder.generic_u8string()), "PRODUCT");
@@ -60,7 +60,7 @@ struct ostrelctl : testing::Test {
 
 } // namespace
 
-TEST_F(ostrelctl, whole_outputs_follow_the_decision) {
+TEST_F(ostrelctl, complete_outputs_match_for_each_decision) {
     const auto expect = [this](const std::string& name, const char* domain, const char* url) {
         SCOPED_TRACE(name);
         profile.set("OSTREL_CORPORATE_DOMAIN", domain);
@@ -72,7 +72,7 @@ TEST_F(ostrelctl, whole_outputs_follow_the_decision) {
     const fs::path id = profile.statistic_dir() / "uuid.xml",
                    dates = profile.statistic_dir() / "last_active_dates.xml";
     const std::string day = "<item><Y type=\"int\">9999</Y><M type=\"int\">1</M><D type=\"int\">1</D></item>";
-    profile.set("all_proxy", "http://me:se@cret@proxy:8080"); // Wine takes http_proxy for the machine's
+    profile.set("all_proxy", "http://me:se@cret@proxy:8080"); // Wine uses http_proxy as the system's
     profile.set("no_proxy", "localhost");
     write_file(profile.virk(), "1");
     write_file(id, "<bag><UUID>i&#27;d</UUID></bag>");

@@ -66,7 +66,7 @@ TEST_F(pellar_accessor, an_upload_succeeded_if_the_tool_ran_and_the_file_is_gone
     EXPECT_FALSE(bridge.send_file(wide(profile.folder() / "missing"), false));
 }
 
-TEST_F(pellar_accessor, every_situation_has_its_result_and_lines) {
+TEST_F(pellar_accessor, every_situation_has_the_expected_result_and_log_lines) {
     const auto expect = [this](int tool, int sync, int detached, const texts_t& lines,
                                const texts_t& last = {}) {
         SCOPED_TRACE(testing::PrintToString(lines));
@@ -105,7 +105,7 @@ TEST_F(pellar_accessor, a_failed_start_is_logged_and_returns_the_systems_error) 
     EXPECT_EQ(invoke(pellar, {}, false), -1);
 }
 
-TEST_F(pellar_accessor, the_standard_folder_precedes_the_variable) {
+TEST_F(pellar_accessor, the_common_files_folder_precedes_pellar_dir) {
     using OSTREL_NAMESPACE::locate_tool;
     static std::optional<std::wstring> folder;
     folder = wide(profile.folder() / "common");
@@ -128,7 +128,7 @@ TEST_F(pellar_accessor, a_detached_start_returns_while_the_tool_runs) {
     bridge.notify_gui_start();
     EXPECT_EQ(wait_for_runs(1).size(), 1U);
     write_file(profile.folder() / "go", "");
-    remove_when_free(tools()); // some systems keep the file of a running program
+    remove_when_free(tools()); // Windows does not delete a running program
 }
 
 TEST_F(pellar_accessor, the_update_check_has_its_own_switch) {
@@ -156,7 +156,7 @@ TEST_F(pellar_accessor, calls_are_traced_under_their_signatures) {
 }
 
 TEST_F(pellar_accessor, the_machine_id_is_the_first_line_of_the_answer) {
-    texts_t kept; // at the last line of the log
+    texts_t kept; // extensions in the exchange folder when the last line is logged
     log.on_line([&] {
         kept.clear();
         for (const auto& file : fs::directory_iterator(temp()))
@@ -172,7 +172,7 @@ TEST_F(pellar_accessor, the_machine_id_is_the_first_line_of_the_answer) {
         answer(bytes);
         EXPECT_EQ(to_utf8(bridge.get_uuid()), id);
         EXPECT_EQ(logged().back(), "return: uuid = " + id);
-        EXPECT_EQ(kept, texts_t{".lock"}) << "logged after the removal and under the lock";
+        EXPECT_EQ(kept, texts_t{".lock"}) << "logged after the removal of the file, under the lock";
         EXPECT_TRUE(fs::is_empty(temp()));
     }
     const std::string file = "uuid-" + std::to_string(ostrel_platform::process_id()) + "-1.txt";

@@ -1,5 +1,4 @@
-// The plan says what a new object finds, creates and decides: both are compared in each situation. Then the
-// rules that both share: switches, the user's answer, machine ids and built-in settings.
+// The plan against a new object in each situation, and the rules of both: switches, consent, ids, settings.
 #include "statistic_impl/plan.h"
 
 #include "statistic_impl/consent.h"
@@ -26,7 +25,7 @@ host_addresses_t resolve(const std::string& name) {
     return resolver_answer;
 }
 
-/// The plan, which must leave every file as it was.
+/// Computes the plan, and checks that no file changes.
 plan_t plan_for(const profile_t& profile) {
     const auto before = contents(profile.folder());
     plan_t plan = make_plan({L"product", {}}, &resolve);
@@ -54,7 +53,7 @@ const texts_t yes = asked + texts_t{"virk file content read", "virk file enables
 const texts_t no = asked + texts_t{"virk file content read", "virk file disables statistic"};
 const texts_t none = asked + texts_t{"virk file missing/not readable"};
 
-// The steps are those that are reached, of folders, machine id, four switches, network and consent.
+// The number counts the reached steps: folders, machine id, four switches, network, consent.
 const std::tuple<const char*, texts_t, host_addresses_t, const char*, verdict_t, std::size_t, texts_t>
     decision_cases[] = {
         {"no id", {force}, unknown, "1", verdict_t::no_machine_id, 2, no_id},
@@ -153,7 +152,7 @@ TEST_F(policy, new_machine_ids_are_random_in_every_digit) {
         std::set<std::wstring> digits;
         for (int i = 0; i < 4000; ++i)
             digits.insert(generate_uuid().substr(place, 4));
-        EXPECT_GT(digits.size(), 3750U); // about 3880 of 65,536; 3550 if two bits are the same in each id
+        EXPECT_GT(digits.size(), 3750U); // expected: about 3880; 3550 if two bits never change
     }
 }
 
@@ -174,7 +173,7 @@ TEST_F(policy, each_switch_overrides_the_lower_ones_whatever_its_value) {
     for (const auto& [variable, value, name, state, consent, sends_no_files] : rising) {
         SCOPED_TRACE(variable);
         profile.set(variable, value);
-        // Created last: its thread reads the environment, which must not change meanwhile.
+        // Created last: its thread reads the environment, so no variable may change while it exists.
         const statistic_impl_ga_t statistic(L"product", L"1");
         log_capture_t capture;
         EXPECT_EQ(statistic_impl_t::get_env_vars_state(), state);

@@ -30,7 +30,7 @@ struct statistic : testing::Test {
         locations.folder = wide(folder);
     }
 
-    /// @return all events so far, after one more object reported these features
+    /// Reports the features through a new object. @return all events so far
     texts_t events_after(const texts_t& features, const char* id = "product", const char* version = "1") {
         statistic_handle_t* const handle = ostrel_create_statistic(id, version);
         for (const std::string& feature : features)
@@ -56,7 +56,7 @@ struct statistic : testing::Test {
     locations_t locations;
 };
 
-/// Remembers what a guard calls.
+/// Records the calls of a guard.
 struct fake_statistic_t : statistic_t {
     void reserved_slot_1() override {}
     std::wstring get_uuid() const override { return {}; }
@@ -86,7 +86,7 @@ const char* const filter =
 
 TEST_F(statistic, enabled_features_become_events_in_their_order) {
     write_filter(filter);
-    const std::string units(64, 'u'), long_name(300000, 'x'); // as many units as the buffer for names has
+    const std::string units(64, 'u'), long_name(300000, 'x'); // too long for the buffer of 64 units
     const std::string features = "menu.file.open menu.edit menu menux other 5 run.tool run.a.b menu.file. "
                                  "caf\xC3\xA9.\xE4\xB8\xAD run.\xFF\xFE menu.\xC3 ";
     const std::string expected = "menu.file&el=open menu&el=edit menu run&el=tool menu.file "
@@ -105,7 +105,7 @@ TEST_F(statistic, without_a_readable_filter_only_run_events_pass) {
               "&cd1=win32&cd2=SYSTEM&t=event&ec=run&el=tool");
 }
 
-TEST_F(statistic, the_hit_tells_regular_users_and_days_count_while_off) {
+TEST_F(statistic, hits_mark_regular_users_and_days_count_even_if_switched_off) {
     const fs::path days = profile.statistic_dir() / "last_active_dates.xml";
     const std::string day = "<item><Y type=\"int\">9999</Y><M type=\"int\">1</M><D type=\"int\">1</D></item>";
     write_file(days, "<bag>" + day + day + "</bag>");
@@ -128,7 +128,7 @@ TEST_F(statistic, a_refusal_does_not_stop_a_forced_session) {
     EXPECT_EQ(collector.bodies().size(), 1U);
 }
 
-TEST_F(statistic, an_answer_starts_and_stops_collection_and_is_not_asked_again) {
+TEST_F(statistic, an_answer_controls_collection_and_is_not_requested_again) {
     profile.unset("NORVANE_FORCE_FEEDBACK");
     statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
     EXPECT_EQ(ostrel_should_ask_user_consent(handle), 1);
@@ -194,7 +194,7 @@ TEST_F(statistic, the_factory_shares_one_object_until_its_last_owner_releases_it
                        begin + "other&an=vemtra&av=-7.1.312&cd1=win32&cd2=SYSTEM&t=event&ec=run&el=b"}));
 }
 
-TEST_F(statistic, a_service_in_c_is_copied_and_kept_for_its_readers) {
+TEST_F(statistic, a_service_in_c_is_copied_and_earlier_copies_stay_valid) {
     write_filter(filter);
     const std::string folder = ostrel_platform::to_utf8(locations.folder);
     settor2_product_locations_t in_c = {{7, 0, 12}, "f\xC3\xB6lder", folder.c_str(), "t\xC3\xA9mp", 1};
@@ -229,7 +229,7 @@ TEST_F(statistic, reports_of_concurrent_threads_all_arrive) {
                 EXPECT_EQ(shared->get_consent_state(), vsEnabled);
             }
         });
-    users.clear(); // waits for them
+    users.clear(); // waits for the threads
     EXPECT_TRUE(collector.wait_for(400));
 }
 

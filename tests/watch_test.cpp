@@ -1,4 +1,4 @@
-// "ostrelctl watch": shows what a command posts, and changes nothing else for it.
+// "ostrelctl watch": shows the hits of a command, which otherwise runs as without the tool.
 #include "support/profile.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ struct watch : testing::Test {
     /// Runs the command of tests; its standard error must hold the text.
     std::string watch_command(const texts_t& options, const texts_t& arguments, const std::string& error) {
         shown = run_program(texts_t{OSTRELCTL, "watch"} + options + texts_t{"--", STAND_IN} + arguments);
-        std::string& errors = shown.errors; // the command's own runtime may end lines with a return
+        std::string& errors = shown.errors; // the command's C runtime may write CR LF
         errors.erase(std::remove(errors.begin(), errors.end(), '\r'), errors.end());
         EXPECT_NE(shown.errors.find(error), std::string::npos) << shown.errors;
         return shown.output;
@@ -42,7 +42,7 @@ TEST_F(watch, hits_are_separate_from_the_output_of_the_command) {
     EXPECT_EQ(shown.status, 7);
 }
 
-TEST_F(watch, only_hits_to_the_random_path_count_and_none_is_explained) {
+TEST_F(watch, only_the_random_path_counts_and_zero_hits_get_a_hint) {
     profile.set("NORVANE_FORCE_FEEDBACK", "");
     EXPECT_EQ(
         watch_command({}, {"report=run.tool", "post-elsewhere=" + hit},

@@ -56,14 +56,14 @@ class CountsTest(CollectorTest):
         self.assertEqual(shown["days"], [["(other)", 51, 45]])
         self.assertEqual([v["machines"] for v in shown["versions"]], [24, 24])
         self.assertEqual(shown["versions"][0]["version"], "(other)")
-        # The product's number is shown. If one system's number is hidden, all are hidden, or it could be computed.
+        # The product's total is shown. If only one system's number were hidden, it could be computed from the total.
         self.assertEqual([(i["os"], i["regular_machines"]) for i in report["installations"]],
                          [("Debian", None), ("(other)", None)])
         self.assertEqual(report["products"][0]["regular_machines"], 22)
         for secret in ("hidden", "next", "rare", "Rare", "tiny"):
             self.assertNotIn(secret, json.dumps(report))
 
-    def test_different_texts_a_day_are_limited(self):
+    def test_distinct_texts_per_day_are_limited(self):
         machines = [f"m{n}" for n in range(20)]
         self.collector.load(lines([hit(m, label=f"{n:04}", version=f"v{n}", system=f"s{n}")
                                    for n in range(1500) for m in machines]))

@@ -12,7 +12,7 @@ FIRST = ["n0"]
 
 
 def deliver(profile, url, arrived, expected, between=None, first="notify n", **more):
-    """Reports three features, and calls @p between after the first has arrived."""
+    """Reports three features. When the first hit has arrived, calls @p between."""
     with Host(profile, url, **more) as host:
         before = host.state()
         made, _ = host.tell("create")
@@ -93,8 +93,6 @@ LINUX_ONLY = {
     "name server that never answers": silent_name_server,
 }
 
-
-# --- disks -------------------------------------------------------------------------------------------------------
 
 UUID = '<?xml version="1.0"?>\n<bag>\n  <UUID type="string">{}</UUID>\n</bag>\n'
 ITEM = '  <item>\n    <D type="int">{}</D>\n    <M type="int">3</M>\n    <Y type="int">2014</Y>\n  </item>\n'

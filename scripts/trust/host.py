@@ -92,8 +92,7 @@ class Host:
         return answer
 
     def state(self):
-        """@return the number of descriptors (on Windows the value of a new handle), the number of threads, and the
-        resident memory in KiB"""
+        """@return numbers of descriptors (on Windows the value of a new handle) and threads, resident memory in KiB"""
         descriptors, threads, pages = map(int, self.tell("state")[1].split())
         return descriptors, threads, pages * 4
 

@@ -116,14 +116,14 @@ def ending(prepare, line, logs, behave=None):
                         longest = max(longest, host.end(line, 10 if Host.windows else None))
                     except subprocess.TimeoutExpired:
                         hung += 1
-        expect("two processes in three exit", hung * 3 <= rounds, hung)
-        expect("exit waits for no collector", longest < 4, longest)
+        expect("at least two processes in three exit", hung * 3 <= rounds, hung)
+        expect("exit does not wait for the collector", longest < 4, longest)
         return f"{rounds} processes, {hung} hung, the others had status 0 after at most {longest * 1000:.0f} ms"
     return case
 
 
 def endings(hosts, states):
-    """The host returns from main, calls exit, and calls _exit (on Windows ExitProcess)."""
+    """Three ways to exit: return from main, call exit, or call _exit (on Windows ExitProcess)."""
     states = {"live handle": ["create", "notify n 20"]} | states
     cases = {f"host {name}, {state}, {line}": ending(commands, line, logs) for name, logs in hosts.items()
              for state, commands in states.items() for line in ("return", "leave exit", "leave")}
@@ -191,6 +191,6 @@ def queue(ci_count):
             host.end()
             wait_for("number of hits", lambda: len(collector.arrived()), count)
             expect("hits arrive in order", collector.arrived() == [f"n{number}" for number in range(count)])
-        expect("memory is bounded by the queue", peak - before < count * 0.6 + 8192, (before, peak))
+        expect("memory grows by less than 0.6 KiB a hit plus 8 MiB", peak - before < count * 0.6 + 8192, (before, peak))
         return f"{count} queued in {queued:.0f} ms, delivered in {delivered:.0f} ms; KiB: {before}, {peak}, {after}"
     return case

@@ -43,8 +43,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
 
 class Peer(http.server.ThreadingHTTPServer):
-    """Receives POST requests. behave(peer, connection, number) answers one hit, counted from 0, and returns whether to
-    keep the connection."""
+    """Receives POST requests. behave(peer, connection, index) answers a hit, and returns whether to stay connected."""
     request_queue_size = 512
 
     def __init__(self, behave=None, resets=False):

@@ -4,13 +4,13 @@
 # Arguments: SOURCE_DIR BUILD_DIR GENERATOR C_COMPILER CXX_COMPILER WINDOWS_LIBRARIES SANITIZER
 set -euo pipefail
 source_dir=$1 build_dir=$2 generator=$3 cc=$4 cxx=$5 windows_libraries=$6 sanitizer=$7
-folder=$(mktemp -d "${TMPDIR:-/tmp}/ostrel consumer XXXXXX") # with a blank
+folder=$(mktemp -d "${TMPDIR:-/tmp}/ostrel consumer XXXXXX") # with a space
 emulator=()
 trap '[[ ! $windows_libraries ]] || "${emulator[@]}" --end; rm -rf -- "$folder"' EXIT
 cp -r "$source_dir"/examples/* "$folder"
 cd "$folder"
 
-# No server listens there. A program must only find its library and write its files.
+# No server listens on this port. The programs only have to find their library and write their files.
 export OSTREL_COLLECTION_URL=http://127.0.0.1:9/collect OSTREL_CORPORATE_DOMAIN=localhost XDG_DATA_HOME=$folder/data
 unset NORVANE_{STATISTICS_DISABLE,DONOTSEND_FEEDBACK,DISABLE_FEEDBACK,FORCE_FEEDBACK,FORCE_UUID}
 
@@ -107,7 +107,7 @@ END
 on_linux() {
     local component libraries flags
     data=$XDG_DATA_HOME
-    # Installing by component does not overwrite the record of an earlier installation from this build.
+    # An installation by component keeps install_manifest.txt of an earlier installation from this build.
     for component in runtime development tools; do
         run cmake --install "$build_dir" --prefix "$folder/prefix" --component $component
         { cat "$build_dir/install_manifest_$component.txt" && echo; } >>install_manifest.txt
@@ -118,7 +118,7 @@ on_linux() {
     run "$cc" ${CFLAGS-} -o plain_c c_host/main.c "${flags[@]}" "-Wl,-rpath,$libraries"
     # shellcheck disable=SC2086
     run "$cxx" ${CXXFLAGS-} -std=c++17 -o plain_cpp cpp_host/*.cpp "${flags[@]}" "-Wl,-rpath,$libraries"
-    # A host in C needs no Boost. In "mixed", the folder that finds the package enables C only, another one C++.
+    # A host in C needs no Boost. In "mixed", the host's folder enables only C, and another folder enables C++.
     write_project mixed C <<<$'add_subdirectory(other)\nadd_subdirectory(../c_host c_host)'
     write_project mixed/other CXX </dev/null
     build c_host -DCMAKE_DISABLE_FIND_PACKAGE_Boost=ON
@@ -137,7 +137,7 @@ END
     run cmake -S older -B "older build" -G "$generator" "-DCMAKE_PREFIX_PATH=$folder/prefix"
     contains output "require major.minor.patch"
     contains output '^found [0-9.]+$'
-    # A host in C that cannot make its settings folder aborts and names it.
+    # If a host in C cannot create its settings folder, it aborts with a message that names the obstacle.
     expect 134 env -u XDG_DATA_HOME HOME=/dev/null ./plain_c
     contains output /dev/null
     [[ $sanitizer ]] || inside_a_parent # the sanitizers of clang and of the build are incompatible

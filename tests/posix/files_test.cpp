@@ -21,7 +21,7 @@ using ostrel_platform::replace_file;
 
 namespace {
 
-// Called before the system call of that name, which fails with the returned error unless it is 0.
+// Called before flock and fsync, and instead of nanosleep. An error number makes flock or fsync fail.
 std::function<int()> before_flock, before_fsync, in_place_of_a_pause;
 
 int call(const std::function<int()>& before, long number, int descriptor, int operation) {
@@ -31,7 +31,7 @@ int call(const std::function<int()>& before, long number, int descriptor, int op
 
 } // namespace
 
-// These definitions precede those of the C library.
+// These definitions are called instead of those of the C library.
 extern "C" int flock(int descriptor, int operation) noexcept {
     return call(before_flock, SYS_flock, descriptor, operation);
 }
@@ -71,7 +71,7 @@ TEST_F(posix_files, a_link_stays_and_its_target_is_replaced_or_created) {
     const fs::path target = folder / "elsewhere" / "target";
     write_file(target, "old");
     ::chmod(target.c_str(), 0640);
-    const uid_t owner = ::geteuid() == 0 ? ordinary_user : ::geteuid(); // root may write for a user
+    const uid_t owner = ::geteuid() == 0 ? ordinary_user : ::geteuid(); // if root: another user's file
     ASSERT_EQ(::chown(target.c_str(), owner, ::getegid()), 0);
     fs::create_symlink("elsewhere/second", file);
     fs::create_symlink(target, folder / "elsewhere" / "second");
@@ -99,8 +99,8 @@ TEST_F(posix_files, a_file_whose_owner_cannot_be_kept_becomes_private) {
     EXPECT_EQ(mode_of(file), ::geteuid() == 0 ? 0600U : 0666U);
 }
 
-// Not as root, who could replace the device itself if the library were wrong.
-TEST_F(posix_files, a_target_that_is_read_only_or_no_file_stays) {
+// Runs as an ordinary user: if the library were wrong, root could replace the device /dev/null itself.
+TEST_F(posix_files, read_only_targets_and_special_files_stay_unchanged) {
     as_ordinary_user(folder, [&] {
         ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
         const int reader = ::open((folder / "pipe").c_str(), O_RDONLY | O_NONBLOCK);
@@ -138,7 +138,7 @@ TEST_F(posix_files, a_temporary_file_that_cannot_be_opened_is_removed) {
     write_file(victim, "victim's");
     ::chmod(victim.c_str(), 0666);
     const std::function<void()> obstacles[] = {
-        [&] { ::close(::open(temporary.c_str(), O_CREAT, 0600)); }, // root's
+        [&] { ::close(::open(temporary.c_str(), O_CREAT, 0600)); }, // root's file, if root runs the tests
         [&] { ::mkfifo(temporary.c_str(), 0666); },
         [&] { fs::create_symlink(victim, temporary); },
     };
@@ -170,7 +170,7 @@ TEST_F(posix_files, another_writers_temporary_file_is_left_alone) {
     EXPECT_TRUE(replace("ours")) << "on a file system without locks";
 }
 
-TEST_F(posix_files, bytes_are_synchronised_before_they_get_their_name) {
+TEST_F(posix_files, bytes_are_synchronised_before_the_rename) {
     texts_t seen;
     int error = 0;
     before_fsync = [&] {
@@ -204,7 +204,7 @@ TEST_F(posix_files, an_answer_that_does_not_fit_on_the_disk_is_not_saved) {
     EXPECT_EQ(read_file(file), "0");
 }
 
-TEST_F(posix_files, new_files_and_folders_are_private_and_existing_ones_stay) {
+TEST_F(posix_files, new_entries_are_private_and_existing_modes_are_kept) {
     ::chmod(folder.c_str(), 0755);
     as_ordinary_user(folder, [&] {
         const mode_t former = ::umask(0777);
@@ -223,7 +223,7 @@ TEST_F(posix_files, new_files_and_folders_are_private_and_existing_ones_stay) {
     EXPECT_EQ(mode_of(folder), 0755U);
 }
 
-TEST_F(posix_files, a_held_lock_is_tried_five_times_to_load_and_once_to_save) {
+TEST_F(posix_files, loading_tries_a_held_lock_five_times_and_saving_once) {
     int pauses = 0;
     in_place_of_a_pause = [&] { return ++pauses, 0; };
     write_file(folder / "last_active_dates.lock", "");

@@ -18,12 +18,12 @@ struct posix_http_connector : testing::Test {
 };
 
 const std::thread::id host = std::this_thread::get_id();
-texts_t initialising_threads; ///< of libcurl; an object's destructor waits for its thread
+texts_t initialising_threads; ///< callers of curl_global_init; read after the sending thread has ended
 bool is_libcurl_old = false;
 
 } // namespace
 
-// These definitions precede libcurl's own.
+// These definitions are called instead of libcurl's.
 CURLcode curl_global_init(long flags) {
     initialising_threads.emplace_back(std::this_thread::get_id() == host ? "host" : "sender");
     return reinterpret_cast<decltype(&curl_global_init)>(::dlsym(RTLD_NEXT, "curl_global_init"))(flags);
@@ -36,7 +36,7 @@ curl_version_info_data* curl_version_info(CURLversion version) {
     return &data;
 }
 
-TEST_F(posix_http_connector, the_sending_thread_initialises_libcurl_once_it_collects) {
+TEST_F(posix_http_connector, the_sending_thread_initialises_libcurl_if_it_may_collect) {
     const std::tuple<const char*, const char*, bool, bool, texts_t> cases[] = {
         {"no answer on file", "", false, false, {}},
         {"the user agrees", "", true, false, {"sender"}},

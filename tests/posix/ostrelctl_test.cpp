@@ -6,7 +6,7 @@
 
 using namespace test_support;
 
-TEST(ostrelctl_on_posix, an_answer_that_cannot_be_read_or_shown_is_recorded) {
+TEST(ostrelctl_on_posix, the_answer_is_recorded_even_if_it_cannot_be_read_or_shown) {
     const profile_t profile;
     fs::permissions(profile.folder(), fs::perms(0755));
     const std::string tool = profile.folder() / "ostrelctl"; // within reach of the ordinary user

@@ -38,7 +38,7 @@ TEST_F(pellar_processes, children_inherit_the_standard_streams_only) {
     std::string streams;
     for (const char* const stream : {"0", "1", "2"})
         streams += " " + fs::read_symlink(fs::path("/proc/self/fd") / stream).string();
-    const std::string none = " 0000000 0000000"; // signals that are blocked, and ignored
+    const std::string none = " 0000000 0000000"; // no blocked and no ignored signals
     EXPECT_EQ(wait_for_runs(2), (texts_t{"host's session" + streams + none,
                                          "own session /dev/null /dev/null /dev/null" + none}));
 }
@@ -73,7 +73,7 @@ TEST_F(pellar_processes, failed_starts_and_signals_leave_nothing_in_the_host) {
     EXPECT_EQ(entries("/proc/self/task"), threads);
 }
 
-TEST_F(pellar_processes, links_and_foreign_files_are_no_exchange_files) {
+TEST_F(pellar_processes, links_and_other_users_files_are_not_used_for_exchange) {
     const auto exchange_file = [this](int attempt) {
         return temp() / ("uuid-" + std::to_string(::getpid()) + "-" + std::to_string(attempt) + ".txt");
     };

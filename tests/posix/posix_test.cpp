@@ -25,8 +25,7 @@ using namespace testing;
 using namespace OSTREL_NAMESPACE;
 using ostrel_platform::to_wide;
 
-// Sanitizers and emulators replace vfork in this way. The parent then reads the report pipe before the child
-// has written into it, so that a signal interrupts the read.
+// Sanitizers and emulators also replace vfork by fork. Then a signal can interrupt the parent's read.
 extern "C" pid_t vfork() noexcept {
     return ::fork();
 }
@@ -84,7 +83,7 @@ TEST(posix_exit, the_service_of_a_c_host_outlives_static_objects) {
     EXPECT_EXIT(leave(), ExitedWithCode(0), "");
 }
 
-TEST_F(posix, data_is_kept_below_the_data_home_or_the_home_or_nowhere) {
+TEST_F(posix, data_is_kept_in_xdg_data_home_else_below_home_else_nowhere) {
     using text_t = std::optional<std::string>;
     using folder_t = std::optional<std::wstring>;
     const std::tuple<text_t, text_t, folder_t, folder_t> cases[] = {
@@ -193,7 +192,7 @@ TEST_F(posix, detached_start_survives_interrupted_reads) {
     EXPECT_EQ(started, 20);
 }
 
-TEST_F(posix_plan, the_resolver_tells_addresses_from_no_host_and_no_answer) {
+TEST_F(posix_plan, resolving_gives_addresses_or_unknown_host_or_failure) {
     using ostrel_platform::resolution_t;
     ASSERT_EQ(::res_init(), 0);
     const auto former = _res;
@@ -240,7 +239,7 @@ TEST_F(posix_plan, files_that_the_user_may_not_write_are_foreseen) {
     });
 }
 
-TEST_F(posix_plan, a_device_is_a_refusal_and_a_dangling_link_is_a_lock) {
+TEST_F(posix_plan, a_device_counts_as_refusal_and_a_dangling_link_as_lock) {
     fs::create_directories(profile.statistic_dir());
     fs::create_symlink("/dev/null", profile.virk());
     fs::create_symlink("nowhere", profile.statistic_dir() / "last_active_dates.lock");

@@ -18,8 +18,7 @@ struct log_line_t {
     std::string text; ///< UTF-8
 };
 
-/// Receives the lines of one logger that have at least a level of log4cplus. Not thread-safe: only the
-/// owner's thread may log meanwhile.
+/// Captures one logger's lines from a minimum level. Not thread-safe: only the owner's thread may log.
 class log_capture_t {
 public:
     explicit log_capture_t(const std::string& logger = "ostrel.statistic", int level = 0)

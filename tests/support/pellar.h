@@ -15,13 +15,13 @@ namespace test_support {
 using accessor_t = OSTREL_NAMESPACE::pellar_accessor_impl_t;
 constexpr int pellar = accessor_t::tool_pellar;
 
-/// Waits until Windows permits the removal of a file or folder: until no program in it runs.
+/// Removes a file or folder. On Windows, first waits until no program in it runs.
 inline void remove_when_free(const fs::path& path) {
     std::error_code busy;
     wait_until([&] { return fs::remove_all(path, busy) != std::uintmax_t(-1); });
 }
 
-/// Gives each test a profile with the three stand-ins in PELLAR_DIR, whose name contains a blank and a
+/// Gives each test a profile with the three stand-ins in PELLAR_DIR, whose name contains a space and a
 /// non-ASCII letter, and a service with an empty folder for exchange files.
 struct pellar_test_t : testing::Test {
     pellar_test_t() {

@@ -31,9 +31,8 @@ inline texts_t words_of(const std::string& text) {
     return {std::istream_iterator<std::string>(words), {}};
 }
 
-/// Unsets all variables of the library, of proxies and of the stand-in. Provides an empty data folder whose
-/// name contains a blank and a non-ASCII letter, and a corporate domain outside the corporate network. At
-/// most one object may exist.
+/// Unsets all variables of the library, proxies and stand-in. Sets a domain outside the corporate network,
+/// and an empty data folder with a space and a non-ASCII letter in its name. At most one object may exist.
 class profile_t {
 public:
     profile_t() {

@@ -31,7 +31,7 @@ void record(const fs::path& file, const std::string& line) {
     fs::remove(turn, taken);
 }
 
-/// Whose session, which descriptors, and the blocked and the ignored signals, as Linux reports them.
+/// The session, the open descriptors, and the blocked and the ignored signals, as Linux reports them.
 std::string inheritance() {
     std::string process, other, session, result;
     std::ifstream("/proc/self/stat") >> process >> other >> other >> other >> other >> session;
@@ -44,7 +44,7 @@ std::string inheritance() {
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);)
         if (line.rfind("SigBlk:", 0) == 0 || line.rfind("SigIgn:", 0) == 0)
-            result += " " + line.substr(line.size() - 7); // the C library uses some of the higher signals
+            result += " " + line.substr(line.size() - 7); // signals 1 to 28; the C library uses some above
     return result;
 }
 

@@ -1,4 +1,4 @@
-// What tests need of the system and the library's own platform layer does not have.
+// System functions for tests that the library's platform layer does not have.
 #pragma once
 
 #include <filesystem>
@@ -11,8 +11,7 @@ namespace test_support {
 /// Sets or removes an environment variable of this process. Name and value are UTF-8 encoded.
 void set_variable(const std::string& name, const std::optional<std::string>& value);
 
-/// Makes @p folder the user's folder for local application data in this process until destruction. At most
-/// one object may exist.
+/// Sets this process's folder for local application data until destruction. At most one object may exist.
 struct local_app_data_t {
     explicit local_app_data_t(const std::filesystem::path& folder);
     ~local_app_data_t();

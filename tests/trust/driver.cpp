@@ -1,5 +1,4 @@
-// A host for scripts/trust/. It reads commands from standard input, one a line, and answers each with its
-// duration in milliseconds and its result.
+// A host for scripts/trust/. Answers each command on standard input with its duration in ms and its result.
 #include "ostrel/ostrel.h"
 #include "ostrel/statistic.h"
 #include "system.h"
@@ -26,7 +25,7 @@ using OSTREL_NAMESPACE::statistic_t;
 using arguments_t = std::istringstream;
 
 statistic_handle_t* handle = nullptr;
-// A host that returns from main releases it among the static destructors.
+// If the host returns from main, static destruction releases this reference.
 boost::shared_ptr<statistic_t> shared;
 
 template <class T>

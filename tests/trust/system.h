@@ -8,8 +8,7 @@ namespace trust {
 /// Uses the data folder that the environment names. Called once, before the library is used.
 void use_data_folder();
 
-/// The number of open descriptors (on Windows the value of the next handle), of threads, and of resident
-/// pages of 4 KiB.
+/// @return open descriptors (on Windows the next handle's value), threads, and resident pages of 4 KiB
 std::string state();
 
 /// Runs @p child in a forked child process. @return its status as waitpid(2) gives it

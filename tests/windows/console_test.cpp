@@ -16,9 +16,8 @@ using namespace testing;
 namespace {
 
 struct tool_on_windows : Test {
-    /// Runs "ostrelctl status" on the console.
-    /// @return the beginning of the console's first line, after "interpreted: " if the tool has made the
-    ///         console interpret escape sequences
+    /// Runs "ostrelctl status" on the console. @return the beginning of the console's first line, with the
+    /// prefix "interpreted: " if the tool has made the console interpret escape sequences
     static std::string status_on_console() {
         const int former = ::_dup(1), console = ::_wopen(L"CONOUT$", _O_RDWR);
         const auto screen = reinterpret_cast<HANDLE>(::_get_osfhandle(console));
@@ -44,7 +43,7 @@ struct tool_on_windows : Test {
 
 } // namespace
 
-TEST_F(tool_on_windows, a_console_gets_colours_and_all_outputs_any_letter) {
+TEST_F(tool_on_windows, output_is_unicode_and_is_coloured_only_on_a_console) {
     const std::string question = "Would usage of \"caf\u00e9\" be reported now?  ", plain = question + "no: ";
     // Wine's console does not interpret the colour.
     EXPECT_THAT(status_on_console(), StartsWith("interpreted: " + question + "\x1B[31mno: "));
@@ -66,7 +65,7 @@ TEST_F(tool_on_windows, the_exit_code_of_a_command_keeps_its_32_bits) {
                   std::atoll(code));
 }
 
-TEST_F(tool_on_windows, batch_files_take_no_special_characters) {
+TEST_F(tool_on_windows, special_characters_are_refused_for_batch_files) {
     const std::string batch = (profile.folder() / "run.cmd").u8string();
     write_file(batch, "@echo got %1\r\n@exit /b 5\r\n");
     const finished_t plain = run_program({OSTRELCTL, "watch", "--", batch, "a-b.c"});

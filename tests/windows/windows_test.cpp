@@ -108,11 +108,11 @@ TEST_F(windows, system_calls_get_documented_arguments_and_report_failures) {
     const redirect_t processes(__imp_CreateProcessW, failing<0>(&::CreateProcessW));
     EXPECT_THAT(ostrel_platform::run_process(compose_command(L"C:\\tool.exe", {})), FieldsAre(false, 1234U));
     EXPECT_THAT(asked, ElementsAre("null", "'\"C:\\tool.exe\"'", "null", "null", "0", "16", "null", "null",
-                                   "104 1 0", "set")); // 16 is a new console; 1 0 hides the window
+                                   "104 1 0", "set")); // 16: CREATE_NEW_CONSOLE, 1 0: SW_HIDE
 
     const redirect_t sockets(__imp_WSAStartup, failing<WSASYSNOTREADY>(&::WSAStartup));
     EXPECT_EQ(ostrel_platform::resolve_host("127.0.0.1").outcome, ostrel_platform::resolution_t::failed);
-    EXPECT_THAT(asked, ElementsAre("257", "set")); // 1.1
+    EXPECT_THAT(asked, ElementsAre("257", "set")); // version 1.1
 
     const redirect_t sessions(__imp_WinHttpOpen, failing(&::WinHttpOpen));
     ostrel_platform::system_proxies("http://c/");
@@ -127,7 +127,7 @@ TEST_F(windows, system_calls_get_documented_arguments_and_report_failures) {
     EXPECT_THAT(asked, ElementsAre(std::to_string(0x1000)));
 }
 
-TEST_F(windows, proxies_come_from_browser_discovery_machine_then_variable) {
+TEST_F(windows, proxy_order_is_browser_discovery_machine_variable) {
     const redirect_t browser(__imp_WinHttpGetIEProxyConfigForCurrentUser, &find_browser_proxy);
     const redirect_t discovery(__imp_WinHttpGetProxyForUrl, &discover_proxy);
     const redirect_t machine(__imp_WinHttpGetDefaultProxyConfiguration, &find_machine_proxy);
@@ -155,7 +155,7 @@ TEST_F(windows, proxies_come_from_browser_discovery_machine_then_variable) {
 }
 
 TEST_F(windows, the_product_name_is_a_text_of_at_most_255_characters_or_none) {
-    HKEY machine = nullptr; // of this process alone, as its user's registry is
+    HKEY machine = nullptr; // replaces HKEY_LOCAL_MACHINE in this process only
     ::RegCreateKeyW(HKEY_CURRENT_USER, L"machine", &machine);
     ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, machine);
     EXPECT_EQ(ostrel_platform::os_product_name(), std::nullopt);
@@ -175,7 +175,7 @@ TEST_F(windows, the_product_name_is_a_text_of_at_most_255_characters_or_none) {
     ::RegCloseKey(machine);
 }
 
-TEST_F(windows, files_in_use_are_shared_but_neither_timed_nor_replaced) {
+TEST_F(windows, files_in_use_have_no_time_and_only_the_answer_is_written) {
     const fs::path file = profile.folder() / fs::u8path(u8"\u4e2d");
     const auto has_time = [](const fs::path& path) { return datetime_t::file_time(wide(path)).is_valid(); };
     std::ofstream writer(file);
@@ -214,7 +214,7 @@ TEST_F(windows, command_lines_arrive_in_quotes_with_nothing_escaped) {
     const auto command = compose_command(program, {L"", L"a b", L"c\"d", L"e\\", L"\u00e9\u4e2d %PATH% ^&"});
     const std::string expected =
         "\"" + to_utf8(program) + "\" \"\" \"a b\" \"c\"d\" \"e\\\" \"\u00e9\u4e2d %PATH% ^&\"\n";
-    // The exit code is the one that stands for a running process.
+    // 259 (STILL_ACTIVE) is returned although the process has ended.
     EXPECT_THAT(ostrel_platform::run_process(command), FieldsAre(true, 259U));
     EXPECT_EQ(read_file(out), expected);
     fs::remove(out);
@@ -223,11 +223,11 @@ TEST_F(windows, command_lines_arrive_in_quotes_with_nothing_escaped) {
     EXPECT_EQ(read_file(out), expected);
 }
 
-TEST_F(windows, folders_that_the_system_does_not_name_are_done_without) {
+TEST_F(windows, if_the_system_names_no_folder_nothing_is_stored) {
     EXPECT_THAT(ostrel_platform::common_program_files_folder(), Optional(HasSubstr(L"(x86)")));
     const redirect_t redirect(__imp_SHGetFolderPathW, failing<E_FAIL>(&::SHGetFolderPathW));
     EXPECT_EQ(ostrel_platform::common_program_files_folder(), std::nullopt);
-    EXPECT_THAT(asked, ElementsAre(_, "44", _, _, _, _, "43", _, _, _)); // of 32-bit and of 64-bit programs
+    EXPECT_THAT(asked, ElementsAre(_, "44", _, _, _, _, "43", _, _, _)); // 44: 32-bit, 43: 64-bit
     statistic_handle_t* const handle = ostrel_create_statistic("product", "1");
     ostrel_set_statistic_collection_enabled(handle, 1);
     EXPECT_EQ(ostrel_should_ask_user_consent(handle), 1);

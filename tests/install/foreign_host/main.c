@@ -1,5 +1,5 @@
-/* A host of another compiler that uses the C functions. It declares the system functions itself and needs no
-   C library, because the headers and libraries of that compiler are not available where the tests run. */
+/* A host that another compiler builds. It uses the C functions. It declares the system functions and needs no
+   C library, because that compiler's headers and libraries are not available where the tests run. */
 #include "ostrel/ostrel.h"
 #include "settor2/product_locations_c.h"
 
@@ -21,8 +21,8 @@ static int use_library(void) {
     return must_ask;
 }
 
-/* Exits with the exception's code, which is the first member of its record. No frame may be unwound before:
-   the library's exception cannot unwind the frames of this compiler. */
+/* Exits with the exception's code, the first member of its record. Terminates the process here, because the
+   library's exception cannot unwind this compiler's frames. */
 static long end_process(unsigned int** exception) {
     TerminateProcess(GetCurrentProcess(), **exception);
     return 0;

@@ -1,4 +1,4 @@
-// What tests need of the system, on POSIX.
+// System functions for tests, on POSIX.
 #include "support/system.h"
 
 #include "platform/process.h"
@@ -19,8 +19,7 @@ local_app_data_t::local_app_data_t(const std::filesystem::path& folder) {
 // The variable stays set: without it the library would use the real user's folder.
 local_app_data_t::~local_app_data_t() = default;
 
-// Children inherit the variable.
-children_app_data_t::children_app_data_t(const std::filesystem::path& /*folder*/) {}
+children_app_data_t::children_app_data_t(const std::filesystem::path& /*folder*/) {} // inherited by children
 children_app_data_t::~children_app_data_t() = default;
 
 long long run_and_wait(const std::vector<std::string>& words) {

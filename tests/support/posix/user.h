@@ -1,4 +1,4 @@
-// Parts of tests that run as an ordinary user: root, as whom the tests may run, is not bound by file modes.
+// Runs parts of tests as an ordinary user, because file modes do not restrict root.
 #pragma once
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-// What tests need of the system, on Windows.
+// System functions for tests, on Windows.
 #include "support/system.h"
 
 #include "ostrelctl/windows/quote.h"
