@@ -86,7 +86,7 @@ const char* const filter =
 
 TEST_F(statistic, enabled_features_become_events_in_their_order) {
     write_filter(filter);
-    const std::string units(64, 'u'), long_name(300000, 'x'); // too long for the buffer of 64 units
+    const std::string units(61, 'u'), long_name(300000, 'x'); // "run." + units exceeds the buffer by one
     const std::string features = "menu.file.open menu.edit menu menux other 5 run.tool run.a.b menu.file. "
                                  "caf\xC3\xA9.\xE4\xB8\xAD run.\xFF\xFE menu.\xC3 ";
     const std::string expected = "menu.file&el=open menu&el=edit menu run&el=tool menu.file "
