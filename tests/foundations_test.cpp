@@ -34,14 +34,14 @@ void exit_while_logging() {
     OSTREL_LOG(trace_log, error, L"the last line");
 }
 
-/// Registers an exit handler that runs after the library's. It reports its result as the exit status.
+/// Registers an exit handler that runs after the library's. It exits with 7 if its checks pass.
 [[gnu::constructor(101)]] void register_exit_check() {
     std::atexit([] {
         using namespace std::chrono_literals;
         if (!exit_start)
             return;
         const auto waited = std::chrono::steady_clock::now() - *exit_start;
-        const bool must_wait = fs::path::preferred_separator == '/'; // Windows ends other threads first
+        const bool must_wait = fs::path::preferred_separator == '/'; // Windows has ended all other threads
         const bool is_closed = !trace_log.is_enabled_for(OSTREL_NAMESPACE::log_level_t::error);
         std::_Exit(!is_closed ? 2 : waited > 900ms ? 3 : must_wait && waited < 50ms ? 4 : 7);
     });
@@ -57,7 +57,7 @@ TEST(path, separators_become_preferred_and_an_empty_path_adds_nothing) {
     EXPECT_EQ(path_t(std::wstring(L"a\\b\xD800")).append(path_t()).as_string(), L"a\\b\xD800");
 }
 
-TEST(datetime, parsing_is_as_lenient_as_scanf_from_1970_to_3000) {
+TEST(datetime, dates_of_1970_to_3000_are_parsed_as_leniently_as_with_scanf) {
     const std::pair<const wchar_t*, const wchar_t*> cases[] = {
         {L"3000-12-31T23:59:59Z", L"3000-12-31T23:59:59Z"},
         {L" 2016- 1-+2T3:4: 5", L"2016-01-02T03:04:05Z"},

@@ -34,7 +34,7 @@ collector_t::judge_t refuse(const texts_t& hits, unsigned status) {
 
 } // namespace
 
-TEST_F(http_connector, hits_use_one_connection_in_order_until_an_empty_hit) {
+TEST_F(http_connector, one_connection_sends_hits_in_order_and_stops_at_an_empty_hit) {
     const collector_t collector;
     texts_t hits;
     for (int i = 0; i < 500; ++i)
@@ -56,7 +56,7 @@ TEST_F(http_connector, every_status_but_200_switches_sending_off) {
     }
 }
 
-TEST_F(http_connector, the_next_proxy_candidate_is_used_until_it_fails_too) {
+TEST_F(http_connector, a_failing_proxy_is_replaced_by_the_next_until_all_fail) {
     const collector_t named(refuse({"2", "5"}, 500)), by_default(refuse({"4", "5"}, 204));
     profile.set("http_proxy", "127.0.0.1:" + std::to_string(named.port()));
     {

@@ -72,7 +72,7 @@ TEST_F(ostrelctl, complete_outputs_match_for_each_decision) {
     const fs::path id = profile.statistic_dir() / "uuid.xml",
                    dates = profile.statistic_dir() / "last_active_dates.xml";
     const std::string day = "<item><Y type=\"int\">9999</Y><M type=\"int\">1</M><D type=\"int\">1</D></item>";
-    profile.set("all_proxy", "http://me:se@cret@proxy:8080"); // Wine uses http_proxy as the system's
+    profile.set("all_proxy", "http://me:se@cret@proxy:8080"); // Wine would report http_proxy as system proxy
     profile.set("no_proxy", "localhost");
     write_file(profile.virk(), "1");
     write_file(id, "<bag><UUID>i&#27;d</UUID></bag>");

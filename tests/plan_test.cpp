@@ -1,4 +1,4 @@
-// The plan against a new object in each situation, and the rules of both: switches, consent, ids, settings.
+// Compares the plan with what a new object does, and tests their rules: switches, consent, ids, settings.
 #include "statistic_impl/plan.h"
 
 #include "statistic_impl/consent.h"
@@ -73,7 +73,7 @@ struct policy : testing::Test {
 
 } // namespace
 
-TEST(plan, the_first_rule_that_applies_decides_and_later_ones_are_not_asked) {
+TEST(plan, the_first_applicable_rule_sets_the_verdict_and_skips_the_rest) {
     for (const auto& [title, variables, address, answer, verdict, steps, lines] : decision_cases) {
         SCOPED_TRACE(title);
         const profile_t profile;
@@ -164,7 +164,7 @@ TEST_F(policy, an_id_that_cannot_be_stored_changes_with_every_object) {
     EXPECT_NE(id_in_use(), first);
 }
 
-TEST_F(policy, each_switch_overrides_the_lower_ones_whatever_its_value) {
+TEST_F(policy, a_switch_of_higher_priority_wins_whatever_its_value) {
     const std::tuple<std::string, const char*, std::string, int, virk_state_t, bool> rising[] = {
         {"NORVANE_FORCE_FEEDBACK", "no", "evsEnabledForced", 1, vsEnabled, false},
         {"NORVANE_DISABLE_FEEDBACK", " ", "evsDisabled", 3, vsDisabled, false},

@@ -105,7 +105,7 @@ TEST_F(statistic, without_a_readable_filter_only_run_events_pass) {
               "&cd1=win32&cd2=SYSTEM&t=event&ec=run&el=tool");
 }
 
-TEST_F(statistic, hits_mark_regular_users_and_days_count_even_if_switched_off) {
+TEST_F(statistic, hits_mark_regular_users_and_days_are_recorded_despite_opt_out) {
     const fs::path days = profile.statistic_dir() / "last_active_dates.xml";
     const std::string day = "<item><Y type=\"int\">9999</Y><M type=\"int\">1</M><D type=\"int\">1</D></item>";
     write_file(days, "<bag>" + day + day + "</bag>");

@@ -1,4 +1,4 @@
-// "ostrelctl watch": shows the hits of a command, which otherwise runs as without the tool.
+// "ostrelctl watch" shows the hits of a command. In all other respects the command runs as usual.
 #include "support/profile.h"
 
 #include <algorithm>
@@ -14,7 +14,7 @@ struct watch : testing::Test {
         profile.set("NORVANE_FORCE_UUID", "an id");
     }
 
-    /// Runs the command of tests; its standard error must hold the text.
+    /// Watches the stand-in and expects @p error in the standard error. @return the standard output
     std::string watch_command(const texts_t& options, const texts_t& arguments, const std::string& error) {
         shown = run_program(texts_t{OSTRELCTL, "watch"} + options + texts_t{"--", STAND_IN} + arguments);
         std::string& errors = shown.errors; // the command's C runtime may write CR LF
@@ -42,7 +42,7 @@ TEST_F(watch, hits_are_separate_from_the_output_of_the_command) {
     EXPECT_EQ(shown.status, 7);
 }
 
-TEST_F(watch, only_the_random_path_counts_and_zero_hits_get_a_hint) {
+TEST_F(watch, requests_to_other_paths_are_ignored_and_zero_hits_get_a_hint) {
     profile.set("NORVANE_FORCE_FEEDBACK", "");
     EXPECT_EQ(
         watch_command({}, {"report=run.tool", "post-elsewhere=" + hit},

@@ -83,7 +83,7 @@ on_windows() {
     done
 }
 
-# A project in C with stricter flags and a separate package. clang builds each target as one unit.
+# A parent project in C has stricter flags, a unity build with clang, and its own package name, which must stay.
 inside_a_parent() {
     write_project parent C <<END
 add_compile_options(-Wall -Wextra -Wshadow -Wconversion -Werror)
@@ -107,7 +107,7 @@ END
 on_linux() {
     local component libraries flags
     data=$XDG_DATA_HOME
-    # An installation by component keeps install_manifest.txt of an earlier installation from this build.
+    # With --component, CMake writes install_manifest_COMPONENT.txt. Any install_manifest.txt is from an older run.
     for component in runtime development tools; do
         run cmake --install "$build_dir" --prefix "$folder/prefix" --component $component
         { cat "$build_dir/install_manifest_$component.txt" && echo; } >>install_manifest.txt

@@ -36,7 +36,7 @@ curl_version_info_data* curl_version_info(CURLversion version) {
     return &data;
 }
 
-TEST_F(posix_http_connector, the_sending_thread_initialises_libcurl_if_it_may_collect) {
+TEST_F(posix_http_connector, the_sending_thread_initialises_libcurl_if_collection_is_on) {
     const std::tuple<const char*, const char*, bool, bool, texts_t> cases[] = {
         {"no answer on file", "", false, false, {}},
         {"the user agrees", "", true, false, {"sender"}},

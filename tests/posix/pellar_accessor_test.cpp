@@ -91,7 +91,7 @@ TEST_F(pellar_processes, links_and_other_users_files_are_not_used_for_exchange) 
         EXPECT_EQ(read_file(file), "former") << file;
 }
 
-TEST_F(pellar_processes, a_remote_session_starts_and_logs_nothing) {
+TEST_F(pellar_processes, in_a_remote_session_no_tool_is_started_and_no_error_logged) {
     profile.set("XRDP_SESSION", "1");
     EXPECT_EQ(invoke(pellar, {}, true), -1);
     EXPECT_EQ(logged(), (texts_t{"tool=1", "sync=1"}));

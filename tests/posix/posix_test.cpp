@@ -25,7 +25,7 @@ using namespace testing;
 using namespace OSTREL_NAMESPACE;
 using ostrel_platform::to_wide;
 
-// Sanitizers and emulators also replace vfork by fork. Then a signal can interrupt the parent's read.
+// Replaces vfork by fork, as sanitizers and emulators do. Then a signal can interrupt the parent's read.
 extern "C" pid_t vfork() noexcept {
     return ::fork();
 }
@@ -239,7 +239,7 @@ TEST_F(posix_plan, files_that_the_user_may_not_write_are_foreseen) {
     });
 }
 
-TEST_F(posix_plan, a_device_counts_as_refusal_and_a_dangling_link_as_lock) {
+TEST_F(posix_plan, a_device_as_answer_refuses_and_a_dangling_link_as_lock_locks) {
     fs::create_directories(profile.statistic_dir());
     fs::create_symlink("/dev/null", profile.virk());
     fs::create_symlink("nowhere", profile.statistic_dir() / "last_active_dates.lock");

@@ -108,7 +108,7 @@ TEST_F(windows, system_calls_get_documented_arguments_and_report_failures) {
     const redirect_t processes(__imp_CreateProcessW, failing<0>(&::CreateProcessW));
     EXPECT_THAT(ostrel_platform::run_process(compose_command(L"C:\\tool.exe", {})), FieldsAre(false, 1234U));
     EXPECT_THAT(asked, ElementsAre("null", "'\"C:\\tool.exe\"'", "null", "null", "0", "16", "null", "null",
-                                   "104 1 0", "set")); // 16: CREATE_NEW_CONSOLE, 1 0: SW_HIDE
+                                   "104 1 0", "set")); // CREATE_NEW_CONSOLE (16), SW_HIDE (0)
 
     const redirect_t sockets(__imp_WSAStartup, failing<WSASYSNOTREADY>(&::WSAStartup));
     EXPECT_EQ(ostrel_platform::resolve_host("127.0.0.1").outcome, ostrel_platform::resolution_t::failed);
@@ -154,7 +154,7 @@ TEST_F(windows, proxy_order_is_browser_discovery_machine_variable) {
     }
 }
 
-TEST_F(windows, the_product_name_is_a_text_of_at_most_255_characters_or_none) {
+TEST_F(windows, the_product_name_is_text_of_at_most_255_characters_or_nullopt) {
     HKEY machine = nullptr; // replaces HKEY_LOCAL_MACHINE in this process only
     ::RegCreateKeyW(HKEY_CURRENT_USER, L"machine", &machine);
     ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, machine);
@@ -175,7 +175,7 @@ TEST_F(windows, the_product_name_is_a_text_of_at_most_255_characters_or_none) {
     ::RegCloseKey(machine);
 }
 
-TEST_F(windows, files_in_use_have_no_time_and_only_the_answer_is_written) {
+TEST_F(windows, a_file_in_use_gives_no_file_time_and_only_the_answer_is_saved) {
     const fs::path file = profile.folder() / fs::u8path(u8"\u4e2d");
     const auto has_time = [](const fs::path& path) { return datetime_t::file_time(wide(path)).is_valid(); };
     std::ofstream writer(file);

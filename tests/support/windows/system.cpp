@@ -18,7 +18,7 @@ namespace {
 
 const std::wstring own_key = L"Software\\ostrel-test-" + std::to_wstring(::GetCurrentProcessId());
 
-/// Stores the folder in the registry key @p user, or in the real key of the user, and closes the key.
+/// Stores the folder below the key @p user and closes the key. If it is null, uses the user's real key.
 void store_folder(DWORD type, const std::wstring& folder, HKEY user = nullptr) {
     if (user == nullptr)
         ::RegOpenCurrentUser(KEY_ALL_ACCESS, &user); // ignores RegOverridePredefKey
@@ -40,7 +40,7 @@ void set_variable(const std::string& name, const std::optional<std::string>& val
     ::SetEnvironmentVariableW(wide_name.c_str(), value ? ostrel_platform::to_wide(*value).c_str() : nullptr);
 }
 
-// The variable LOCALAPPDATA does not move the folder. The registry does, so this process gets a separate one.
+// Windows takes this folder from the registry, not from LOCALAPPDATA, so this process gets a separate key.
 local_app_data_t::local_app_data_t(const std::filesystem::path& folder) {
     HKEY own = nullptr;
     ::RegCreateKeyW(HKEY_CURRENT_USER, own_key.c_str(), &own);
