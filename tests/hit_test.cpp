@@ -9,7 +9,7 @@
 
 using namespace OSTREL_NAMESPACE;
 
-TEST(feature_route, the_longest_enabled_prefix_wins_and_run_plus_one_name_passes) {
+TEST(feature_route, the_longest_prefix_wins_and_run_dot_name_needs_no_filter) {
     const std::tuple<std::wstring, std::vector<std::wstring_view>, std::wstring> cases[] = {
         {L"a.b.c", {L"a.b.c.d", L"a.b", L"a.b", L"a"}, L"a.b|c"},
         {L"a..b", {L"a"}, L"a|.b"},

@@ -156,7 +156,7 @@ TEST_F(pellar_accessor, calls_are_traced_under_their_signatures) {
 }
 
 TEST_F(pellar_accessor, the_machine_id_is_the_first_line_of_the_answer) {
-    texts_t kept; // extensions in the exchange folder when the last line is logged
+    texts_t kept; // extensions of the files in the exchange folder when the last line is logged
     log.on_line([&] {
         kept.clear();
         for (const auto& file : fs::directory_iterator(temp()))

@@ -214,7 +214,7 @@ TEST_F(statistic, a_service_in_c_is_copied_and_earlier_copies_stay_valid) {
     EXPECT_EQ(settor2::IProductLocations::get(), nullptr);
 }
 
-// All threads record the first day, and some create and destroy objects while others use theirs.
+// All threads record the first day of use. Some create and destroy objects while others use theirs.
 TEST_F(statistic, reports_of_concurrent_threads_all_arrive) {
     std::vector<std::future<void>> users(8);
     for (auto& user : users)

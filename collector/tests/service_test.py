@@ -72,7 +72,7 @@ class SharedCollectorTest(CollectorTest):
         for trace in (name.encode(), digest, digest[::-1], b"%d" % number):
             with self.subTest(trace):
                 self.assertEqual(files_with(self.collector.data, trace), [])
-        # Checks the search itself: the sketch has the hash, and copies in a table and its write-ahead log are found.
+        # Checks the test: the sketch holds this hash, and the search finds copies in a table and the write-ahead log.
         self.assertEqual(self.collector.sql(f"SELECT machines = hll_add(machines, ({number})::bigint::hll_hashval) "
                                             "FROM feature_day"), "t")
         self.collector.sql(f"CREATE TABLE planted AS SELECT '{name}' AS text, {number}::bigint AS number; CHECKPOINT")

@@ -93,7 +93,7 @@ def killed_while_saving(ci_rounds):
                 expect_whole(profile)
                 outcomes[days.read_text().count("<item>")] += 1
                 outcomes["locks"] += lock.exists()
-                lock.unlink(missing_ok=True)  # by hand, as documented
+                lock.unlink(missing_ok=True)  # the documented remedy after a kill
                 temporary = [name for name in profile.contents() if name.endswith(".tmp")]
                 expect("at most three temporary files are left", len(temporary) <= 3, temporary)
             with Host(profile, peer.url) as host:

@@ -128,7 +128,7 @@ on_linux() {
     run_hosts c_host "c_host build/c_host" plain_c "mixed build/c_host/c_host"
     run "cpp_host build/cpp_host"
     run ./plain_cpp
-    # A request for a version without a patch number prints a hint. The version of the package is numbers and dots.
+    # A request for a version without a patch number prints a hint. ostrel_VERSION has only digits and dots.
     write_project older C <<'END'
 find_package(ostrel 1.5)
 find_package(ostrel CONFIG REQUIRED)

@@ -58,7 +58,7 @@ TEST_F(pellar_processes, arguments_and_long_paths_reach_the_tool_unchanged) {
     EXPECT_TRUE(bridge.send_file(wide(file), false));
 }
 
-TEST_F(pellar_processes, failed_starts_and_signals_leave_nothing_in_the_host) {
+TEST_F(pellar_processes, failed_starts_and_aborted_tools_leak_nothing) {
     EXPECT_EQ(invoke(pellar, {}, false), 0);
     const auto descriptors = entries("/proc/self/fd"), threads = entries("/proc/self/task");
     profile.set("STAND_IN_ACTION", "die");

@@ -25,7 +25,7 @@ using namespace testing;
 using namespace OSTREL_NAMESPACE;
 using ostrel_platform::to_wide;
 
-// Replaces vfork by fork, as sanitizers and emulators do. Then a signal can interrupt the parent's read.
+// Replaces vfork by fork, as sanitizers and emulators do. The parent then waits in an interruptible read.
 extern "C" pid_t vfork() noexcept {
     return ::fork();
 }
@@ -58,7 +58,7 @@ struct posix_plan : posix {
 const char* const long_text = "a folder whose name is longer than short strings";
 bool checks_exit = false;
 
-/// Registers the exit handler before the library registers any, so that it runs after those.
+/// Registers an exit handler that runs after the library's. It exits with 0 if its checks pass.
 [[gnu::constructor(101)]] void register_exit_check() {
     std::atexit([] {
         if (!checks_exit)
@@ -71,7 +71,7 @@ bool checks_exit = false;
 } // namespace
 
 TEST(posix_exit, the_service_of_a_c_host_outlives_static_objects) {
-    FLAGS_gtest_death_test_style = "threadsafe"; // a process of its own
+    FLAGS_gtest_death_test_style = "threadsafe"; // executes this program again after the fork
     for (const char* const name : {"HOME", "XDG_DATA_HOME"})
         set_variable(name, std::nullopt);
     const auto leave = [] {
@@ -158,7 +158,7 @@ TEST_F(posix, a_file_time_is_in_whole_seconds_since_1970) {
     EXPECT_FALSE(datetime_t::file_time(wide(profile.folder())).is_valid());
 }
 
-TEST_F(posix, the_sending_thread_blocks_all_signals_the_caller_none) {
+TEST_F(posix, only_the_sending_thread_blocks_all_signals) {
     const auto threads = [] {
         return std::set<fs::path>(fs::directory_iterator("/proc/self/task"), fs::directory_iterator());
     };
@@ -208,7 +208,7 @@ TEST_F(posix_plan, resolving_gives_addresses_or_unknown_host_or_failure) {
     _res = former;
 }
 
-TEST_F(posix_plan, folders_that_the_user_may_not_create_are_foreseen) {
+TEST_F(posix_plan, the_plan_reports_folders_that_cannot_be_created) {
     as_ordinary_user(profile.local_app_data(), [&] {
         fs::create_symlink("nowhere", profile.company());
         expect_failure(folder_outcome_t::blocked);
@@ -222,7 +222,7 @@ TEST_F(posix_plan, folders_that_the_user_may_not_create_are_foreseen) {
     expect_failure(folder_outcome_t::blocked);
 }
 
-TEST_F(posix_plan, files_that_the_user_may_not_write_are_foreseen) {
+TEST_F(posix_plan, the_plan_reports_read_only_files) {
     as_ordinary_user(profile.local_app_data(), [&] {
         const fs::path uuid = profile.statistic_dir() / "uuid.xml";
         write_file(uuid, "<bag>");
@@ -239,7 +239,7 @@ TEST_F(posix_plan, files_that_the_user_may_not_write_are_foreseen) {
     });
 }
 
-TEST_F(posix_plan, a_device_as_answer_refuses_and_a_dangling_link_as_lock_locks) {
+TEST_F(posix_plan, a_device_as_answer_is_a_refusal_and_a_dangling_lock_is_held) {
     fs::create_directories(profile.statistic_dir());
     fs::create_symlink("/dev/null", profile.virk());
     fs::create_symlink("nowhere", profile.statistic_dir() / "last_active_dates.lock");

@@ -53,7 +53,7 @@ void be_child() {
     ostrel_destroy_statistic(own);
 }
 
-// Threads that report while the process exits, with a pause in milliseconds if one is given.
+// Starts threads that still report while the process exits. Arguments: count, pause between reports in ms.
 void busy(arguments_t& arguments) {
     const int count = next(arguments, 4);
     const std::chrono::milliseconds pause(next(arguments, 0));

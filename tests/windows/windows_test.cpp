@@ -175,7 +175,7 @@ TEST_F(windows, the_product_name_is_text_of_at_most_255_characters_or_nullopt) {
     ::RegCloseKey(machine);
 }
 
-TEST_F(windows, a_file_in_use_gives_no_file_time_and_only_the_answer_is_saved) {
+TEST_F(windows, a_file_in_use_has_no_file_time_and_only_answers_overwrite_it) {
     const fs::path file = profile.folder() / fs::u8path(u8"\u4e2d");
     const auto has_time = [](const fs::path& path) { return datetime_t::file_time(wide(path)).is_valid(); };
     std::ofstream writer(file);
