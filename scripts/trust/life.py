@@ -67,7 +67,7 @@ def share_profile(count, rounds):
                 expect("the first object uses one id", len(set(used[:2])) == 1, used)
                 expect("four hits of each process arrive, the last two with the stored id", used[2:] == ids["0"][2:] and
                        len(used) == 4 and used[2] == used[3], (used, ids))
-        return f"{looks} looks at files of {count} processes"
+        return f"files of {count} processes read {looks} times"
     return case
 
 
