@@ -149,18 +149,12 @@ bool write_in_place(const descriptor_t& file, std::string_view bytes) {
            ::ftruncate(file.get(), static_cast<off_t>(bytes.size())) == 0;
 }
 
-bool overwrite(const std::string& path, std::string_view bytes, int attempts) {
+replaced_t overwrite(const std::string& path, std::string_view bytes) {
     const auto target = find_target(path);
     if (!target)
-        return false;
+        return replaced_t::no;
     const replaced_t replaced = replace(*target, bytes);
-    if (replaced == replaced_t::yes || write_in_place(target->file, bytes))
-        return true;
-    // Another writer is creating the file. Try again, to write the file in place as soon as it exists.
-    if (replaced != replaced_t::busy || attempts == 1)
-        return false;
-    std::this_thread::sleep_for(writer_pause);
-    return overwrite(path, bytes, attempts - 1);
+    return replaced != replaced_t::yes && write_in_place(target->file, bytes) ? replaced_t::yes : replaced;
 }
 
 } // namespace
@@ -210,7 +204,14 @@ bool replace_file(const std::wstring& path, std::string_view bytes) {
 }
 
 bool overwrite_file(const std::wstring& path, std::string_view bytes) {
-    return overwrite(to_utf8(path), bytes, writer_attempts);
+    const std::string file = to_utf8(path);
+    replaced_t replaced = overwrite(file, bytes);
+    // Another writer is creating the file. Tries again, to write the file in place as soon as it exists.
+    for (int attempt = 1; replaced == replaced_t::busy && attempt < writer_attempts; ++attempt) {
+        std::this_thread::sleep_for(writer_pause);
+        replaced = overwrite(file, bytes);
+    }
+    return replaced == replaced_t::yes;
 }
 
 bool may_replace(const std::wstring& path) {
