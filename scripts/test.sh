@@ -100,7 +100,7 @@ test_windows-trust() {
 # QEMU emulates one process. A program that this process starts is not emulated, and a signal may be delivered to a
 # thread of QEMU. Tests that depend on either are not run.
 test_arm64() {
-    local -r unseen='^(pellar_accessor_test|ostrelctl_test|install|documents|boundary|demo)|blocks_all_signals'
+    local -r unseen='^(pellar_accessor_test|ostrelctl_test|watch_test|install|documents|boundary|demo)|blocks_all_signals|posix_exit|exit_closes'
     "$root/scripts/arm64-deps.sh"
     configure_and_build linux-arm64
     ctest --preset linux-arm64 -j "$(nproc)" -E "$unseen"
